@@ -40,7 +40,7 @@ Result<uint64_t> modelOfUnsigned(uint64_t value, uint32_t multiplier, uint32_t d
 
 Result<int64_t> modelOfSigned(int64_t value, int32_t multiplier, int32_t divisor)
 {
-    const bool negative = (value < 0) != (multiplier < 0) != (divisor < 0);
+    const bool negative = ((value < 0) != (multiplier < 0)) != (divisor < 0);
     const Wide product = Wide(value) * multiplier;
     const Wide magnitude =
         divisor == 0 ? 0 : (product < 0 ? -product : product) / (divisor < 0 ? -Wide(divisor) : divisor);
