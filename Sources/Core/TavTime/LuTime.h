@@ -55,15 +55,15 @@ enum {
     kLuTimeRoundingMethod_Default = kLuTimeRoundingMethod_RoundHalfAwayFromZero,
 };
 
-static inline Boolean LuTimeIsValid(LuTime time) { return (time.flags & kLuTimeFlags_Valid) != 0; }
-static inline Boolean LuTimeIsNumeric(LuTime time)
+inline Boolean LuTimeIsValid(LuTime time) { return (time.flags & kLuTimeFlags_Valid) != 0; }
+inline Boolean LuTimeIsNumeric(LuTime time)
 {
     return (time.flags & (kLuTimeFlags_Valid | kLuTimeFlags_ImpliedValueFlagsMask)) == kLuTimeFlags_Valid;
 }
-static inline Boolean LuTimeIsPositiveInfinity(LuTime time) { return (time.flags & 5) == 5; }
-static inline Boolean LuTimeIsNegativeInfinity(LuTime time) { return (time.flags & 9) == 9; }
-static inline Boolean LuTimeIsIndefinite(LuTime time) { return (time.flags & 17) == 17; }
-static inline Boolean LuTimeHasBeenRounded(LuTime time)
+inline Boolean LuTimeIsPositiveInfinity(LuTime time) { return (time.flags & 5) == 5; }
+inline Boolean LuTimeIsNegativeInfinity(LuTime time) { return (time.flags & 9) == 9; }
+inline Boolean LuTimeIsIndefinite(LuTime time) { return (time.flags & 17) == 17; }
+inline Boolean LuTimeHasBeenRounded(LuTime time)
 {
     return LuTimeIsNumeric(time) && (time.flags & kLuTimeFlags_HasBeenRounded) != 0;
 }
@@ -85,8 +85,8 @@ LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMetho
 /// At the least common multiple of the timescales, or at kLuTimeFallbackTimescale where that leaves 31 bits. Two epochs
 /// that are equal give epoch 0; an epoch of 0 takes on the other one; two others are invalid together. Infinities win
 /// over indefinite, opposite ones are invalid.
-LuTime LuTimeAdd(LuTime left, LuTime right);
-LuTime LuTimeSubtract(LuTime left, LuTime right);
+inline LuTime LuTimeAdd(LuTime left, LuTime right);
+inline LuTime LuTimeSubtract(LuTime left, LuTime right);
 LuTime LuTimeMultiply(LuTime time, int32_t multiplier);
 /// A multiplier that is no whole number raises a lower timescale to kLuTimeFallbackTimescale. Rounds half away from
 /// zero. Invalid for NaN.
@@ -105,7 +105,7 @@ LuTime LuTimeRemainder(LuTime dividend, LuTime divisor);
 
 /// -1, 0 or 1 in the total order: negative infinity, numeric by epoch and then by value, indefinite, positive infinity,
 /// invalid.
-int32_t LuTimeCompare(LuTime left, LuTime right);
+inline int32_t LuTimeCompare(LuTime left, LuTime right);
 /// Of two equal times the right one.
 LuTime LuTimeMinimum(LuTime left, LuTime right);
 /// Of two equal times the left one.
@@ -129,5 +129,50 @@ LuTime LuTimeMakeFromYxBufferTimeDictionary(ZoDictionaryRef dictionary);
 ZoStringRef LuTimeCopyDescription(ZoAllocatorRef allocator, LuTime time);
 /// The description as a line on standard error.
 void LuTimeShow(LuTime time);
+
+// The common cases of the three operations that players call most, at the caller's side: two numbers of one timescale,
+// and a comparison whose products fit in 64 bits. Everything else is a call. Both ways give the same.
+
+LuTime LuTimeAddGeneral(LuTime left, LuTime right);
+LuTime LuTimeSubtractGeneral(LuTime left, LuTime right);
+int32_t LuTimeCompareGeneral(LuTime left, LuTime right);
+
+/// Whether both are numeric without odd flags, of one timescale and one epoch (which then gives way to 0).
+inline Boolean LuTimesCombineDirectly(LuTime left, LuTime right)
+{
+    const uint32_t leftOdd = (left.flags & ~(uint32_t)kLuTimeFlags_HasBeenRounded) ^ kLuTimeFlags_Valid;
+    const uint32_t rightOdd = (right.flags & ~(uint32_t)kLuTimeFlags_HasBeenRounded) ^ kLuTimeFlags_Valid;
+    return (leftOdd | rightOdd | (uint32_t)(left.timescale ^ right.timescale)) == 0 && left.epoch == right.epoch;
+}
+
+inline LuTime LuTimeAdd(LuTime left, LuTime right)
+{
+    LuTime sum = {0, left.timescale, left.flags | right.flags, 0};
+    if (ZO_LIKELY(LuTimesCombineDirectly(left, right)) &&
+        ZO_LIKELY(!__builtin_add_overflow(left.value, right.value, &sum.value)))
+        return sum;
+    return LuTimeAddGeneral(left, right);
+}
+
+inline LuTime LuTimeSubtract(LuTime left, LuTime right)
+{
+    LuTime difference = {0, left.timescale, left.flags | right.flags, 0};
+    if (ZO_LIKELY(LuTimesCombineDirectly(left, right)) &&
+        ZO_LIKELY(!__builtin_sub_overflow(left.value, right.value, &difference.value)))
+        return difference;
+    return LuTimeSubtractGeneral(left, right);
+}
+
+inline int32_t LuTimeCompare(LuTime left, LuTime right)
+{
+    int64_t leftProduct, rightProduct;
+    if (ZO_LIKELY(LuTimeIsNumeric(left) && LuTimeIsNumeric(right) && left.epoch == right.epoch)) {
+        if (left.timescale == right.timescale) return (left.value > right.value) - (left.value < right.value);
+        if (ZO_LIKELY(!__builtin_mul_overflow(left.value, (int64_t)(uint32_t)right.timescale, &leftProduct)) &&
+            ZO_LIKELY(!__builtin_mul_overflow(right.value, (int64_t)(uint32_t)left.timescale, &rightProduct)))
+            return (leftProduct > rightProduct) - (leftProduct < rightProduct);
+    }
+    return LuTimeCompareGeneral(left, right);
+}
 
 ZO_EXTERN_C_END
