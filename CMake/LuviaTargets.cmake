@@ -54,6 +54,8 @@ endfunction()
 
 function(luvia_find_test_packages)
     find_package(GTest CONFIG QUIET)
+    # The system's own interpreter: it is the one that sees the modules of Debian's packages.
+    find_program(Python3_EXECUTABLE python3 PATHS /usr/bin NO_DEFAULT_PATH)
     find_package(Python3 COMPONENTS Interpreter QUIET)
     find_package(benchmark CONFIG QUIET)
     set(LUVIA_TESTS_FOUND FALSE)
