@@ -22,6 +22,7 @@ struct TavSemaphore_ {
     int64_t maximum;
     int64_t waiters;
     bool deleted;
+    int32_t wakers;  ///< signalling threads that have given up the mutex and are not gone
     ZoAllocatorRef allocator;
 };
 

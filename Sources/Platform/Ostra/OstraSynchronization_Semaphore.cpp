@@ -1,6 +1,7 @@
 #include <errno.h>
 #include <sched.h>
 
+#include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraSynchronizationPrivate.h"
 
 TavSemaphoreRef TavSemaphoreCreate(int64_t count, int64_t maximum)
@@ -33,9 +34,12 @@ OSStatus TavSemaphoreSignal(TavSemaphoreRef semaphore)
     }
     const bool atMaximum = semaphore->count >= semaphore->maximum;
     if (!atMaximum) semaphore->count += 1;
-    // Under the mutex: once it is free, a waiter may go on and destroy the semaphore.
-    const int err = pthread_cond_signal(&semaphore->condition);
+    // The wake-up comes after the mutex is free, lest the waiter run into it. By then another waiter may be destroying
+    // the semaphore: it waits for the count of those who are still here.
+    TavAtomicIncrement32(&semaphore->wakers);
     TavReentrantMutexUnlock(semaphore->mutex);
+    const int err = pthread_cond_signal(&semaphore->condition);
+    TavAtomicDecrement32(&semaphore->wakers);
     return err == 0 && atMaximum ? kTavSemaphoreMaximumCountErr : err;
 }
 
@@ -73,7 +77,7 @@ OSStatus TavSemaphoreDestroy(TavSemaphoreRef semaphore)
     semaphore->deleted = true;
     if (semaphore->waiters) pthread_cond_broadcast(&semaphore->condition);
     TavReentrantMutexUnlock(semaphore->mutex);
-    while (semaphoreHasWaiters(semaphore)) sched_yield();
+    while (semaphoreHasWaiters(semaphore) || TavAtomicAdd32(0, &semaphore->wakers) != 0) sched_yield();
 
     TavReentrantMutexDestroy(semaphore->mutex);
     const int err = pthread_cond_destroy(&semaphore->condition);
