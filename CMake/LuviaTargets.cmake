@@ -12,6 +12,8 @@ find_package(Threads REQUIRED)
 
 add_library(luvia_flags INTERFACE)
 target_compile_options(luvia_flags INTERFACE -Wall -Wextra -Wshadow -Wundef -Wpointer-arith -Wcast-qual -Wvla -Wformat=2 -Wno-format-nonliteral)
+# Records of callbacks are written with designated initializers; what is not named is null, and is meant to be.
+target_compile_options(luvia_flags INTERFACE -Wno-missing-field-initializers)
 if(LUVIA_WERROR)
     target_compile_options(luvia_flags INTERFACE -Werror)
 endif()
@@ -52,6 +54,8 @@ endfunction()
 
 function(luvia_find_test_packages)
     find_package(GTest CONFIG QUIET)
+    # The system's own interpreter: it is the one that sees the modules of Debian's packages.
+    find_program(Python3_EXECUTABLE python3 PATHS /usr/bin NO_DEFAULT_PATH)
     find_package(Python3 COMPONENTS Interpreter QUIET)
     find_package(benchmark CONFIG QUIET)
     set(LUVIA_TESTS_FOUND FALSE)

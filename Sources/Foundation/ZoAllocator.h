@@ -18,8 +18,8 @@ typedef struct ZoAllocatorContext {
     ZoIndex (*preferredSize)(ZoIndex size, ZoOptionFlags hint, void* info);
 } ZoAllocatorContext;
 
-extern const ZoAllocatorRef kZoAllocatorDefault;  ///< malloc(3); the value may be a null pointer or an object
-extern const ZoAllocatorRef kZoAllocatorMalloc;   ///< malloc(3) and free(3)
+extern const ZoAllocatorRef kZoAllocatorDefault;  ///< malloc(3) and free(3); an object
+extern const ZoAllocatorRef kZoAllocatorMalloc;   ///< the same memory, by name
 extern const ZoAllocatorRef kZoAllocatorNull;     ///< allocates nothing, frees nothing: bytes that are not ours to free
 
 ZoTypeID ZoAllocatorGetTypeID(void);
@@ -31,6 +31,8 @@ void* ZoAllocatorAllocate(ZoAllocatorRef allocator, ZoIndex size, ZoOptionFlags 
 void* ZoAllocatorReallocate(ZoAllocatorRef allocator, void* memory, ZoIndex newSize, ZoOptionFlags hint);
 /// Absent memory is left alone.
 void ZoAllocatorDeallocate(ZoAllocatorRef allocator, void* memory);
+/// What the allocator would really take for `size`; `size` itself where it does not say.
+ZoIndex ZoAllocatorGetPreferredSizeForSize(ZoAllocatorRef allocator, ZoIndex size, ZoOptionFlags hint);
 /// Borrowed.
 ZoAllocatorRef ZoAllocatorGetDefault(void);
 

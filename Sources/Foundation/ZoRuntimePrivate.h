@@ -8,6 +8,7 @@
 
 #pragma once
 
+#include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoObject.h"
 
 enum : ZoTypeID {
@@ -84,6 +85,11 @@ extern const ZoRuntimeClass __ZoBundleClass;
 ZoTypeRef _ZoRuntimeCreateInstanceWithTail(ZoAllocatorRef allocator, ZoTypeID typeID, ZoIndex extraBytes,
                                            ZoIndex tailBytes);
 
+/// For operations that have no status. Gives a block of `newSize` bytes that begins with the first `usedBytes` of
+/// `memory`, which may be absent and is freed. The process stops where the system has no memory; an allocator that the
+/// caller brought may give nothing, and `memory` is then as it was.
+void* _ZoGrowBlock(ZoAllocatorRef allocator, void* memory, ZoIndex usedBytes, ZoIndex newSize);
+
 ZO_EXTERN_C_END
 
 /// Header of a constant object, for records in static data: `static constinit const ZoConstantHeader`.
@@ -113,4 +119,15 @@ inline void zoSetTypeFlags(ZoTypeRef object, uint8_t flags) noexcept
 {
     uint64_t* info = &static_cast<ZoRuntimeBase*>(const_cast<void*>(object))->info;
     __atomic_store_n(info, __atomic_load_n(info, __ATOMIC_RELAXED) | flags, __ATOMIC_RELAXED);
+}
+
+/// The allocators whose memory is malloc(3)'s. They cost an object no storage.
+inline bool zoIsSystemAllocator(ZoAllocatorRef allocator) noexcept
+{
+    return !allocator || allocator == kZoAllocatorDefault || allocator == kZoAllocatorMalloc;
+}
+
+inline bool zoIsSameAllocator(ZoAllocatorRef a, ZoAllocatorRef b) noexcept
+{
+    return a == b || (zoIsSystemAllocator(a) && zoIsSystemAllocator(b));
 }

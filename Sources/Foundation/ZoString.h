@@ -1,6 +1,7 @@
 // Text: UTF-16 code units to the outside, 8-bit storage inside where the text is ASCII.
 // Immutable strings may be read by any number of threads. Positions and lengths count UTF-16 units.
-// ASCII and UTF-8 are converted here; all other encodings by ZoStringEncodings, which alone knows ICU.
+// ASCII, UTF-8, UTF-16 and ISO 8859-1 are in every program; all other encodings, and the cases of letters that are not
+// ASCII, come from ICU through a table that a program may be linked without.
 
 #pragma once
 
@@ -33,7 +34,8 @@ ZoTypeID ZoStringGetTypeID(void);
 
 /// Creation gives nothing if the bytes are not valid in the encoding, or the encoding is not known.
 ZoStringRef ZoStringCreateWithCString(ZoAllocatorRef allocator, const char* text, ZoStringEncoding encoding);
-/// Refers to `text` where its form allows; it goes to `textDeallocator` at the end (kZoAllocatorNull: nobody frees it).
+/// Refers to `text` where it is ASCII; it goes to `textDeallocator` at the end (kZoAllocatorNull: nobody frees it), or
+/// at once where the string has its own form of it. When creation fails the text stays the caller's.
 ZoStringRef ZoStringCreateWithCStringNoCopy(ZoAllocatorRef allocator, const char* text, ZoStringEncoding encoding,
                                             ZoAllocatorRef textDeallocator);
 ZoStringRef ZoStringCreateWithBytes(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length,
@@ -41,6 +43,8 @@ ZoStringRef ZoStringCreateWithBytes(ZoAllocatorRef allocator, const uint8_t* byt
 ZoStringRef ZoStringCreateWithBytesNoCopy(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length,
                                           ZoStringEncoding encoding, Boolean isExternalRepresentation,
                                           ZoAllocatorRef bytesDeallocator);
+/// Any units, also surrogates that stand alone.
+ZoStringRef ZoStringCreateWithCharacters(ZoAllocatorRef allocator, const UniChar* characters, ZoIndex count);
 /// printf(3)'s formats, and "%@" for an object's description ("(null)" for an absent one).
 ZoStringRef ZoStringCreateWithFormat(ZoAllocatorRef allocator, ZoDictionaryRef formatOptions, ZoStringRef format, ...);
 ZoStringRef ZoStringCreateWithFormatAndArguments(ZoAllocatorRef allocator, ZoDictionaryRef formatOptions,
@@ -98,6 +102,8 @@ void ZoStringAppendCharacters(ZoMutableStringRef string, const UniChar* characte
 void ZoStringAppendFormat(ZoMutableStringRef string, ZoDictionaryRef formatOptions, ZoStringRef format, ...);
 void ZoStringAppendFormatAndArguments(ZoMutableStringRef string, ZoDictionaryRef formatOptions, ZoStringRef format,
                                       va_list arguments);
+/// `range` gives way to `replacement`.
+void ZoStringReplace(ZoMutableStringRef string, ZoRange range, ZoStringRef replacement);
 void ZoStringInsert(ZoMutableStringRef string, ZoIndex index, ZoStringRef inserted);
 /// `locale` absent: the root locale.
 void ZoStringLowercase(ZoMutableStringRef string, ZoLocaleRef locale);
@@ -116,5 +122,7 @@ ZoTypeID ZoCharacterSetGetTypeID(void);
 /// Borrowed; lives as long as the process.
 ZoCharacterSetRef ZoCharacterSetGetPredefined(ZoCharacterSetPredefinedSet set);
 Boolean ZoCharacterSetIsCharacterMember(ZoCharacterSetRef set, UniChar character);
+/// `character` is a code point.
+Boolean ZoCharacterSetIsLongCharacterMember(ZoCharacterSetRef set, uint32_t character);
 
 ZO_EXTERN_C_END

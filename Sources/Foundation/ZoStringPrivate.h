@@ -1,0 +1,287 @@
+// How text is stored, and the parts that the string sources share: views, a growing buffer, conversion, and the table
+// of services that need Unicode data. Not installed.
+
+#pragma once
+
+#include <cstring>
+
+#include "Foundation/ZoAllocator.h"
+#include "Foundation/ZoRuntimePrivate.h"
+#include "Foundation/ZoString.h"
+
+/// The first 32 bytes are those of a ZoConstantString; the rest exists only where kZoStringConstant is clear.
+struct ZoString_ {
+    ZoRuntimeBase base;
+    const void* contents;  ///< 8-bit ASCII, or UTF-16 in the machine's order if kZoStringWide
+    ZoIndex length;
+    uint64_t hashOrCapacity;  ///< immutable: the hash, 0 while unknown; mutable: bytes allocated for `contents`
+};
+
+// The type's byte of flags in the header. Those of a constant record are 0xC8.
+enum : uint8_t {
+    kZoStringWide = 1 << 0,
+    kZoStringMutable = 1 << 1,
+    kZoStringBorrowed = 1 << 2,    // the contents go to the deallocator that stands behind the record
+    kZoStringTerminated = 1 << 3,  // a NUL stands behind 8-bit contents
+    kZoStringConstant = 1 << 6,
+};
+static_assert((ZO_CONSTANT_STRING_FLAGS & 0x4F) == (kZoStringConstant | kZoStringTerminated));
+
+namespace zo {
+
+/// Units that stand somewhere else. All-ASCII text may stand in either form.
+struct TextView {
+    const void* units = nullptr;
+    ZoIndex length = 0;
+    bool wide = false;
+
+    static TextView narrow(const void* bytes, ZoIndex count) { return {bytes, count, false}; }
+    const uint8_t* ascii() const { return static_cast<const uint8_t*>(units); }
+    const UniChar* utf16() const { return static_cast<const UniChar*>(units); }
+    UniChar operator[](ZoIndex index) const { return wide ? utf16()[index] : ascii()[index]; }
+    TextView sub(ZoIndex location, ZoIndex count) const
+    {
+        return {wide ? static_cast<const void*>(utf16() + location) : ascii() + location, count, wide};
+    }
+};
+
+/// An absent string is empty.
+inline TextView textView(ZoStringRef string)
+{
+    if (!string) return {};
+    return {string->contents, string->length, (zoTypeFlags(string) & kZoStringWide) != 0};
+}
+
+/// `range` cut to what lies within [0, length).
+inline ZoRange rangeWithin(ZoRange range, ZoIndex length)
+{
+    const ZoIndex start = range.location < 0 ? 0 : range.location > length ? length : range.location;
+    const ZoIndex count = range.length < 0 ? 0 : range.length > length - start ? length - start : range.length;
+    return {start, count};
+}
+
+constexpr bool isHighSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xD800; }
+constexpr bool isLowSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xDC00; }
+constexpr bool isSurrogate(uint32_t unit) { return (unit & 0xFFFFF800u) == 0xD800; }
+constexpr uint32_t surrogatePair(uint32_t high, uint32_t low) { return (high << 10) + low - 0x35FDC00u; }
+
+/// The character at `index`: a pair as one, a surrogate that stands alone as itself. `units` is 1 or 2.
+inline uint32_t codePointAt(const TextView& text, ZoIndex index, ZoIndex& units)
+{
+    const UniChar unit = text[index];
+    units = 1;
+    if (!isHighSurrogate(unit) || index + 1 >= text.length || !isLowSurrogate(text[index + 1])) return unit;
+    units = 2;
+    return surrogatePair(unit, text[index + 1]);
+}
+
+inline uint64_t load64(const void* bytes)
+{
+    uint64_t value;
+    memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+inline bool isASCII(const uint8_t* bytes, size_t count)
+{
+    constexpr uint64_t kHighBits = 0x8080808080808080u;
+    size_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const uint64_t any =
+            load64(bytes + i) | load64(bytes + i + 8) | load64(bytes + i + 16) | load64(bytes + i + 24);
+        if (any & kHighBits) return false;
+    }
+    uint64_t any = 0;
+    for (; i + 8 <= count; i += 8) any |= load64(bytes + i);
+    for (; i < count; ++i) any |= bytes[i];
+    return (any & kHighBits) == 0;
+}
+
+bool isASCII(const UniChar* units, ZoIndex count);
+
+inline bool isASCII(const TextView& text) { return !text.wide || isASCII(text.utf16(), text.length); }
+
+/// Text that grows. It starts in 8-bit form and widens at the first character that needs it. An allocation that fails
+/// is latched: what follows does nothing, and ok() says so.
+class TextBuffer {
+public:
+    TextBuffer() = default;
+    explicit TextBuffer(ZoAllocatorRef allocator) : allocator_(allocator) {}
+    /// Starts in memory that the caller lends (aligned for UniChar).
+    TextBuffer(ZoAllocatorRef allocator, void* lent, size_t bytes)
+        : allocator_(allocator), memory_(lent), capacity_(bytes)
+    {}
+    TextBuffer(const TextBuffer&) = delete;
+    TextBuffer& operator=(const TextBuffer&) = delete;
+    ~TextBuffer()
+    {
+        if (owned_) ZoAllocatorDeallocate(allocator_, memory_);
+    }
+
+    /// Takes a mutable string's contents; giveBack() puts them where they were taken.
+    explicit TextBuffer(ZoMutableStringRef string);
+    void giveBack(ZoMutableStringRef string);
+
+    bool ok() const { return !failed_; }
+    void fail() { failed_ = true; }
+    ZoIndex length() const { return length_; }
+    TextView view() const { return {memory_, length_, wide_}; }
+
+    /// Room for `units` units in all, in the form asked for or the wider one that the text has already.
+    bool reserve(ZoIndex units, bool wide);
+    /// `replacement` must not stand in this buffer's memory.
+    bool replace(ZoRange range, const TextView& replacement);
+    bool append(const TextView& text) { return replace({length_, 0}, text); }
+    bool appendASCII(const void* bytes, size_t count) { return append({bytes, static_cast<ZoIndex>(count), false}); }
+    bool appendFill(uint8_t character, ZoIndex count);
+    bool appendCodePoint(uint32_t codePoint);
+    void lowercaseASCII();
+
+private:
+    bool growTo(size_t bytes);
+
+    ZoAllocatorRef allocator_ = nullptr;
+    void* memory_ = nullptr;
+    size_t capacity_ = 0;
+    ZoIndex length_ = 0;
+    bool wide_ = false;
+    bool owned_ = false;
+    bool failed_ = false;
+};
+
+/// A new immutable string of `text`, in 8-bit form where it can be. Nothing if the allocator gives nothing.
+ZoStringRef stringCreate(ZoAllocatorRef allocator, const TextView& text);
+
+/// Where converted bytes go. Without a buffer they are only counted.
+struct ByteSink {
+    uint8_t* buffer = nullptr;
+    size_t capacity = 0;
+    size_t used = 0;
+
+    bool put(const void* bytes, size_t count)
+    {
+        if (buffer) {
+            if (count > capacity - used) return false;
+            memcpy(buffer + used, bytes, count);
+        }
+        used += count;
+        return true;
+    }
+    bool put(uint8_t byte) { return put(&byte, 1); }
+};
+
+/// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes.
+constexpr bool encodingExtendsASCII(ZoStringEncoding encoding)
+{
+    return encoding == kZoStringEncodingUTF8 || encoding == kZoStringEncodingASCII ||
+           encoding == kZoStringEncodingClassicRoman || (encoding >= 0x0201 && encoding <= 0x0210) ||
+           (encoding >= 0x0500 && encoding <= 0x0508);
+}
+
+/// Appends the text that `bytes` are; false if they are malformed or the encoding is not known.
+bool decodeText(ZoStringEncoding encoding, const uint8_t* bytes, size_t count, bool isExternal, TextBuffer& out);
+/// Appends UTF-8 that nobody vouches for: each malformed byte becomes U+FFFD.
+void decodeUTF8Leniently(const uint8_t* bytes, size_t count, TextBuffer& out);
+/// Converts from the start for as long as it fits and can be converted; gives the number of units converted.
+ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t lossByte, bool isExternal, ByteSink& sink);
+
+// Hashes: equal text has equal hashes in every form. Text that is all ASCII hashes as its bytes.
+
+inline uint64_t hashMix(uint64_t a, uint64_t b)
+{
+    const unsigned __int128 product = static_cast<unsigned __int128>(a) * b;
+    return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+}
+
+struct NarrowUnits {
+    const uint8_t* bytes;
+    uint64_t eight(size_t i) const { return load64(bytes + i); }
+    uint64_t one(size_t i) const { return bytes[i]; }
+};
+
+struct WideUnits {
+    const UniChar* units;
+    uint64_t eight(size_t i) const
+    {
+        uint64_t value = 0;
+        for (size_t k = 0; k < 8; ++k) value |= one(i + k) << (8 * k);
+        return value;
+    }
+    uint64_t one(size_t i) const { return units[i]; }
+};
+
+template <typename Units>
+inline uint64_t hashBytes(Units units, size_t count)
+{
+    constexpr uint64_t kSecret0 = 0x9E3779B97F4A7C15u, kSecret1 = 0xD1B54A32D192ED03u;
+    uint64_t hash = kSecret0 ^ count;
+    if (count >= 8) {
+        for (size_t i = 0; i + 8 < count; i += 8) hash = hashMix(hash ^ units.eight(i), kSecret1);
+        return hashMix(hash ^ units.eight(count - 8), kSecret0) | 1;
+    }
+    uint64_t rest = 0;
+    for (size_t i = 0; i < count; ++i) rest = rest << 8 | units.one(i);
+    return hashMix(hash ^ rest, kSecret1) | 1;
+}
+
+uint64_t hashWide(const TextView& text);
+
+inline uint64_t hashText(const TextView& text)
+{
+    return text.wide ? hashWide(text) : hashBytes(NarrowUnits{text.ascii()}, static_cast<size_t>(text.length));
+}
+
+bool textsEqual(const TextView& a, const TextView& b);
+
+/// ZoHash and ZoEqual of two strings, for look-ups that know that they have strings.
+inline ZoHashCode stringHash(ZoStringRef string)
+{
+    const uint8_t flags = zoTypeFlags(string);
+    if (flags & kZoStringConstant)
+        return hashBytes(NarrowUnits{static_cast<const uint8_t*>(string->contents)},
+                         static_cast<size_t>(string->length));
+    if (flags & kZoStringMutable) return hashText(textView(string));
+    auto* cache = &const_cast<ZoMutableStringRef>(string)->hashOrCapacity;
+    uint64_t hash = __atomic_load_n(cache, __ATOMIC_RELAXED);
+    if (!hash) {
+        hash = hashText(textView(string));
+        __atomic_store_n(cache, hash, __ATOMIC_RELAXED);
+    }
+    return hash;
+}
+
+inline bool stringsEqual(ZoStringRef a, ZoStringRef b)
+{
+    if (a == b) return true;
+    if (a->length != b->length) return false;
+    const TextView left = textView(a), right = textView(b);
+    if (left.wide || right.wide) return textsEqual(left, right);
+    return memcmp(left.units, right.units, static_cast<size_t>(left.length)) == 0;
+}
+
+}  // namespace zo
+
+ZO_EXTERN_C_BEGIN
+
+/// What needs Unicode data and converters. The table stands in ZoStringICU.cpp; a program linked without it has ASCII
+/// and the built-in encodings only, and carries no ICU.
+typedef struct ZoTextServices {
+    bool (*decode)(ZoStringEncoding encoding, const uint8_t* bytes, size_t count, bool isExternal, zo::TextBuffer& out);
+    ZoIndex (*encode)(ZoStringEncoding encoding, const zo::TextView& text, uint8_t lossByte, bool isExternal,
+                      zo::ByteSink& sink);
+    ZoIndex (*maximumSize)(ZoIndex length, ZoStringEncoding encoding);
+    /// Simple case folding: one character for one, and of the same number of units.
+    uint32_t (*foldCase)(uint32_t codePoint);
+    void (*lowercase)(const zo::TextView& text, ZoLocaleRef locale, zo::TextBuffer& out);
+    bool (*isMember)(ZoCharacterSetPredefinedSet set, uint32_t codePoint);
+} ZoTextServices;
+
+extern const ZoTextServices __ZoTextServices __attribute__((weak));
+
+ZO_EXTERN_C_END
+
+namespace zo {
+
+inline const ZoTextServices* textServices() { return &__ZoTextServices; }
+
+}  // namespace zo

@@ -1,0 +1,51 @@
+// id3tag: makes an ID3v2.4 tag from the frames on the command line and delivers it to a file, to a segmenter, or both.
+// Whatever happens, the exit status is 0; only a version text that cannot be made ends with its own status.
+
+#include <bsd/stdlib.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <memory>
+
+#include "id3tag/CommandLine.h"
+#include "id3tag/ID3Output.h"
+#include "id3tag/Malloced.h"
+
+namespace {
+
+struct TagDestroyed {
+    void operator()(ID3TagRef tag) const { ID3DestroyTag(tag); }
+};
+
+void deliver(ID3TagRef tag, const Destination& destination)
+{
+    uint8_t* generated = nullptr;
+    uint64_t length = 0;
+    const OSStatus status = ID3GenerateTag(tag, &generated, &length);
+    const Malloced<uint8_t> bytes(generated);
+    if (status < 0 || !bytes || length == 0) {
+        fputs("ID3 frame generation failed\n", stderr);
+        return;
+    }
+    if (destination.outputFile && ID3OutputWriteFile(bytes.get(), length, destination.outputFile) < 0) {
+        fputs("Failed to write ID3 tag\n", stderr);
+    }
+    if (destination.hasAddress() &&
+        ID3OutputSendTag(bytes.get(), length, destination.address, destination.port, destination.repeat) != 0) {
+        fputs("Failed to send ID3 tag\n", stderr);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[])
+{
+    char versionText[300];
+    snprintf(versionText, sizeof versionText, "%s: Version 1.22.4 (659.18b-240228)", getprogname());
+
+    const std::unique_ptr<ID3Tag, TagDestroyed> tag(ID3CreateTag());
+    if (!tag) return 0;
+    Destination destination;
+    if (ReadCommandLine(argc, argv, versionText, tag.get(), &destination)) deliver(tag.get(), destination);
+    return 0;
+}
