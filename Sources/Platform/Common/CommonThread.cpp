@@ -1,8 +1,6 @@
-#include "Platform/Common/CommonThread.h"
-
 #include <cinttypes>
-#include <cstdlib>
 
+#include "Platform/Common/CommonThreadPrivate.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraStrings.h"
 #include "Platform/Ostra/OstraSynchronization.h"
@@ -16,44 +14,10 @@ static TavTraceNote sTrace;
         if (tavTraceIsOn(&sTrace)) tav_log(2, 1, 0, 0, __VA_ARGS__); \
     } while (0)
 
-struct TavThreadAbortEntry_ {
-    TavThreadID thread;           ///< that registered, or the target of a teardown; invalid in the marker of a queue
-    uint64_t queueID;             ///< of an abortable queue, or 0
-    TavThreadAbortAction action;  ///< absent once unregistered during an abort
-    void* refcon;
-    TavThreadAbortEntry_* next;
-    char queueLabel[64];  ///< for traces
-};
 using AbortEntry = TavThreadAbortEntry_;
+using AbortList = TavThreadAbortList;
 
 namespace {
-
-/// Entries in order of registration.
-struct AbortList {
-    AbortEntry* head = nullptr;
-    AbortEntry** lastNext = &head;
-
-    void append(AbortEntry* entry)
-    {
-        *lastNext = entry;
-        lastNext = &entry->next;
-    }
-    /// Unlinks and frees the entries that `leaves` is true for.
-    template <typename Predicate>
-    void remove(Predicate leaves)
-    {
-        AbortEntry** link = &head;
-        while (AbortEntry* entry = *link) {
-            if (!leaves(*entry)) {
-                link = &entry->next;
-                continue;
-            }
-            *link = entry->next;
-            std::free(entry);
-        }
-        lastNext = link;
-    }
-};
 
 /// What an abort is aimed at: a thread, or a queue.
 struct AbortTarget {
@@ -66,7 +30,7 @@ struct AbortTarget {
 
 }  // namespace
 
-static AbortList gAbortActionList;
+AbortList gAbortActionList;
 static TavReentrantMutexRef gAbortActionLock;
 static bool gAbortingNow;  ///< under the lock: entries stay linked while an abort walks the list
 static volatile int64_t gNextAbortableQueueID;
