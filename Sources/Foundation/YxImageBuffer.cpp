@@ -7,6 +7,7 @@
 #include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoAssert.h"
 #include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
 
 namespace {
 

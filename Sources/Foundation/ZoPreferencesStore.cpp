@@ -11,6 +11,7 @@
 #include <cstring>
 #include <vector>
 
+#include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoPropertyList.h"
 #include "Foundation/ZoStringBytes.h"
 
