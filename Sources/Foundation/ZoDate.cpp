@@ -22,7 +22,7 @@ static Boolean dateEqual(ZoTypeRef a, ZoTypeRef b)
 static ZoHashCode dateHash(ZoTypeRef object)
 {
     const double at = static_cast<ZoDateRef>(object)->at + 0.0;  // both zeros are equal
-    return zo::hashMix(zo::load64(&at) ^ 0x9E3779B97F4A7C15u, 0xD1B54A32D192ED03u);
+    return zoHashBytes(&at, sizeof at);
 }
 
 static ZoStringRef dateCopyDescription(ZoTypeRef object)

@@ -29,7 +29,7 @@ static size_t readUTF8(const uint8_t* bytes, size_t count, uint32_t& codePoint)
 static size_t countASCII(const uint8_t* bytes, size_t count)
 {
     size_t i = 0;
-    while (i + 8 <= count && !(load64(bytes + i) & 0x8080808080808080u)) i += 8;
+    while (i + 8 <= count && !(zoHashLoad<uint64_t>(bytes + i) & 0x8080808080808080u)) i += 8;
     while (i < count && bytes[i] < 0x80) ++i;
     return i;
 }

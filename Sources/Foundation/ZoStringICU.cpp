@@ -3,6 +3,7 @@
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
+#include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
 #include <memory>
@@ -205,7 +206,7 @@ static TextView longestFit(UConverter* converter, const TextView& text, size_t r
 static ZoIndex icuEncode(ZoStringEncoding encoding, const TextView& wholeText, uint8_t lossByte, bool, ByteSink& sink)
 {
     const zo::Converter converter = openConverter(encoding);
-    TextBuffer widened(nullptr);
+    TextBuffer widened;
     if (!converter || !widened.reserve(wholeText.length, true) || !widened.append(wholeText)) return 0;
     setLossByte(converter.get(), lossByte);
     TextView text = widened.view();
@@ -241,7 +242,7 @@ static void icuLowercase(const TextView& text, ZoLocaleRef locale, TextBuffer& o
 {
     char name[ULOC_FULLNAME_CAPACITY] = "";
     if (locale) ZoStringGetCString(ZoLocaleGetIdentifier(locale), name, sizeof name, kZoStringEncodingASCII);
-    TextBuffer source(nullptr);
+    TextBuffer source;
     if (text.length > INT32_MAX || !source.reserve(text.length, true) || !source.append(text)) return out.fail();
     const auto* units = reinterpret_cast<const UChar*>(source.view().utf16());
     const auto count = static_cast<int32_t>(text.length);
