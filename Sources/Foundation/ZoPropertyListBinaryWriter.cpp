@@ -134,7 +134,7 @@ private:
 
     bool encodeNumber(ZoTypeRef number, std::string& out)
     {
-        const NumberValue value = numberValue(number);
+        const ZoNumberValue value = zoNumberValue(number);
         if (value.isFloat) {
             out += '\x23';
             appendBE(out, std::bit_cast<uint64_t>(value.real), 8);

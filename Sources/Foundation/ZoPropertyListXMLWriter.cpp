@@ -104,7 +104,7 @@ private:
 
     bool writeNumber(ZoTypeRef number)
     {
-        const NumberValue value = numberValue(number);
+        const ZoNumberValue value = zoNumberValue(number);
         char text[40];
         std::to_chars_result end;
         if (value.isFloat)
