@@ -1,0 +1,188 @@
+// The block buffer as an object: its class, its tables, its end.
+
+#include "Core/TavBlockBuffer/TavBlockBuffer.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+
+#include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
+#include "Foundation/ZoString.h"
+
+static void BBufFinalize(ZoTypeRef object);
+
+static ZoStringRef BBufCopyFormattingDesc(ZoTypeRef object, ZoDictionaryRef)
+{
+    return ZoStringCreateWithFormat(kZoAllocatorDefault, nullptr, ZOSTR("[LuBlockBuffer %p]"), object);
+}
+
+static const ZoRuntimeClass sBBufClass = {
+    .version = 0,
+    .className = "LuBlockBuffer",
+    .init = nullptr,
+    .copy = nullptr,
+    .finalize = BBufFinalize,
+    .equal = nullptr,
+    .hash = nullptr,
+    .copyFormattingDesc = BBufCopyFormattingDesc,
+    .copyDebugDesc = BBufCopyDebugDesc,
+    .unused = {},
+};
+
+static pthread_once_t sBBufOnce = PTHREAD_ONCE_INIT;
+static ZoTypeID sBBufTypeID;
+
+ZoTypeID LuBlockBufferGetTypeID(void)
+{
+    pthread_once(&sBBufOnce, [] { sBBufTypeID = _ZoRuntimeRegisterClass(&sBBufClass); });
+    return sBBufTypeID;
+}
+
+// The type becomes a bearer before there is an object of it. Outside the first once-step, which asks for the type ID.
+static void bbufBecomeAttachmentBearer()
+{
+    static pthread_once_t sOnce = PTHREAD_ONCE_INIT;
+    pthread_once(&sOnce, TavAttachmentsRegisterBlockBuffer);
+}
+
+LuBlockBufferRef bbufCreateTable(ZoAllocatorRef allocator, int32_t subBlockCapacity)
+{
+    bbufBecomeAttachmentBearer();
+    const ZoIndex bytes = static_cast<ZoIndex>(sizeof(LuBlockBuffer_) - sizeof(ZoRuntimeBase)) +
+                          static_cast<ZoIndex>(sizeof(SubBlock)) * subBlockCapacity;
+    ZoTypeRef object = _ZoRuntimeCreateInstance(allocator, LuBlockBufferGetTypeID(), bytes, nullptr);
+    if (!object) return nullptr;
+    auto* table = static_cast<LuBlockBufferRef>(const_cast<void*>(object));
+    table->subBlockCapacity = subBlockCapacity;
+    return table;
+}
+
+OSStatus LuBlockBufferCreateEmpty(ZoAllocatorRef structureAllocator, uint32_t subBlockCapacity, LuBlockBufferFlags,
+                                  LuBlockBufferRef* newBBufOut)
+{
+    if (!newBBufOut) return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL newBBufOut");
+    *newBBufOut = nullptr;
+    LuBlockBufferRef table = nullptr;
+    if (subBlockCapacity < INT32_MAX) {
+        table = bbufCreateTable(structureAllocator, std::max(2, static_cast<int32_t>(subBlockCapacity) + 1));
+    }
+    if (!table) {
+        return TAV_SIGNAL(kTavBlockBufferStructureAllocationFailedErr, "Could not allocate BlockBuffer structure");
+    }
+    *newBBufOut = table;
+    return 0;
+}
+
+OSStatus bbufCreateForOnePiece(ZoAllocatorRef allocator, LuBlockBufferRef* newBBufOut)
+{
+    return LuBlockBufferCreateEmpty(allocator, 1, 0, newBBufOut);
+}
+
+void* bbufAllocateBlock(const SubBlock& piece)
+{
+    if (piece.type == kBBufSubBlock_UnallocatedCustom) {
+        return piece.custom().AllocateBlock(piece.custom().refCon, piece.blockLength);
+    }
+    if (piece.blockLength > static_cast<size_t>(INTPTR_MAX)) return nullptr;
+    return ZoAllocatorAllocate(piece.allocator(), static_cast<ZoIndex>(piece.blockLength), 0);
+}
+
+void bbufDeallocateBlock(const SubBlock& piece)
+{
+    if (!piece.block) return;
+    if (piece.type == kBBufSubBlock_MemoryCustom) {
+        const LuBlockBufferCustomBlockSource& custom = piece.custom();
+        if (custom.FreeBlock) custom.FreeBlock(custom.refCon, piece.block, piece.blockLength);
+    } else if (piece.allocator() != kZoAllocatorNull) {
+        ZoAllocatorDeallocate(piece.allocator(), piece.block);
+    }
+}
+
+void bbufReleaseSource(const SubBlock& piece, ZoAllocatorRef structureAllocator)
+{
+    if (piece.type == kBBufSubBlock_UnallocatedCustom || piece.type == kBBufSubBlock_MemoryCustom) {
+        ZoAllocatorDeallocate(structureAllocator, const_cast<void*>(piece.source));
+    } else if (piece.source) {
+        ZoRelease(piece.source);
+    }
+}
+
+// Releasing a buffer may finalize it, which releases the next, and so on down a nesting of any depth. Past a few levels
+// a buffer that only we hold is put in a queue instead, through a field of its own, and the outermost finalizer of the
+// thread works the queue off. Somebody may still revive such a buffer through a weak reference; it is ours to release
+// all the same, and is in no other queue, as whoever else holds it does not hold it alone.
+namespace {
+struct DoomedQueue {
+    LuBlockBufferRef first = nullptr;
+    LuBlockBufferRef last = nullptr;
+    int depth = 0;
+};
+}  // namespace
+
+static constexpr int kMaximumNestedReleases = 32;
+static thread_local constinit DoomedQueue sDoomed;
+
+static void releaseReference(LuBlockBufferRef buffer)
+{
+    if (sDoomed.depth < kMaximumNestedReleases || ZoGetRetainCount(buffer) > 1) {
+        ZoRelease(buffer);
+        return;
+    }
+    buffer->nextDoomed = nullptr;
+    if (sDoomed.last)
+        sDoomed.last->nextDoomed = buffer;
+    else
+        sDoomed.first = buffer;
+    sDoomed.last = buffer;
+}
+
+static void releaseDoomed()
+{
+    while (LuBlockBufferRef buffer = sDoomed.first) {
+        sDoomed.first = buffer->nextDoomed;
+        if (!sDoomed.first) sDoomed.last = nullptr;
+        ZoRelease(buffer);
+    }
+}
+
+static void BBufFinalize(ZoTypeRef object)
+{
+    auto* buffer = static_cast<LuBlockBufferRef>(const_cast<void*>(object));
+    ++sDoomed.depth;
+    for (int32_t i = 0; i < buffer->subBlockCount; ++i) {
+        const SubBlock& piece = buffer->subBlocks()[i];
+        if (piece.isReference()) {
+            releaseReference(piece.target());
+        } else {
+            bbufDeallocateBlock(piece);
+            bbufReleaseSource(piece, ZoGetAllocator(object));
+        }
+    }
+    for (ZoMutableDictionaryRef attachments : buffer->attachments) {
+        if (attachments) ZoRelease(attachments);
+    }
+    if (sDoomed.depth == 1) releaseDoomed();
+    --sDoomed.depth;
+}
+
+LuBlockBufferRef TavBlockBufferRetain(LuBlockBufferRef buffer)
+{
+    if (buffer) ZoRetain(buffer);
+    return buffer;
+}
+
+void TavBlockBufferRelease(LuBlockBufferRef buffer)
+{
+    if (buffer) ZoRelease(buffer);
+}
+
+size_t LuBlockBufferGetDataLength(LuBlockBufferRef theBuffer)
+{
+    if (!theBuffer) return 0;
+    if (!theBuffer->isOverflow) return theBuffer->dataLength;
+    size_t length = 0;
+    for (LuBlockBufferRef table = theBuffer; table; table = table->overflow()) length += table->tableLength;
+    return length;
+}
+
+Boolean LuBlockBufferIsEmpty(LuBlockBufferRef theBuffer) { return !theBuffer || theBuffer->subBlockCount == 0; }
