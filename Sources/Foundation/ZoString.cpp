@@ -240,6 +240,10 @@ bool TextBuffer::appendFill(uint8_t character, ZoIndex count)
 
 bool TextBuffer::appendCodePoint(uint32_t codePoint)
 {
+    if (wide_ && codePoint < 0x10000 && 2 * static_cast<size_t>(length_ + 1) <= capacity_ && !failed_) {
+        static_cast<UniChar*>(memory_)[length_++] = static_cast<UniChar>(codePoint);
+        return true;
+    }
     UniChar units[2] = {static_cast<UniChar>(codePoint), 0};
     if (codePoint < 0x10000) return append({units, 1, true});
     units[0] = static_cast<UniChar>(0xD7C0 + (codePoint >> 10));

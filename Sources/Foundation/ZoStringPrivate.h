@@ -81,8 +81,8 @@ inline bool isASCII(const uint8_t* bytes, size_t count)
     constexpr uint64_t kHighBits = 0x8080808080808080u;
     size_t i = 0;
     for (; i + 32 <= count; i += 32) {
-        const uint64_t any =
-            zoHashLoad<uint64_t>(bytes + i) | zoHashLoad<uint64_t>(bytes + i + 8) | zoHashLoad<uint64_t>(bytes + i + 16) | zoHashLoad<uint64_t>(bytes + i + 24);
+        const uint64_t any = zoHashLoad<uint64_t>(bytes + i) | zoHashLoad<uint64_t>(bytes + i + 8) |
+                             zoHashLoad<uint64_t>(bytes + i + 16) | zoHashLoad<uint64_t>(bytes + i + 24);
         if (any & kHighBits) return false;
     }
     uint64_t any = 0;
@@ -164,11 +164,13 @@ struct ByteSink {
     bool put(uint8_t byte) { return put(&byte, 1); }
 };
 
-/// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes.
+/// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes: the classic Roman
+/// encoding, ISO 8859 (there is no part 12, and part 16 is not supported) and the Windows code pages.
 constexpr bool encodingExtendsASCII(ZoStringEncoding encoding)
 {
     return encoding == kZoStringEncodingUTF8 || encoding == kZoStringEncodingASCII ||
-           encoding == kZoStringEncodingClassicRoman || (encoding >= 0x0201 && encoding <= 0x0210) ||
+           encoding == kZoStringEncodingClassicRoman ||
+           (encoding >= 0x0201 && encoding <= 0x020F && encoding != 0x020C) ||
            (encoding >= 0x0500 && encoding <= 0x0508);
 }
 
