@@ -2,12 +2,11 @@
 
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/ZoString.h"
+#include "Platform/Ostra/OstraThread.h"
 
 static void BBufFinalize(ZoTypeRef object);
 
@@ -29,20 +28,20 @@ static const ZoRuntimeClass sBBufClass = {
     .unused = {},
 };
 
-static pthread_once_t sBBufOnce = PTHREAD_ONCE_INIT;
+static TavThreadOnce sBBufOnce = TAV_THREAD_ONCE_INIT;
 static ZoTypeID sBBufTypeID;
 
 ZoTypeID LuBlockBufferGetTypeID(void)
 {
-    pthread_once(&sBBufOnce, [] { sBBufTypeID = _ZoRuntimeRegisterClass(&sBBufClass); });
+    TavThreadRunOnce(&sBBufOnce, [] { sBBufTypeID = _ZoRuntimeRegisterClass(&sBBufClass); });
     return sBBufTypeID;
 }
 
 // The type becomes a bearer before there is an object of it. Outside the first once-step, which asks for the type ID.
 static void bbufBecomeAttachmentBearer()
 {
-    static pthread_once_t sOnce = PTHREAD_ONCE_INIT;
-    pthread_once(&sOnce, TavAttachmentsRegisterBlockBuffer);
+    static TavThreadOnce sOnce = TAV_THREAD_ONCE_INIT;
+    TavThreadRunOnce(&sOnce, TavAttachmentsRegisterBlockBuffer);
 }
 
 LuBlockBufferRef bbufCreateTable(ZoAllocatorRef allocator, int32_t subBlockCapacity)

@@ -43,10 +43,10 @@ static ZoRef<LuBlockBufferRef> nest(size_t depth, Own own, uint8_t* bytes)
         const auto appendByte = [&] {
             return LuBlockBufferAppendMemoryBlock(outer.get(), bytes + i, 1, kZoAllocatorNull, nullptr, 0, 1, 0);
         };
-        if (own == Own::front) EXPECT_EQ(appendByte(), 0);
+        EXPECT_EQ(own == Own::front ? appendByte() : 0, 0);
         EXPECT_EQ(
             LuBlockBufferAppendBufferReference(outer.get(), inner.get(), 0, 0, kLuBlockBufferDontOptimizeDepthFlag), 0);
-        if (own == Own::behind) EXPECT_EQ(appendByte(), 0);
+        EXPECT_EQ(own == Own::behind ? appendByte() : 0, 0);
         inner = std::move(outer);
     }
     return inner;

@@ -88,6 +88,7 @@ TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
         const bool done = LuBlockBufferCreateEmpty(memory.ref(), 2, 0, buffer.outParam()) == 0 &&
                           build(memory, buffer.get(), references.get()) && derive(memory, buffer.get());
         failed = memory.hasFailed();
+        memory.failAt(-1);
         EXPECT_EQ(done, !failed);
         if (buffer) {
             // One that failed can be gone on with.

@@ -12,6 +12,7 @@
 #include "Foundation/ZoString.h"
 #include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
 #include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
+#include "Utilities/TavBlockBufferUtilities.h"
 
 using namespace luvia_test;
 
@@ -30,8 +31,7 @@ Buffer empty(uint32_t capacity = 4)
 Buffer memory(const std::string& text)
 {
     Buffer buffer;
-    LuBlockBufferCreateWithMemoryBlock(nullptr, const_cast<char*>(text.data()), text.size(), kZoAllocatorNull, nullptr,
-                                       0, text.size(), 0, buffer.outParam());
+    TavCreateBlockBufferCopyingMemoryBlock(nullptr, text.data(), text.size(), buffer.outParam());
     return buffer;
 }
 Buffer unallocated(size_t length)
@@ -48,7 +48,8 @@ OSStatus refer(const Buffer& buffer, const Buffer& target, size_t offset = 0, si
 std::string textOf(const Buffer& buffer)
 {
     std::string text(LuBlockBufferGetDataLength(buffer.get()), '?');
-    if (!text.empty()) EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), 0, text.size(), text.data()), 0);
+    if (text.empty()) return text;
+    EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), 0, text.size(), text.data()), 0);
     return text;
 }
 /// What each piece of the first table refers to; null for memory.
