@@ -121,7 +121,7 @@ TEST(CollectionConversions, combineDictionaries)
         const auto colour = zoAdopt(TavCreateZoArrayFromColorValues(allocator.get(), 0.25, 0.5, 1, 2));
         EXPECT_EQ(static_cast<bool>(colour), !allocator.hasFailed());
         double green = 0;
-        if (colour) EXPECT_TRUE(TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5);
+        if (colour) { EXPECT_TRUE(TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5); }
     });
 }
 
