@@ -32,8 +32,7 @@ public:
     bool await(int step, std::chrono::milliseconds limit = kLimit)
     {
         std::unique_lock guard(lock_);
-        const auto deadline = std::chrono::system_clock::now() + limit;
-        if (changed_.wait_until(guard, deadline, [&] { return step_ >= step; })) return true;
+        if (changed_.wait_for(guard, limit, [&] { return step_ >= step; })) return true;
         ADD_FAILURE() << "step " << step << " was not reached; the last one was " << step_;
         return false;
     }

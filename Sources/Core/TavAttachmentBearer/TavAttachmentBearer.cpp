@@ -2,8 +2,6 @@
 
 #include "Core/TavAttachmentBearer/TavAttachmentBearer.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <mutex>
 
@@ -12,6 +10,7 @@
 #include "Foundation/ZoArray.h"
 #include "Foundation/ZoRef.h"
 #include "Platform/Common/TavSignal.h"
+#include "Platform/Ostra/OstraThread.h"
 
 // MARK: registry
 
@@ -36,7 +35,7 @@ static void runOnceStep()
     TavAttachmentsRegisterYxBuffer();
 }
 
-static pthread_once_t sRegistryOnce = PTHREAD_ONCE_INIT;
+static TavThreadOnce sRegistryOnce = TAV_THREAD_ONCE_INIT;
 
 OSStatus TavRuntimeRegisterAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID)
 {
@@ -66,7 +65,7 @@ OSStatus TavRuntimeRegisterAttachmentBearerWithTypeID(const TavAttachmentBearerC
 
 const TavAttachmentBearerCallbacks* TavRuntimeGetAttachmentBearerCallbacksWithTypeID(ZoTypeID typeID)
 {
-    pthread_once(&sRegistryOnce, runOnceStep);
+    TavThreadRunOnce(&sRegistryOnce, runOnceStep);
     ZoDictionaryRef registry = sTavAttachmentBearerCallbacksPerTypeID.load(std::memory_order_acquire);
     if (!registry) return nullptr;
     return static_cast<const TavAttachmentBearerCallbacks*>(ZoDictionaryGetValue(registry, keyOf(typeID)));

@@ -2,12 +2,11 @@
 
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/ZoString.h"
+#include "Platform/Ostra/OstraThread.h"
 
 static void BBufFinalize(ZoTypeRef object);
 
@@ -29,20 +28,20 @@ static const ZoRuntimeClass sBBufClass = {
     .unused = {},
 };
 
-static pthread_once_t sBBufOnce = PTHREAD_ONCE_INIT;
+static TavThreadOnce sBBufOnce = TAV_THREAD_ONCE_INIT;
 static ZoTypeID sBBufTypeID;
 
 ZoTypeID LuBlockBufferGetTypeID(void)
 {
-    pthread_once(&sBBufOnce, [] { sBBufTypeID = _ZoRuntimeRegisterClass(&sBBufClass); });
+    TavThreadRunOnce(&sBBufOnce, [] { sBBufTypeID = _ZoRuntimeRegisterClass(&sBBufClass); });
     return sBBufTypeID;
 }
 
 // The type becomes a bearer before there is an object of it. Outside the first once-step, which asks for the type ID.
 static void bbufBecomeAttachmentBearer()
 {
-    static pthread_once_t sOnce = PTHREAD_ONCE_INIT;
-    pthread_once(&sOnce, TavAttachmentsRegisterBlockBuffer);
+    static TavThreadOnce sOnce = TAV_THREAD_ONCE_INIT;
+    TavThreadRunOnce(&sOnce, TavAttachmentsRegisterBlockBuffer);
 }
 
 LuBlockBufferRef bbufCreateTable(ZoAllocatorRef allocator, int32_t subBlockCapacity)
@@ -107,52 +106,14 @@ void bbufReleaseSource(const SubBlock& piece, ZoAllocatorRef structureAllocator)
     }
 }
 
-// Releasing a buffer may finalize it, which releases the next, and so on down a nesting of any depth. Past a few levels
-// a buffer that only we hold is put in a queue instead, through a field of its own, and the outermost finalizer of the
-// thread works the queue off. Somebody may still revive such a buffer through a weak reference; it is ours to release
-// all the same, and is in no other queue, as whoever else holds it does not hold it alone.
-namespace {
-struct DoomedQueue {
-    LuBlockBufferRef first = nullptr;
-    LuBlockBufferRef last = nullptr;
-    int depth = 0;
-};
-}  // namespace
-
-static constexpr int kMaximumNestedReleases = 32;
-static thread_local constinit DoomedQueue sDoomed;
-
-static void releaseReference(LuBlockBufferRef buffer)
-{
-    if (sDoomed.depth < kMaximumNestedReleases || ZoGetRetainCount(buffer) > 1) {
-        ZoRelease(buffer);
-        return;
-    }
-    buffer->nextDoomed = nullptr;
-    if (sDoomed.last)
-        sDoomed.last->nextDoomed = buffer;
-    else
-        sDoomed.first = buffer;
-    sDoomed.last = buffer;
-}
-
-static void releaseDoomed()
-{
-    while (LuBlockBufferRef buffer = sDoomed.first) {
-        sDoomed.first = buffer->nextDoomed;
-        if (!sDoomed.first) sDoomed.last = nullptr;
-        ZoRelease(buffer);
-    }
-}
-
+// Releasing a reference may end the next buffer, and so on: the run-time bounds how deep ends nest on the stack.
 static void BBufFinalize(ZoTypeRef object)
 {
     auto* buffer = static_cast<LuBlockBufferRef>(const_cast<void*>(object));
-    ++sDoomed.depth;
     for (int32_t i = 0; i < buffer->subBlockCount; ++i) {
         const SubBlock& piece = buffer->subBlocks()[i];
         if (piece.isReference()) {
-            releaseReference(piece.target());
+            ZoRelease(piece.block);
         } else {
             bbufDeallocateBlock(piece);
             bbufReleaseSource(piece, ZoGetAllocator(object));
@@ -161,8 +122,6 @@ static void BBufFinalize(ZoTypeRef object)
     for (ZoMutableDictionaryRef attachments : buffer->attachments) {
         if (attachments) ZoRelease(attachments);
     }
-    if (sDoomed.depth == 1) releaseDoomed();
-    --sDoomed.depth;
 }
 
 LuBlockBufferRef TavBlockBufferRetain(LuBlockBufferRef buffer)

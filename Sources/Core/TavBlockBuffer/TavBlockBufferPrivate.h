@@ -52,7 +52,6 @@ struct LuBlockBuffer_ {
     size_t dataLength;                      // of the chain that starts here; unused in an overflow table
     size_t tableLength;                     // of this table's own pieces
     LuBlockBufferRef lastTable;             // where the next piece goes, or a table before it; null: this one
-    LuBlockBufferRef nextDoomed;            // see BBufFinalize
     int32_t memoryCount;                    // pieces that are memory, allocated or not
     bool isOverflow;
 

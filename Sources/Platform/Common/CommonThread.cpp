@@ -1,10 +1,11 @@
 #include <cinttypes>
 
 #include "Platform/Common/CommonThreadPrivate.h"
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavNote.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraStrings.h"
 #include "Platform/Ostra/OstraSynchronization.h"
-#include "Platform/Ostra/OstraTrace.h"
 #define TAV_SUBSYSTEM "<< TavCommonThread >>"
 #include "Platform/Common/TavSignal.h"
 
@@ -47,7 +48,7 @@ static bool abortEntryIsMarker(const AbortEntry& entry)
 
 static void abortListInitialize()
 {
-    tavTraceNoteRegister(&sTrace, "tavcommonthread_trace", TAV_SUBSYSTEM);
+    tavTraceNoteRegister(&sTrace, "tavcommonthread_trace", 0);
     gAbortActionLock = TavReentrantMutexCreate();
 }
 

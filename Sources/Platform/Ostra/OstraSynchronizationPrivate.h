@@ -6,9 +6,10 @@
 
 #include <cstring>
 
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraSynchronization.h"
-#include "Platform/Ostra/OstraTrace.h"
 
 struct TavMutex_ {
     pthread_mutex_t posix;

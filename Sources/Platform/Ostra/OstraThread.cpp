@@ -11,7 +11,8 @@
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 #include "Platform/Common/CommonThread.h"
-#include "Platform/Ostra/OstraTrace.h"
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavNote.h"
 #define TAV_SUBSYSTEM "<<<< TAVOSTRATHREAD >>>>"
 #include "Platform/Common/TavSignal.h"
 
@@ -26,7 +27,7 @@ ZO_DEFINE_STRING(kTavThreadPropertyKey_NativeThreadPriority, "com.orvane.tav.Thr
 
 static TavTraceNote sTrace;
 
-static void threadRegisterTrace() { tavTraceNoteRegister(&sTrace, "ostrathread_trace", TAV_SUBSYSTEM); }
+static void threadRegisterTrace() { tavTraceNoteRegister(&sTrace, "ostrathread_trace", 0); }
 
 // Index 5 has no native value; several indices share one.
 static constexpr std::array<int32_t, kTavThreadPriorityHighest + 1> kNativePriorityMap = {

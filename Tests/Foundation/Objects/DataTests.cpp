@@ -108,7 +108,8 @@ TEST(Data, comparesByContents)
     EXPECT_TRUE(ZoEqual(a.get(), b.get()));
     EXPECT_EQ(ZoHash(a.get()), ZoHash(b.get()));
     EXPECT_FALSE(ZoEqual(a.get(), c.get()));
-    auto empty = makeData({}), mutableEmpty = zoAdopt(ZoDataCreateMutable(nullptr, 0));
+    auto empty = makeData({});
+    auto mutableEmpty = zoAdopt(ZoDataCreateMutable(nullptr, 0));
     EXPECT_TRUE(ZoEqual(empty.get(), mutableEmpty.get()));
     EXPECT_EQ(ZoHash(empty.get()), ZoHash(mutableEmpty.get()));
 }
@@ -147,7 +148,7 @@ TEST(Data, staysAsItWasWhenMemoryFails)
                       if (ZoDataGetLength(data.get()) > before) model.push_back(i);
                       EXPECT_EQ(bytesOf(data.get()), model);
                   }
-                  if (!allocator.hasFailed()) EXPECT_EQ(model.size(), 200u);
+                  EXPECT_GE(model.size(), allocator.hasFailed() ? 199u : 200u);
                   auto copy = zoAdopt(ZoDataCreateCopy(allocator.get(), data.get()));
                   auto mutableCopy = zoAdopt(ZoDataCreateMutableCopy(allocator.get(), 0, data.get()));
               }),

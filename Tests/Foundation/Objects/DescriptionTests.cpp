@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoArray.h"
 #include "Foundation/ZoData.h"
 #include "Foundation/ZoDictionary.h"

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -225,7 +226,7 @@ TEST(Dictionary, staysAsItWasWhenMemoryFails)
                   EXPECT_GE(expected, allocator.hasFailed() ? 99 : 100);
                   auto copy = zoAdopt(ZoDictionaryCreateCopy(allocator.get(), dictionary.get()));
                   auto mutableCopy = zoAdopt(ZoDictionaryCreateMutableCopy(allocator.get(), 0, dictionary.get()));
-                  if (mutableCopy) EXPECT_TRUE(ZoEqual(mutableCopy.get(), dictionary.get()));
+                  EXPECT_TRUE(!mutableCopy || ZoEqual(mutableCopy.get(), dictionary.get()));
               }),
               8);
     EXPECT_GE(luvia_test::sweepAllocationFailures([](FailingAllocator& allocator) {  // keys are copied with it
@@ -238,8 +239,7 @@ TEST(Dictionary, staysAsItWasWhenMemoryFails)
                   const void* values[] = {kZoNull, kZoBooleanTrue, kZoNull};
                   auto set = zoAdopt(ZoSetCreate(allocator.get(), values, 3, &kZoTypeSetCallBacks));
                   auto dictionary = zoAdopt(ZoDictionaryCreate(allocator.get(), values, values, 3, nullptr, nullptr));
-                  if (!allocator.hasFailed())
-                      EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), 2) << "the first of equal keys";
+                  EXPECT_TRUE(!dictionary || ZoDictionaryGetCount(dictionary.get()) == 2) << "the first of equal keys";
               }),
               4);
 }

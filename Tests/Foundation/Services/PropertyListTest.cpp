@@ -283,7 +283,9 @@ TEST(PropertyList, writingRefusesWhatAFormCannotCarry)
             const char* reason = isXML ? row.xml : row.binary;
             EXPECT_EQ(reasonOf(error), reason ? reason : "(no error)");
             EXPECT_EQ(bytes.empty(), reason != nullptr);
-            if (error) EXPECT_EQ(ZoErrorGetCode(error), kZoPropertyListErrorUnsupported);
+            if (error) {
+                EXPECT_EQ(ZoErrorGetCode(error), kZoPropertyListErrorUnsupported);
+            }
         }
     EXPECT_FALSE(zoAdopt<ZoTypeRef>(ZoPropertyListCreateDeepCopy(nullptr, knot.get(), 0)));
     ZoArrayRemoveAllValues(knot.get());
@@ -356,13 +358,13 @@ TEST(PropertyList, readsFromStreams)
     const auto url = zoAdopt(ZoURLCreateWithFileSystemPath(nullptr, str((folder / "list").string()).get(), 0, false));
     const auto readWith = [&url](bool open, ZoIndex length, ZoIndex& code) {
         const auto stream = zoAdopt(ZoReadStreamCreateWithFile(nullptr, url.get()));
-        if (open) EXPECT_TRUE(ZoReadStreamOpen(stream.get()));
+        EXPECT_EQ(open && ZoReadStreamOpen(stream.get()), open);
         ZoErrorRef error = nullptr;
         auto list =
             zoAdopt<ZoTypeRef>(ZoPropertyListCreateWithStream(nullptr, stream.get(), length, 0, nullptr, &error));
         code = error ? ZoErrorGetCode(error) : 0;
         zoAdopt(error).reset();
-        if (open) EXPECT_FALSE(ZoReadStreamOpen(stream.get()));
+        EXPECT_FALSE(open && ZoReadStreamOpen(stream.get()));
         return list;
     };
     ZoIndex code;
