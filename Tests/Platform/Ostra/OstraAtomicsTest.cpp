@@ -68,7 +68,7 @@ TEST(OstraAtomics, loseNoUpdateBetweenThreads)
 // Two threads that each raise a flag and then look at the other's: with full barriers at least one sees the other.
 TEST(OstraAtomics, barriersOrderStoresBeforeLoads)
 {
-    for (int turn = 0; turn < 200; ++turn) {
+    for (int turn = 0; turn < 100; ++turn) {
         int32_t raised[2] = {}, saw[2] = {}, ready = 0;
         onThreads(2, [&](int index) {
             TavAtomicIncrement32(&ready);
