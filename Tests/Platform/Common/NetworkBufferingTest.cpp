@@ -37,7 +37,7 @@ TEST(NetworkBuffering, eachRunLoopRunsOnItsOwnThread)
     const std::vector<ZoRunLoopRef> loops = {TavThreadGetGlobalNetworkBufferingRunloop(),
                                              TavThreadGetGlobalNetworkBufferingLowPriorityRunloop(),
                                              TavThreadGetGlobalNetworkBufferingBackgroundThrottledRunloop()};
-    static std::deque<Fired> sKept;  // the last callout may outlast the test
+    static auto& sKept = *new std::deque<Fired>;  // the last callouts may outlast the test, and the process its end
     std::vector<Fired*> fired;
     for (size_t index = 0; index < loops.size(); ++index) fired.push_back(&sKept.emplace_back());
     for (size_t index = 0; index < loops.size(); ++index) {
