@@ -71,6 +71,12 @@ const TavAttachmentBearerCallbacks* TavRuntimeGetAttachmentBearerCallbacksWithTy
     return static_cast<const TavAttachmentBearerCallbacks*>(ZoDictionaryGetValue(registry, keyOf(typeID)));
 }
 
+void TavRuntimeEnsureAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID)
+{
+    if (TavRuntimeGetAttachmentBearerCallbacksWithTypeID(typeID) == callbacks) return;
+    TavRuntimeRegisterAttachmentBearerWithTypeID(callbacks, typeID);
+}
+
 void TavRuntimeUnregisterAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks*, ZoTypeID)
 {
     TAV_WARN("TavRuntimeUnregisterAttachmentBearerWithTypeID() is a no-op");

@@ -14,7 +14,11 @@
 
 using luvia_test::CountingAllocator;
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+static constexpr size_t kDepth = 200000;
+#else
 static constexpr size_t kDepth = 1000000;
+#endif
 
 static void onSmallStack(std::function<void()> body)
 {
