@@ -83,7 +83,9 @@ ZoIndex ZoGetRetainCount(ZoTypeRef object);
 Boolean ZoEqual(ZoTypeRef object1, ZoTypeRef object2);
 /// Equal objects have equal hashes.
 ZoHashCode ZoHash(ZoTypeRef object);
-/// A new string for people to read; never nothing for an object that is there.
+/// A new string for people to read; never nothing for an object that is there. The same for equal contents, without
+/// addresses: text itself, `1`, `0.5`, `true`, `null`, `<2 bytes: 0aff>`, arrays `["a", 1]`, dictionaries
+/// `{"key" = 1}` and sets `(1, 2)` in their order, the class name in angle brackets for a class that describes nothing.
 ZoStringRef ZoCopyDescription(ZoTypeRef object);
 /// Writes one line to standard error: program name, process, and the formatted text. `level` 3 is an error.
 void ZoLog(int32_t level, ZoStringRef format, ...);

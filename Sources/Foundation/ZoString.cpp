@@ -63,6 +63,13 @@ ZoTypeID ZoStringGetTypeID(void) { return kZoTypeIDString; }
 
 namespace zo {
 
+/// Where no status can tell of it.
+[[noreturn]] static void stopForMemory()
+{
+    fputs("ZoString: no memory for a longer string\n", stderr);
+    abort();
+}
+
 bool isASCII(const UniChar* units, ZoIndex count)
 {
     UniChar any = 0;
@@ -70,11 +77,14 @@ bool isASCII(const UniChar* units, ZoIndex count)
     return any < 0x80;
 }
 
-uint64_t hashWide(const TextView& text)
+uint64_t hashText(const TextView& text)
 {
     const auto count = static_cast<size_t>(text.length);
-    if (isASCII(text)) return hashBytes(WideUnits{text.utf16()}, count);
-    return hashBytes(NarrowUnits{static_cast<const uint8_t*>(text.units)}, 2 * count);
+    if (!text.wide) return zoHashBytes(text.units, count);
+    if (!isASCII(text)) return zoHashBytes(text.units, 2 * count);
+    TextBuffer narrow;  // only a mutable string has ASCII in the wide form
+    if (!narrow.append(text)) stopForMemory();
+    return zoHashBytes(narrow.view().units, count);
 }
 
 bool textsEqual(const TextView& a, const TextView& b)
@@ -152,10 +162,7 @@ TextBuffer::TextBuffer(ZoMutableStringRef string)
 
 void TextBuffer::giveBack(ZoMutableStringRef string)
 {
-    if (failed_) {
-        fputs("ZoString: no memory for a longer string\n", stderr);
-        abort();
-    }
+    if (failed_) stopForMemory();
     string->contents = memory_;
     string->hashOrCapacity = capacity_;
     string->length = length_;
@@ -233,6 +240,10 @@ bool TextBuffer::appendFill(uint8_t character, ZoIndex count)
 
 bool TextBuffer::appendCodePoint(uint32_t codePoint)
 {
+    if (wide_ && codePoint < 0x10000 && 2 * static_cast<size_t>(length_ + 1) <= capacity_ && !failed_) {
+        static_cast<UniChar*>(memory_)[length_++] = static_cast<UniChar>(codePoint);
+        return true;
+    }
     UniChar units[2] = {static_cast<UniChar>(codePoint), 0};
     if (codePoint < 0x10000) return append({units, 1, true});
     units[0] = static_cast<UniChar>(0xD7C0 + (codePoint >> 10));

@@ -1,7 +1,7 @@
 // Text: UTF-16 code units to the outside, 8-bit storage inside where the text is ASCII.
 // Immutable strings may be read by any number of threads. Positions and lengths count UTF-16 units.
-// ASCII, UTF-8, UTF-16 and ISO 8859-1 are in every program; all other encodings, and the cases of letters that are not
-// ASCII, come from ICU through a table that a program may be linked without.
+// ASCII, UTF-8, UTF-16, UTF-32 and ISO 8859-1 are in every program; all other encodings, and the cases of letters that
+// are not ASCII, come from ICU through a table that a program may be linked without.
 
 #pragma once
 
@@ -19,8 +19,11 @@ enum {
     kZoStringEncodingWindowsLatin1 = 0x0500,
     kZoStringEncodingASCII = 0x0600,
     kZoStringEncodingUTF8 = 0x08000100,
+    kZoStringEncodingUTF32 = 0x0C000100,
     kZoStringEncodingUTF16BE = 0x10000100,
     kZoStringEncodingUTF16LE = 0x14000100,
+    kZoStringEncodingUTF32BE = 0x18000100,
+    kZoStringEncodingUTF32LE = 0x1C000100,
 };
 
 typedef ZoOptionFlags ZoStringCompareFlags;

@@ -1,4 +1,7 @@
-// The encodings that every program has: ASCII, ISO 8859-1, UTF-8 and UTF-16. All others are behind the text services.
+// The encodings that every program has: ASCII, ISO 8859-1, UTF-8, UTF-16 and UTF-32. All others are behind the text
+// services.
+
+#include <initializer_list>
 
 #include "Foundation/ZoStringPrivate.h"
 
@@ -29,7 +32,7 @@ static size_t readUTF8(const uint8_t* bytes, size_t count, uint32_t& codePoint)
 static size_t countASCII(const uint8_t* bytes, size_t count)
 {
     size_t i = 0;
-    while (i + 8 <= count && !(load64(bytes + i) & 0x8080808080808080u)) i += 8;
+    while (i + 8 <= count && !(zoHashLoad<uint64_t>(bytes + i) & 0x8080808080808080u)) i += 8;
     while (i < count && bytes[i] < 0x80) ++i;
     return i;
 }
@@ -61,39 +64,42 @@ static bool decodeLatin1(const uint8_t* bytes, size_t count, TextBuffer& out)
     return out.ok();
 }
 
-static bool decodeUTF16(const uint8_t* bytes, size_t count, bool bigEndian, TextBuffer& out)
-{
-    if (count % 2 || !out.reserve(out.length() + static_cast<ZoIndex>(count / 2), true)) return false;
-    UniChar chunk[128];
-    size_t filled = 0;
-    bool afterHigh = false;
-    for (size_t i = 0; i < count; i += 2) {
-        const uint8_t first = bytes[i], second = bytes[i + 1];
-        const auto unit = static_cast<UniChar>(bigEndian ? first << 8 | second : second << 8 | first);
-        if (isLowSurrogate(unit) != afterHigh) return false;
-        afterHigh = isHighSurrogate(unit);
-        chunk[filled++] = unit;
-        if (filled == 128) {
-            out.append({chunk, 128, true});
-            filled = 0;
-        }
-    }
-    out.append({chunk, static_cast<ZoIndex>(filled), true});
-    return out.ok() && !afterHigh;
-}
-
 static constexpr bool kHostIsBigEndian = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 
-/// UTF-16 without a fixed order: what is external says it with a mark or is big-endian (RFC 2781 4.3), what is not
-/// external has the machine's order.
-static bool decodeMarkedUTF16(const uint8_t* bytes, size_t count, bool isExternal, TextBuffer& out)
+static uint32_t readUnit(const uint8_t* bytes, size_t unitSize, bool bigEndian)
 {
-    if (!isExternal) return decodeUTF16(bytes, count, kHostIsBigEndian, out);
-    const bool marked =
-        count >= 2 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) || (bytes[0] == 0xFF && bytes[1] == 0xFE));
-    const bool bigEndian = !marked || bytes[0] == 0xFE;
-    const size_t skipped = marked ? 2 : 0;
-    return decodeUTF16(bytes + skipped, count - skipped, bigEndian, out);
+    uint32_t unit = 0;
+    for (size_t i = 0; i < unitSize; ++i) unit = unit << 8 | bytes[bigEndian ? i : unitSize - 1 - i];
+    return unit;
+}
+
+/// UTF-16 or UTF-32 by the size of its units.
+static bool decodeUnits(const uint8_t* bytes, size_t count, size_t unitSize, bool bigEndian, TextBuffer& out)
+{
+    if (count % unitSize || !out.reserve(out.length() + static_cast<ZoIndex>(count / unitSize), true)) return false;
+    for (size_t at = 0; at < count && out.ok(); at += unitSize) {
+        uint32_t codePoint = readUnit(bytes + at, unitSize, bigEndian);
+        if (unitSize == 2 && isHighSurrogate(codePoint) && at + 2 < count) {
+            const uint32_t low = readUnit(bytes + at + 2, 2, bigEndian);
+            if (!isLowSurrogate(low)) return false;
+            codePoint = surrogatePair(codePoint, low);
+            at += 2;
+        }
+        if (isSurrogate(codePoint) || codePoint > 0x10FFFF) return false;
+        out.appendCodePoint(codePoint);
+    }
+    return out.ok();
+}
+
+/// Units without a fixed order: what is external says it with a mark or is big-endian (RFC 2781 4.3), what is not
+/// external has the machine's order.
+static bool decodeMarkedUnits(const uint8_t* bytes, size_t count, size_t unitSize, bool isExternal, TextBuffer& out)
+{
+    if (!isExternal) return decodeUnits(bytes, count, unitSize, kHostIsBigEndian, out);
+    for (const bool bigEndian : {true, false})
+        if (count >= unitSize && readUnit(bytes, unitSize, bigEndian) == kByteOrderMark)
+            return decodeUnits(bytes + unitSize, count - unitSize, unitSize, bigEndian, out);
+    return decodeUnits(bytes, count, unitSize, true, out);
 }
 
 bool decodeText(ZoStringEncoding encoding, const uint8_t* bytes, size_t count, bool isExternal, TextBuffer& out)
@@ -105,9 +111,12 @@ bool decodeText(ZoStringEncoding encoding, const uint8_t* bytes, size_t count, b
         }
         case kZoStringEncodingASCII: return isASCII(bytes, count) && out.appendASCII(bytes, count);
         case kZoStringEncodingISOLatin1: return decodeLatin1(bytes, count, out);
-        case kZoStringEncodingUTF16: return decodeMarkedUTF16(bytes, count, isExternal, out);
-        case kZoStringEncodingUTF16BE:
-        case kZoStringEncodingUTF16LE: return decodeUTF16(bytes, count, encoding == kZoStringEncodingUTF16BE, out);
+        case kZoStringEncodingUTF16: return decodeMarkedUnits(bytes, count, 2, isExternal, out);
+        case kZoStringEncodingUTF32: return decodeMarkedUnits(bytes, count, 4, isExternal, out);
+        case kZoStringEncodingUTF16BE: return decodeUnits(bytes, count, 2, true, out);
+        case kZoStringEncodingUTF16LE: return decodeUnits(bytes, count, 2, false, out);
+        case kZoStringEncodingUTF32BE: return decodeUnits(bytes, count, 4, true, out);
+        case kZoStringEncodingUTF32LE: return decodeUnits(bytes, count, 4, false, out);
         default: break;
     }
     if (encodingExtendsASCII(encoding) && isASCII(bytes, count)) return out.appendASCII(bytes, count);
@@ -135,18 +144,20 @@ static size_t writeUTF8(uint32_t codePoint, uint8_t* bytes)
     return length;
 }
 
-template <bool kBigEndian>
-static size_t writeUTF16(uint32_t codePoint, uint8_t* bytes)
+static void writeUnit(uint32_t unit, size_t unitSize, bool bigEndian, uint8_t* bytes)
+{
+    for (size_t i = 0; i < unitSize; ++i, unit >>= 8)
+        bytes[bigEndian ? unitSize - 1 - i : i] = static_cast<uint8_t>(unit);
+}
+
+template <size_t kUnitSize, bool kBigEndian>
+static size_t writeUnits(uint32_t codePoint, uint8_t* bytes)
 {
     if (isSurrogate(codePoint)) return 0;
-    const uint32_t units[2] = {codePoint < 0x10000 ? codePoint : 0xD7C0 + (codePoint >> 10),
-                               0xDC00 | (codePoint & 0x3FF)};
-    const size_t count = codePoint < 0x10000 ? 1 : 2;
-    for (size_t i = 0; i < count; ++i) {
-        bytes[2 * i + (kBigEndian ? 0 : 1)] = static_cast<uint8_t>(units[i] >> 8);
-        bytes[2 * i + (kBigEndian ? 1 : 0)] = static_cast<uint8_t>(units[i]);
-    }
-    return 2 * count;
+    const bool isPair = kUnitSize == 2 && codePoint >= 0x10000;
+    writeUnit(isPair ? 0xD7C0 + (codePoint >> 10) : codePoint, kUnitSize, kBigEndian, bytes);
+    if (isPair) writeUnit(0xDC00 | (codePoint & 0x3FF), kUnitSize, kBigEndian, bytes + kUnitSize);
+    return isPair ? 4 : kUnitSize;
 }
 
 static CharacterEncoder encoderFor(ZoStringEncoding encoding)
@@ -155,9 +166,12 @@ static CharacterEncoder encoderFor(ZoStringEncoding encoding)
         case kZoStringEncodingUTF8: return writeUTF8;
         case kZoStringEncodingASCII: return writeSingleByte<0x80>;
         case kZoStringEncodingISOLatin1: return writeSingleByte<0x100>;
-        case kZoStringEncodingUTF16: return writeUTF16<kHostIsBigEndian>;
-        case kZoStringEncodingUTF16BE: return writeUTF16<true>;
-        case kZoStringEncodingUTF16LE: return writeUTF16<false>;
+        case kZoStringEncodingUTF16: return writeUnits<2, kHostIsBigEndian>;
+        case kZoStringEncodingUTF32: return writeUnits<4, kHostIsBigEndian>;
+        case kZoStringEncodingUTF16BE: return writeUnits<2, true>;
+        case kZoStringEncodingUTF16LE: return writeUnits<2, false>;
+        case kZoStringEncodingUTF32BE: return writeUnits<4, true>;
+        case kZoStringEncodingUTF32LE: return writeUnits<4, false>;
         default: return nullptr;
     }
 }
@@ -180,7 +194,8 @@ ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t loss
         return services ? services->encode(encoding, text, lossByte, isExternal, sink) : 0;
     }
     uint8_t bytes[4];
-    if (encoding == kZoStringEncodingUTF16 && isExternal && !sink.put(bytes, encoder(kByteOrderMark, bytes))) return 0;
+    const bool marked = encoding == kZoStringEncodingUTF16 || encoding == kZoStringEncodingUTF32;
+    if (marked && isExternal && !sink.put(bytes, encoder(kByteOrderMark, bytes))) return 0;
     ZoIndex at = 0;
     while (at < text.length) {
         ZoIndex units;
@@ -198,21 +213,21 @@ ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t loss
 ZoIndex ZoStringGetMaximumSizeForEncoding(ZoIndex length, ZoStringEncoding encoding)
 {
     if (length < 0) return kZoNotFound;
-    ZoIndex perUnit = 1, fixed = 0;
+    ZoIndex perUnit = 1, mark = 0;
     switch (encoding) {
         case kZoStringEncodingUTF8: perUnit = 3; break;
-        case kZoStringEncodingUTF16:
-            fixed = 2;  // the mark
-            [[fallthrough]];
+        case kZoStringEncodingUTF16: mark = 2; [[fallthrough]];
         case kZoStringEncodingUTF16BE:
         case kZoStringEncodingUTF16LE: perUnit = 2; break;
+        case kZoStringEncodingUTF32: mark = 4; [[fallthrough]];
+        case kZoStringEncodingUTF32BE:
+        case kZoStringEncodingUTF32LE: perUnit = 4; break;
         default:
             if (zo::encodingExtendsASCII(encoding)) break;
             const ZoTextServices* services = zo::textServices();
             return services ? services->maximumSize(length, encoding) : kZoNotFound;
     }
     ZoIndex size;
-    if (__builtin_mul_overflow(length, perUnit, &size) || __builtin_add_overflow(size, fixed, &size))
-        return kZoNotFound;
+    if (__builtin_mul_overflow(length, perUnit, &size) || __builtin_add_overflow(size, mark, &size)) return kZoNotFound;
     return size;
 }

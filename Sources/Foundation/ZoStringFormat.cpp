@@ -341,7 +341,7 @@ static bool appendObject(TextBuffer& out, const ResolvedConversion& resolved, Zo
 
 /// Wide characters as C's locales with UTF-8 print them: widths and precisions count bytes, and no character is cut.
 static bool appendWide(TextBuffer& out, const ResolvedConversion& resolved, const wchar_t* characters, size_t count,
-                       ZoAllocatorRef allocator)
+                       bool asBytes, ZoAllocatorRef allocator)
 {
     alignas(UniChar) uint8_t lent[256];
     TextBuffer text(allocator, lent, sizeof lent);
@@ -349,7 +349,7 @@ static bool appendWide(TextBuffer& out, const ResolvedConversion& resolved, cons
     for (size_t i = 0; i < count; ++i) {
         const auto codePoint = static_cast<uint32_t>(characters[i]);
         if (codePoint > 0x10FFFF || zo::isSurrogate(codePoint)) return false;
-        const ZoIndex size = codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
+        const ZoIndex size = asBytes || codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
         if (resolved.precision >= 0 && bytes + size > resolved.precision) break;
         bytes += size;
         if (!text.appendCodePoint(codePoint)) return false;
@@ -363,7 +363,7 @@ static bool appendWideString(TextBuffer& out, const ResolvedConversion& resolved
     // A precision bounds what may be read, and no character takes less than a byte.
     if (!text) text = resolved.precision < 0 || resolved.precision >= 6 ? L"(null)" : L"";
     const size_t count = resolved.precision < 0 ? wcslen(text) : wcsnlen(text, static_cast<size_t>(resolved.precision));
-    return appendWide(out, resolved, text, count, allocator);
+    return appendWide(out, resolved, text, count, false, allocator);
 }
 
 static bool appendConversion(TextBuffer& out, ZoAllocatorRef allocator, ResolvedConversion& resolved, ArgumentKind kind,
@@ -376,13 +376,12 @@ static bool appendConversion(TextBuffer& out, ZoAllocatorRef allocator, Resolved
     switch (resolved.conversion.letter) {
         case '%': return out.appendASCII("%", 1);
         case '@': return appendObject(out, resolved, value.pointer);
-        case 'c':
-            if (isWide) {
-                const auto character = static_cast<wchar_t>(value.integer);
-                resolved.precision = -1;
-                return appendWide(out, resolved, &character, 1, allocator);
-            }
-            break;
+        case 'c': {
+            // A byte is the character of that number, a wide character itself.
+            const auto character = static_cast<wchar_t>(isWide ? value.integer : value.integer & 0xFF);
+            resolved.precision = -1;
+            return appendWide(out, resolved, &character, 1, !isWide, allocator);
+        }
         case 's':
             if (isWide) return appendWideString(out, resolved, static_cast<const wchar_t*>(value.pointer), allocator);
             if (value.pointer && resolved.width < 0 && resolved.precision < 0) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Foundation/ZoAllocator.h"
+#include "Foundation/ZoHashing.h"
 #include "Foundation/ZoRuntimePrivate.h"
 #include "Foundation/ZoString.h"
 
@@ -75,24 +76,17 @@ inline uint32_t codePointAt(const TextView& text, ZoIndex index, ZoIndex& units)
     return surrogatePair(unit, text[index + 1]);
 }
 
-inline uint64_t load64(const void* bytes)
-{
-    uint64_t value;
-    memcpy(&value, bytes, sizeof value);
-    return value;
-}
-
 inline bool isASCII(const uint8_t* bytes, size_t count)
 {
     constexpr uint64_t kHighBits = 0x8080808080808080u;
     size_t i = 0;
     for (; i + 32 <= count; i += 32) {
-        const uint64_t any =
-            load64(bytes + i) | load64(bytes + i + 8) | load64(bytes + i + 16) | load64(bytes + i + 24);
+        const uint64_t any = zoHashLoad<uint64_t>(bytes + i) | zoHashLoad<uint64_t>(bytes + i + 8) |
+                             zoHashLoad<uint64_t>(bytes + i + 16) | zoHashLoad<uint64_t>(bytes + i + 24);
         if (any & kHighBits) return false;
     }
     uint64_t any = 0;
-    for (; i + 8 <= count; i += 8) any |= load64(bytes + i);
+    for (; i + 8 <= count; i += 8) any |= zoHashLoad<uint64_t>(bytes + i);
     for (; i < count; ++i) any |= bytes[i];
     return (any & kHighBits) == 0;
 }
@@ -170,11 +164,13 @@ struct ByteSink {
     bool put(uint8_t byte) { return put(&byte, 1); }
 };
 
-/// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes.
+/// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes: the classic Roman
+/// encoding, ISO 8859 (there is no part 12, and part 16 is not supported) and the Windows code pages.
 constexpr bool encodingExtendsASCII(ZoStringEncoding encoding)
 {
     return encoding == kZoStringEncodingUTF8 || encoding == kZoStringEncodingASCII ||
-           encoding == kZoStringEncodingClassicRoman || (encoding >= 0x0201 && encoding <= 0x0210) ||
+           encoding == kZoStringEncodingClassicRoman ||
+           (encoding >= 0x0201 && encoding <= 0x020F && encoding != 0x020C) ||
            (encoding >= 0x0500 && encoding <= 0x0508);
 }
 
@@ -185,51 +181,8 @@ void decodeUTF8Leniently(const uint8_t* bytes, size_t count, TextBuffer& out);
 /// Converts from the start for as long as it fits and can be converted; gives the number of units converted.
 ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t lossByte, bool isExternal, ByteSink& sink);
 
-// Hashes: equal text has equal hashes in every form. Text that is all ASCII hashes as its bytes.
-
-inline uint64_t hashMix(uint64_t a, uint64_t b)
-{
-    const unsigned __int128 product = static_cast<unsigned __int128>(a) * b;
-    return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
-}
-
-struct NarrowUnits {
-    const uint8_t* bytes;
-    uint64_t eight(size_t i) const { return load64(bytes + i); }
-    uint64_t one(size_t i) const { return bytes[i]; }
-};
-
-struct WideUnits {
-    const UniChar* units;
-    uint64_t eight(size_t i) const
-    {
-        uint64_t value = 0;
-        for (size_t k = 0; k < 8; ++k) value |= one(i + k) << (8 * k);
-        return value;
-    }
-    uint64_t one(size_t i) const { return units[i]; }
-};
-
-template <typename Units>
-inline uint64_t hashBytes(Units units, size_t count)
-{
-    constexpr uint64_t kSecret0 = 0x9E3779B97F4A7C15u, kSecret1 = 0xD1B54A32D192ED03u;
-    uint64_t hash = kSecret0 ^ count;
-    if (count >= 8) {
-        for (size_t i = 0; i + 8 < count; i += 8) hash = hashMix(hash ^ units.eight(i), kSecret1);
-        return hashMix(hash ^ units.eight(count - 8), kSecret0) | 1;
-    }
-    uint64_t rest = 0;
-    for (size_t i = 0; i < count; ++i) rest = rest << 8 | units.one(i);
-    return hashMix(hash ^ rest, kSecret1) | 1;
-}
-
-uint64_t hashWide(const TextView& text);
-
-inline uint64_t hashText(const TextView& text)
-{
-    return text.wide ? hashWide(text) : hashBytes(NarrowUnits{text.ascii()}, static_cast<size_t>(text.length));
-}
+/// Equal text has equal hashes in every form: text that is all ASCII hashes as its bytes.
+uint64_t hashText(const TextView& text);
 
 bool textsEqual(const TextView& a, const TextView& b);
 
@@ -237,9 +190,7 @@ bool textsEqual(const TextView& a, const TextView& b);
 inline ZoHashCode stringHash(ZoStringRef string)
 {
     const uint8_t flags = zoTypeFlags(string);
-    if (flags & kZoStringConstant)
-        return hashBytes(NarrowUnits{static_cast<const uint8_t*>(string->contents)},
-                         static_cast<size_t>(string->length));
+    if (flags & kZoStringConstant) return zoHashBytes(string->contents, static_cast<size_t>(string->length));
     if (flags & kZoStringMutable) return hashText(textView(string));
     auto* cache = &const_cast<ZoMutableStringRef>(string)->hashOrCapacity;
     uint64_t hash = __atomic_load_n(cache, __ATOMIC_RELAXED);

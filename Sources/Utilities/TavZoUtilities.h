@@ -170,6 +170,10 @@ TAV_ZO_FOR_EACH_NUMBER_TYPE(TAV_ZO_DECLARE_NUMBER_OPERATIONS)
 /// As the number getters, for the two booleans.
 Boolean TavZoDictionaryGetBooleanIfPresent(ZoDictionaryRef dictionary, const void* key, Boolean* valueOut);
 
+/// The base64 text of the whole of `data`. An absent dictionary is left at that: 0, nothing signalled.
+/// kTavZoUtilitiesError_InvalidParameter, and the statuses of the encoder
+OSStatus TavZoDictionarySetBase64Data(ZoMutableDictionaryRef dictionary, const void* key, ZoDataRef data);
+
 ZO_EXTERN_C_END
 
 #ifdef __cplusplus

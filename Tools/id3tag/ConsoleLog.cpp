@@ -5,6 +5,8 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include "Platform/Ostra/OstraClock.h"
+
 static int32_t gAllowOutput = -1;  // the highest level that is printed
 static uint8_t gOutputTimestamps = 1;
 static FILE* gOutputFile = nullptr;  // absent: standard output, from the first message on
@@ -61,9 +63,4 @@ void OutputClose(void)
     gOutputFile = nullptr;
 }
 
-uint64_t GetCurrentTime(void)
-{
-    struct timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
-}
+uint64_t GetCurrentTime(void) { return TavGetUpTimeNanoseconds() / 1000000; }

@@ -35,11 +35,7 @@ static int32_t order(T left, T right)
 int32_t LuTimeCompareGeneral(LuTime left, LuTime right)
 {
     const int leftKind = orderOfKind(left), rightKind = orderOfKind(right);
-    if (leftKind != rightKind || leftKind != 1) return order(leftKind, rightKind);
-    if (left.epoch != right.epoch) return order(left.epoch, right.epoch);
-    if (left.timescale == right.timescale) return order(left.value, right.value);
-    return order(static_cast<__int128>(left.value) * static_cast<uint32_t>(right.timescale),
-                 static_cast<__int128>(right.value) * static_cast<uint32_t>(left.timescale));
+    return leftKind == rightKind && leftKind == 1 ? order(left.epoch, right.epoch) : order(leftKind, rightKind);
 }
 
 LuTime LuTimeMinimum(LuTime left, LuTime right) { return LuTimeCompare(left, right) < 0 ? left : right; }

@@ -130,11 +130,12 @@ ZoStringRef LuTimeCopyDescription(ZoAllocatorRef allocator, LuTime time);
 /// The description as a line on standard error.
 void LuTimeShow(LuTime time);
 
-// The common cases of the three operations that players call most, at the caller's side: two numbers of one timescale,
-// and a comparison whose products fit in 64 bits. Everything else is a call. Both ways give the same.
+// The common cases of the three operations that players call most, at the caller's side: sums of one timescale, and
+// comparisons of numbers. Everything else is a call.
 
 LuTime LuTimeAddGeneral(LuTime left, LuTime right);
 LuTime LuTimeSubtractGeneral(LuTime left, LuTime right);
+/// For two times that are not both numeric, or of different epochs.
 int32_t LuTimeCompareGeneral(LuTime left, LuTime right);
 
 /// Whether both are numeric without odd flags, of one timescale and one epoch (which then gives way to 0).
@@ -165,14 +166,13 @@ inline LuTime LuTimeSubtract(LuTime left, LuTime right)
 
 inline int32_t LuTimeCompare(LuTime left, LuTime right)
 {
-    int64_t leftProduct, rightProduct;
-    if (ZO_LIKELY(LuTimeIsNumeric(left) && LuTimeIsNumeric(right) && left.epoch == right.epoch)) {
-        if (left.timescale == right.timescale) return (left.value > right.value) - (left.value < right.value);
-        if (ZO_LIKELY(!__builtin_mul_overflow(left.value, (int64_t)(uint32_t)right.timescale, &leftProduct)) &&
-            ZO_LIKELY(!__builtin_mul_overflow(right.value, (int64_t)(uint32_t)left.timescale, &rightProduct)))
-            return (leftProduct > rightProduct) - (leftProduct < rightProduct);
-    }
-    return LuTimeCompareGeneral(left, right);
+    if (ZO_UNLIKELY(!LuTimeIsNumeric(left) || !LuTimeIsNumeric(right) || left.epoch != right.epoch))
+        return LuTimeCompareGeneral(left, right);
+    if (left.timescale == right.timescale) return (left.value > right.value) - (left.value < right.value);
+    // A product of 96 bits on either side.
+    __extension__ const __int128 leftProduct = (__int128)left.value * (uint32_t)right.timescale;
+    __extension__ const __int128 rightProduct = (__int128)right.value * (uint32_t)left.timescale;
+    return (leftProduct > rightProduct) - (leftProduct < rightProduct);
 }
 
 ZO_EXTERN_C_END

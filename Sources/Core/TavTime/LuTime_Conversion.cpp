@@ -2,21 +2,17 @@
 
 using namespace tavtime;
 
-/// The truncated quotient, moved by one tick as the method says. `remainder` is not 0 and has the quotient's sign.
-static int64_t roundQuotient(int64_t quotient, int64_t remainder, int32_t oldTimescale, int32_t newTimescale,
-                             LuTimeRoundingMethod method)
+/// Whether a remainder moves the truncated quotient one tick away from zero. All but the timescales are magnitudes.
+static bool roundsAwayFromZero(uint64_t quotient, uint32_t remainder, bool negative, int32_t oldTimescale,
+                               int32_t newTimescale, LuTimeRoundingMethod method)
 {
-    const int64_t awayFromZero = remainder < 0 ? -1 : 1;
     switch (method) {
-        case kLuTimeRoundingMethod_RoundHalfAwayFromZero:
-            return 2 * magnitude(remainder) >= magnitude(oldTimescale) ? quotient + awayFromZero : quotient;
-        case kLuTimeRoundingMethod_RoundAwayFromZero: return quotient + awayFromZero;
-        case kLuTimeRoundingMethod_Kinora:
-            if (oldTimescale < newTimescale) return quotient + awayFromZero;
-            return quotient == 0 && remainder < 0 ? -1 : quotient;
-        case kLuTimeRoundingMethod_RoundTowardPositiveInfinity: return remainder > 0 ? quotient + 1 : quotient;
-        case kLuTimeRoundingMethod_RoundTowardNegativeInfinity: return remainder < 0 ? quotient - 1 : quotient;
-        default: return quotient;
+        case kLuTimeRoundingMethod_RoundHalfAwayFromZero: return 2 * uint64_t{remainder} >= magnitude(oldTimescale);
+        case kLuTimeRoundingMethod_RoundAwayFromZero: return true;
+        case kLuTimeRoundingMethod_Kinora: return oldTimescale < newTimescale || (quotient == 0 && negative);
+        case kLuTimeRoundingMethod_RoundTowardPositiveInfinity: return !negative;
+        case kLuTimeRoundingMethod_RoundTowardNegativeInfinity: return negative;
+        default: return false;
     }
 }
 
@@ -25,10 +21,18 @@ LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMetho
     if (!LuTimeIsNumeric(time)) return time;
     if (newTimescale < 1) return kLuTimeInvalid;
     if (newTimescale == time.timescale) return time;
-    int32_t remainder;
-    int64_t quotient = TavInt64MulDiv(time.value, newTimescale, time.timescale, &remainder);
-    if (ZO_UNLIKELY(isSaturated(quotient))) return infinity(quotient < 0);
-    if (remainder == 0) return {quotient, newTimescale, numericFlags(time.flags), time.epoch};
-    quotient = roundQuotient(quotient, remainder, time.timescale, newTimescale, method);
-    return {quotient, newTimescale, kLuTimeFlags_Valid | kRounded, time.epoch};
+
+    // Signs are masks, 0 or -1, and no branches: in a stream of times they are beyond prediction.
+    const int64_t valueSign = time.value >> 63, sign = valueSign ^ (time.timescale >> 31);
+    const uint64_t ticks = static_cast<uint64_t>(time.value ^ valueSign) - static_cast<uint64_t>(valueSign);
+    uint32_t remainder;
+    uint64_t quotient = TavUInt64MulDiv(ticks, static_cast<uint32_t>(newTimescale),
+                                        static_cast<uint32_t>(magnitude(time.timescale)), &remainder);
+    if (ZO_UNLIKELY(quotient >= static_cast<uint64_t>(std::numeric_limits<int64_t>::max()))) return infinity(sign < 0);
+    LuTimeFlags flags = numericFlags(time.flags);
+    if (remainder != 0) {
+        quotient += roundsAwayFromZero(quotient, remainder, sign < 0, time.timescale, newTimescale, method);
+        flags |= kRounded;
+    }
+    return {(static_cast<int64_t>(quotient) ^ sign) - sign, newTimescale, flags, time.epoch};
 }

@@ -1,13 +1,10 @@
 #include "Core/TavTime/LuTime.h"
 #include "Core/TavTime/TavTimeForms.h"
+#include "Foundation/YxImageBuffer.h"
 #include "Foundation/ZoDictionary.h"
 #include "Foundation/ZoNumber.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
-
-// Until the image buffer's header stands.
-extern "C" const ZoStringRef kYxBufferTimeValueKey;
-extern "C" const ZoStringRef kYxBufferTimeScaleKey;
 
 ZO_DEFINE_STRING(kLuTimeValueKey, "value");
 ZO_DEFINE_STRING(kLuTimeScaleKey, "timescale");

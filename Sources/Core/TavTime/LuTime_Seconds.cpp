@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "Core/TavTime/TavTimeInternal.h"
+#include "Foundation/ZoObject.h"
 
 using namespace tavtime;
 
@@ -13,7 +14,10 @@ static void warnOfLowTimescale(double seconds, int32_t timescale, double error)
 {
     if (onlyThisManyTimes.load(std::memory_order_relaxed) <= 0) return;
     onlyThisManyTimes.fetch_sub(1, std::memory_order_relaxed);
-    (void)seconds, (void)timescale, (void)error;
+    ZoLog(3,
+          ZOSTR("LuTimeMakeWithSeconds(%.3f seconds, timescale %d): warning: error of %.3f introduced due to very low "
+                "timescale"),
+          seconds, timescale, error);
 }
 
 LuTime LuTimeMakeWithSeconds(double seconds, int32_t preferredTimescale)

@@ -1,4 +1,5 @@
-// One operation under two names: the public one, prefix Lu, is defined; the internal one, prefix Tav, is the same symbol.
+// One operation under two names: the public one, prefix Lu, is defined; the internal one, prefix Tav, is the same
+// symbol.
 
 #pragma once
 

@@ -83,7 +83,7 @@ class Frames(ToolTest):
         shown = subprocess.run(["ffprobe", "-v", "error", "-show_entries", "format_tags=title,artist:stream=codec_name",
                                 "-of", "csv=p=0", whole], check=True, capture_output=True, text=True)
         self.assertEqual(shown.stderr, "")
-        self.assertEqual(sorted(shown.stdout.split()), ["Hello,World", "mp3", "png"])
+        self.assertEqual(sorted(shown.stdout.split()), ["World,Hello", "mp3", "png"])
 
 
 if __name__ == "__main__":

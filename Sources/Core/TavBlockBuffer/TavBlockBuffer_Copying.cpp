@@ -1,0 +1,135 @@
+// Copying out, in, and into one piece.
+
+#include <algorithm>
+#include <cstring>
+
+#include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
+#include "Foundation/ZoRef.h"
+
+OSStatus LuBlockBufferCopyDataBytes(LuBlockBufferRef theSourceBuffer, size_t offsetToData, size_t dataLength,
+                                    void* destination)
+{
+    if (!theSourceBuffer || !destination) {
+        return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
+    }
+    if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
+    if (LuBlockBufferIsEmpty(theSourceBuffer)) {
+        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "source buffer is empty");
+    }
+    const size_t total = LuBlockBufferGetDataLength(theSourceBuffer);
+    if (offsetToData >= total) {
+        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offsetIntoSource exceeds source buffer length");
+    }
+    size_t end = 0;
+    const bool wrapped = __builtin_add_overflow(offsetToData, dataLength, &end);
+    if (end > total) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr,
+                          "(offsetIntoSource + dataLength) exceeds source buffer length");
+    }
+    if (wrapped) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "(offsetIntoSource + dataLength) wrapped");
+    }
+    return TavBlockBufferCursor(theSourceBuffer, offsetToData).read(destination, dataLength);
+}
+
+static OSStatus checkDestination(LuBlockBufferRef buffer, size_t offset, size_t length)
+{
+    if (LuBlockBufferIsEmpty(buffer)) {
+        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "destination buffer is empty");
+    }
+    const size_t total = LuBlockBufferGetDataLength(buffer);
+    if (offset >= total) {
+        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offset exceeds destination buffer length");
+    }
+    if (length > total - offset) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr,
+                          "(offset + dataLength) exceeds destination buffer length");
+    }
+    return 0;
+}
+
+// Hands each run of the range to `write`, which is told where in the range it lies. Allocates what has no memory yet.
+template <typename Write>
+static OSStatus writeRuns(LuBlockBufferRef buffer, size_t offset, size_t length, Write write)
+{
+    TavBlockBufferCursor cursor(buffer, offset);
+    for (size_t done = 0; done < length;) {
+        char* run = nullptr;
+        size_t runLength = 0;
+        OSStatus status = cursor.getRun(&run, &runLength);
+        if (status == kTavBlockBufferUnallocatedBlockErr) {
+            TAV_TRY(LuBlockBufferAssureBlockMemory(buffer));
+            status = cursor.getRun(&run, &runLength);
+        }
+        TAV_TRY(status);
+        runLength = std::min(runLength, length - done);
+        write(run, done, runLength);
+        cursor.advance(runLength);
+        done += runLength;
+    }
+    return 0;
+}
+
+OSStatus LuBlockBufferReplaceDataBytes(const void* sourceBytes, LuBlockBufferRef destinationBuffer,
+                                       size_t offsetIntoDestination, size_t dataLength)
+{
+    if (!sourceBytes || !destinationBuffer) {
+        return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
+    }
+    if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
+    TAV_TRY(checkDestination(destinationBuffer, offsetIntoDestination, dataLength));
+    const char* from = static_cast<const char*>(sourceBytes);
+    // The source may be bytes of this very buffer.
+    return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
+                     [from](char* run, size_t at, size_t length) { std::memmove(run, from + at, length); });
+}
+
+OSStatus LuBlockBufferFillDataBytes(char fillByte, LuBlockBufferRef destinationBuffer, size_t offsetIntoDestination,
+                                    size_t dataLength)
+{
+    if (!destinationBuffer) return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL destinationBuffer");
+    if (dataLength > static_cast<size_t>(INTPTR_MAX)) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be >= 0");
+    }
+    TAV_TRY(checkDestination(destinationBuffer, offsetIntoDestination, dataLength));
+    if (dataLength == 0) dataLength = LuBlockBufferGetDataLength(destinationBuffer) - offsetIntoDestination;
+    return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
+                     [fillByte](char* run, size_t, size_t length) { std::memset(run, fillByte, length); });
+}
+
+OSStatus LuBlockBufferCreateContiguous(ZoAllocatorRef structureAllocator, LuBlockBufferRef sourceBuffer,
+                                       ZoAllocatorRef blockAllocator,
+                                       const LuBlockBufferCustomBlockSource* customBlockSource, size_t offsetToData,
+                                       size_t dataLength, LuBlockBufferFlags flags, LuBlockBufferRef* newBBufOut)
+{
+    if (newBBufOut) *newBBufOut = nullptr;
+    if (!sourceBuffer || !newBBufOut) {
+        return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or newBBufOut");
+    }
+    if (LuBlockBufferIsEmpty(sourceBuffer)) {
+        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "source buffer is empty");
+    }
+    const size_t total = LuBlockBufferGetDataLength(sourceBuffer);
+    if (offsetToData >= total) {
+        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offset exceeds source buffer length");
+    }
+    if (dataLength > total - offsetToData) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "(offset + dataLength) exceeds source buffer length");
+    }
+    if (dataLength == 0) dataLength = total - offsetToData;
+
+    if (!(flags & kLuBlockBufferAlwaysCopyDataFlag) &&
+        LuBlockBufferIsRangeContiguous(sourceBuffer, offsetToData, dataLength)) {
+        return LuBlockBufferCreateWithBufferReference(structureAllocator, sourceBuffer, offsetToData, dataLength, flags,
+                                                      newBBufOut);
+    }
+    ZoRef<LuBlockBufferRef> copy;
+    TAV_TRY(LuBlockBufferCreateWithMemoryBlock(structureAllocator, nullptr, dataLength, blockAllocator,
+                                               customBlockSource, 0, dataLength,
+                                               flags | kLuBlockBufferAssureMemoryNowFlag, copy.outParam()));
+    char* block = nullptr;
+    TAV_TRY(LuBlockBufferGetDataPointer(copy.get(), 0, nullptr, nullptr, &block));
+    TAV_TRY(LuBlockBufferCopyDataBytes(sourceBuffer, offsetToData, dataLength, block));
+    *newBBufOut = copy.release();
+    return 0;
+}

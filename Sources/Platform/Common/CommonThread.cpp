@@ -1,0 +1,266 @@
+#include <cinttypes>
+
+#include "Platform/Common/CommonThreadPrivate.h"
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavNote.h"
+#include "Platform/Ostra/OstraAtomics.h"
+#include "Platform/Ostra/OstraStrings.h"
+#include "Platform/Ostra/OstraSynchronization.h"
+#define TAV_SUBSYSTEM "<< TavCommonThread >>"
+#include "Platform/Common/TavSignal.h"
+
+static TavTraceNote sTrace;
+#define ABORT_TRACE(...)                                             \
+    do {                                                             \
+        if (tavTraceIsOn(&sTrace)) tav_log(2, 1, 0, 0, __VA_ARGS__); \
+    } while (0)
+
+using AbortEntry = TavThreadAbortEntry_;
+using AbortList = TavThreadAbortList;
+
+namespace {
+
+/// What an abort is aimed at: a thread, or a queue.
+struct AbortTarget {
+    TavThreadID thread;
+    uint64_t queueID;
+    const char* queueLabel;
+
+    bool owns(const AbortEntry& entry) const { return queueID ? entry.queueID == queueID : entry.thread == thread; }
+};
+
+}  // namespace
+
+AbortList gAbortActionList;
+static TavReentrantMutexRef gAbortActionLock;
+static bool gAbortingNow;  ///< under the lock: entries stay linked while an abort walks the list
+static volatile int64_t gNextAbortableQueueID;
+/// Its address is the key under which an abortable queue has its ID.
+static const char kTavThreadDispatchQueueAbortabilityKey = 0;
+
+/// The action of a teardown marker; it is told by its address.
+static void kSpecialAction_ThreadWasAbortedForTeardown(void*) {}
+
+static bool abortEntryIsMarker(const AbortEntry& entry)
+{
+    return entry.action == kSpecialAction_ThreadWasAbortedForTeardown && entry.refcon == nullptr;
+}
+
+static void abortListInitialize()
+{
+    tavTraceNoteRegister(&sTrace, "tavcommonthread_trace", 0);
+    gAbortActionLock = TavReentrantMutexCreate();
+}
+
+OSStatus TavThreadLockAbortList(void)
+{
+    static TavThreadOnce sOnce = TAV_THREAD_ONCE_INIT;
+    TavThreadRunOnce(&sOnce, abortListInitialize);
+    return gAbortActionLock ? TavReentrantMutexLock(gAbortActionLock) : kTavThreadAllocationErr;
+}
+
+OSStatus TavThreadUnlockAbortList(void) { return TavReentrantMutexUnlock(gAbortActionLock); }
+
+/// A new entry at the list's end, or nothing. `label` is there where `queueID` is.
+static AbortEntry* abortListAppend(TavThreadID thread, uint64_t queueID, const char* label, TavThreadAbortAction action,
+                                   void* refcon)
+{
+    auto* entry = static_cast<AbortEntry*>(std::calloc(1, sizeof(AbortEntry)));
+    if (!entry) return nullptr;
+    entry->thread = thread;
+    entry->queueID = queueID;
+    entry->action = action;
+    entry->refcon = refcon;
+    if (queueID) strlcpy(entry->queueLabel, label, sizeof entry->queueLabel);
+    gAbortActionList.append(entry);
+    return entry;
+}
+
+// Registration -------------------------------------------------------------------------------------------------------
+
+static uint64_t abortQueueID(dispatch_queue_t queueOrCurrent)
+{
+    const void* key = &kTavThreadDispatchQueueAbortabilityKey;
+    return reinterpret_cast<uintptr_t>(queueOrCurrent ? dispatch_queue_get_specific(queueOrCurrent, key)
+                                                      : dispatch_get_specific(key));
+}
+
+/// What stands in the way of a registration: the first entry of the caller's own that is the same, or a marker.
+static OSStatus abortListCheckRegistration(TavThreadID thread, uint64_t queueID, TavThreadAbortAction action,
+                                           const void* refcon)
+{
+    for (const AbortEntry* entry = gAbortActionList.head; entry; entry = entry->next) {
+        if (entry->thread != thread && (queueID == 0 || entry->queueID != queueID)) continue;
+        if (entry->action == action && entry->refcon == refcon) return kTavThreadAbortActionAlreadyRegisteredErr;
+        if (!abortEntryIsMarker(*entry)) continue;
+        if (entry->queueID)
+            ABORT_TRACE("### Entry %p Queue %" PRId64 " (%s) already aborted for teardown",
+                        static_cast<const void*>(entry), static_cast<int64_t>(entry->queueID), entry->queueLabel);
+        else
+            ABORT_TRACE("### Entry %p Thread %p already aborted for teardown", static_cast<const void*>(entry),
+                        reinterpret_cast<void*>(thread));
+        return TAV_SIGNAL(kTavThreadAlreadyAborted, "Thread or queue already aborted for teardown");
+    }
+    return 0;
+}
+
+OSStatus TavThreadRegisterAbortAction(TavThreadAbortAction action, void* refcon, TavThreadAbortActionToken* outToken)
+{
+    const TavThreadID thread = TavThreadGetCurrent();
+    const uint64_t queueID = abortQueueID(nullptr);
+    const char* label = dispatch_queue_get_label(DISPATCH_CURRENT_QUEUE_LABEL);
+    if (!outToken) return TAV_SIGNAL(kTavThreadParamErr, "tokenOut == NULL");
+    *outToken = nullptr;
+
+    TAV_TRY(TavThreadLockAbortList());
+    OSStatus status = 0;
+    if (gAbortingNow)
+        status = TAV_SIGNAL(kTavThreadNotReentrantErr, "TavThreadRegisterAbortAction is not reentrant");
+    else
+        status = abortListCheckRegistration(thread, queueID, action, refcon);
+    if (status == 0) {
+        *outToken = abortListAppend(thread, queueID, label, action, refcon);
+        if (!*outToken) status = TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
+    }
+    if (status == 0)
+        ABORT_TRACE("New Entry %p for thread %p queueID %" PRId64 " (%s) action %p refcon %p",
+                    static_cast<const void*>(*outToken), reinterpret_cast<void*>(thread), static_cast<int64_t>(queueID),
+                    (*outToken)->queueLabel, reinterpret_cast<void*>(action), refcon);
+    TavThreadUnlockAbortList();
+    if (status == kTavThreadAlreadyAborted && action) action(refcon);
+    return status;
+}
+
+OSStatus TavThreadUnregisterAbortAction(TavThreadAbortActionToken token)
+{
+    if (!token) return 0;
+    TAV_TRY(TavThreadLockAbortList());
+    if (!gAbortingNow) {
+        gAbortActionList.remove([token](const AbortEntry& entry) {
+            if (&entry != token) return false;
+            ABORT_TRACE("Unregistered entry %p removed and freed", static_cast<const void*>(token));
+            return true;
+        });
+    } else {
+        AbortEntry* entry = gAbortActionList.head;
+        while (entry && entry != token) entry = entry->next;
+        if (entry) {
+            entry->action = nullptr;
+            entry->refcon = nullptr;
+            ABORT_TRACE("Unregistered entry %p NULLified", static_cast<const void*>(token));
+        }
+    }
+    return TavThreadUnlockAbortList();
+}
+
+// Aborts -------------------------------------------------------------------------------------------------------------
+
+/// Runs the target's actions; tells whether a marker of its was among them.
+static bool abortRunActions(const AbortTarget& target)
+{
+    bool metMarker = false;
+    for (AbortEntry* entry = gAbortActionList.head; entry; entry = entry->next) {
+        if (!target.owns(*entry) || !entry->action) continue;
+        metMarker |= abortEntryIsMarker(*entry);
+        entry->action(entry->refcon);
+    }
+    return metMarker;
+}
+
+static OSStatus abortAppendMarker(const AbortTarget& target)
+{
+    const AbortEntry* marker = abortListAppend(target.thread, target.queueID, target.queueLabel,
+                                               kSpecialAction_ThreadWasAbortedForTeardown, nullptr);
+    if (!marker) return TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
+    if (target.queueID)
+        ABORT_TRACE("Registered tearDown abort action entry %p for queueID %" PRId64 " (%s)",
+                    static_cast<const void*>(marker), static_cast<int64_t>(target.queueID), marker->queueLabel);
+    else
+        ABORT_TRACE("Registered tearDown abort action entry %p for thread %p", static_cast<const void*>(marker),
+                    reinterpret_cast<void*>(target.thread));
+    return 0;
+}
+
+static void abortSweep(bool withStrayMarkers)
+{
+    gAbortActionList.remove([withStrayMarkers](const AbortEntry& entry) {
+        const bool stray = abortEntryIsMarker(entry) && entry.queueID == 0 && !TavThreadIsValid(entry.thread);
+        if (entry.action && !(withStrayMarkers && stray)) return false;
+        ABORT_TRACE("Removed entry %p", static_cast<const void*>(&entry));
+        return true;
+    });
+}
+
+static OSStatus abortTarget(const AbortTarget& target, bool forTeardown)
+{
+    TAV_TRY(TavThreadLockAbortList());
+    OSStatus status = 0;
+    if (!gAbortingNow) {
+        gAbortingNow = true;
+        const bool metMarker = abortRunActions(target);
+        if (forTeardown && !metMarker) status = abortAppendMarker(target);
+        abortSweep(forTeardown && target.queueID == 0);
+        gAbortingNow = false;
+    }
+    TavThreadUnlockAbortList();
+    return status;
+}
+
+static OSStatus abortQueue(dispatch_queue_t queue, bool forTeardown)
+{
+    const uint64_t queueID = abortQueueID(queue);
+    if (queueID == 0)
+        return TAV_SIGNAL(kTavThreadParamErr, "TavThreadMakeDispatchQueueAbortable was not called for this queue");
+    const char* label = dispatch_queue_get_label(queue ? queue : DISPATCH_CURRENT_QUEUE_LABEL);
+    return abortTarget({kTavThreadInvalidID, queueID, label}, forTeardown);
+}
+
+OSStatus TavThreadAbort(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, false); }
+
+OSStatus TavThreadAbortForTeardown(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, true); }
+
+OSStatus TavThreadAbortQueue(dispatch_queue_t queue) { return abortQueue(queue, false); }
+
+OSStatus TavThreadAbortQueueForTeardown(dispatch_queue_t queue) { return abortQueue(queue, true); }
+
+// The end of markers -------------------------------------------------------------------------------------------------
+
+void TavThreadRemoveFromAbortListAndCleanup(TavThreadID thread)
+{
+    gAbortActionList.remove([thread](const AbortEntry& entry) {
+        const bool stray = entry.queueID == 0 && !TavThreadIsValid(entry.thread);
+        if (!abortEntryIsMarker(entry) || (entry.thread != thread && !stray)) return false;
+        ABORT_TRACE("Removed entry %p associated with thread %p", static_cast<const void*>(&entry),
+                    reinterpret_cast<void*>(thread));
+        return true;
+    });
+}
+
+/// Gets the ID of an abortable queue that is gone.
+static void abortForgetQueue(void* value)
+{
+    const uint64_t queueID = reinterpret_cast<uintptr_t>(value);
+    if (queueID == 0 || TavThreadLockAbortList() != 0) return;
+    gAbortActionList.remove([queueID](const AbortEntry& entry) {
+        if (!abortEntryIsMarker(entry) || entry.queueID != queueID) return false;
+        ABORT_TRACE("Removed entry %p associated with queueID %" PRId64 " (%s)", static_cast<const void*>(&entry),
+                    static_cast<int64_t>(queueID), entry.queueLabel);
+        return true;
+    });
+    TavThreadUnlockAbortList();
+}
+
+OSStatus TavThreadMakeDispatchQueueAbortable(dispatch_queue_t queue)
+{
+    if (!queue) return 0;
+    if (queue == dispatch_get_main_queue())
+        return TAV_SIGNAL(kTavThreadParamErr, "cannot make main dispatch queue abortable");
+    if (queue == dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0))
+        return TAV_SIGNAL(kTavThreadParamErr, "cannot make global concurrent dispatch queue abortable");
+    const int64_t queueID = TavAtomicIncrement64(&gNextAbortableQueueID);
+    dispatch_queue_set_specific(queue, &kTavThreadDispatchQueueAbortabilityKey, reinterpret_cast<void*>(queueID),
+                                abortForgetQueue);
+    ABORT_TRACE("Queue %p (%s) -> queueID %" PRId64, static_cast<void*>(queue), dispatch_queue_get_label(queue),
+                queueID);
+    return 0;
+}

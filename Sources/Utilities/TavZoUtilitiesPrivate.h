@@ -1,0 +1,57 @@
+// The checks that the typed operations of the collection helpers share: each is one sentence about an argument.
+
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+
+#include "Foundation/ZoRef.h"
+#include "Platform/Common/TavSignal.h"
+#include "Utilities/TavZoUtilities.h"
+
+namespace tavzo {
+
+inline bool isOfType(ZoTypeRef object, ZoTypeID type) { return object && ZoGetTypeID(object) == type; }
+inline bool isDictionary(ZoTypeRef object) { return isOfType(object, ZoDictionaryGetTypeID()); }
+inline bool isArray(ZoTypeRef object) { return isOfType(object, ZoArrayGetTypeID()); }
+
+/// What a getter finds under `key`, or nothing. An absent dictionary is no failure; what else is wrong is signalled.
+const void* lookUp(ZoDictionaryRef dictionary, const void* key, const void* out, const char* missingOutMessage);
+/// What a getter finds at `index`, or nothing, with what is wrong signalled.
+const void* elementAt(ZoArrayRef array, ZoIndex index, const void* out, const char* missingOutMessage);
+
+/// kTavZoUtilitiesError_InvalidParameter
+OSStatus checkSetter(ZoDictionaryRef dictionary, const void* key);
+OSStatus checkAppender(ZoArrayRef array);
+/// Stores an object just made; kTavZoUtilitiesError_AllocationFailed with `failedMessage` if it is absent.
+OSStatus setCreated(ZoMutableDictionaryRef dictionary, const void* key, ZoRef<ZoTypeRef> value,
+                    const char* failedMessage);
+OSStatus appendCreated(ZoMutableArrayRef array, ZoRef<ZoTypeRef> value, const char* failedMessage);
+
+/// Both checks and the storing, for a value that is made in between.
+template <typename Create>
+OSStatus setWith(ZoMutableDictionaryRef dictionary, const void* key, const char* failedMessage, Create create)
+{
+    TAV_TRY(checkSetter(dictionary, key));
+    return setCreated(dictionary, key, ZoRef<ZoTypeRef>::adopt(create()), failedMessage);
+}
+
+template <typename Create>
+OSStatus appendWith(ZoMutableArrayRef array, const char* failedMessage, Create create)
+{
+    TAV_TRY(checkAppender(array));
+    return appendCreated(array, ZoRef<ZoTypeRef>::adopt(create()), failedMessage);
+}
+
+/// A zeroed list of pointers for the foundation to fill; absent when memory is out, never for want of elements.
+struct Free {
+    void operator()(const void** list) const { std::free(list); }
+};
+using PointerList = std::unique_ptr<const void*[], Free>;
+inline PointerList makePointerList(ZoIndex count)
+{
+    return PointerList(
+        static_cast<const void**>(std::calloc(static_cast<size_t>(count > 0 ? count : 1), sizeof(void*))));
+}
+
+}  // namespace tavzo

@@ -1,0 +1,102 @@
+// Numbers in collections: four operations over untyped storage, and the typed names in front of them.
+
+#include "Utilities/TavZoUtilitiesPrivate.h"
+
+using namespace tavzo;
+
+static bool isNumber(ZoTypeRef object) { return isOfType(object, ZoNumberGetTypeID()); }
+
+static Boolean getNumber(ZoDictionaryRef dictionary, const void* key, ZoNumberType type, void* valueOut)
+{
+    const void* number = lookUp(dictionary, key, valueOut, "NULL valuePtr");
+    if (!isNumber(number)) return false;
+    ZoNumberGetValue(static_cast<ZoNumberRef>(number), type, valueOut);
+    return true;
+}
+
+static Boolean getNumberAtIndex(ZoArrayRef array, ZoIndex index, ZoNumberType type, void* valueOut)
+{
+    const void* number = elementAt(array, index, valueOut, "NULL dOut");
+    if (!number) return false;
+    if (!isNumber(number)) {
+        (void)TAV_SIGNAL(kTavZoUtilitiesError_InvalidParameter, "value at index not a ZoNumber");
+        return false;
+    }
+    ZoNumberGetValue(static_cast<ZoNumberRef>(number), type, valueOut);
+    return true;
+}
+
+static OSStatus setNumber(ZoMutableDictionaryRef dictionary, const void* key, ZoNumberType type, const void* value)
+{
+    return setWith(dictionary, key, "ZoNumberCreate failed", [&] { return ZoNumberCreate(nullptr, type, value); });
+}
+
+static OSStatus appendNumber(ZoMutableArrayRef array, ZoNumberType type, const void* value)
+{
+    return appendWith(array, "ZoNumberCreate failed", [&] { return ZoNumberCreate(nullptr, type, value); });
+}
+
+#define DEFINE_NUMBER_OPERATIONS(Suffix, type, numberType)                                                     \
+    Boolean TavZoDictionaryGet##Suffix##IfPresent(ZoDictionaryRef dictionary, const void* key, type* valueOut) \
+    {                                                                                                          \
+        return getNumber(dictionary, key, numberType, valueOut);                                               \
+    }                                                                                                          \
+    OSStatus TavZoDictionarySet##Suffix(ZoMutableDictionaryRef dictionary, const void* key, type value)        \
+    {                                                                                                          \
+        return setNumber(dictionary, key, numberType, &value);                                                 \
+    }                                                                                                          \
+    Boolean TavZoArrayGet##Suffix##AtIndex(ZoArrayRef array, ZoIndex index, type* valueOut)                    \
+    {                                                                                                          \
+        return getNumberAtIndex(array, index, numberType, valueOut);                                           \
+    }                                                                                                          \
+    OSStatus TavZoArrayAppend##Suffix(ZoMutableArrayRef array, type value)                                     \
+    {                                                                                                          \
+        return appendNumber(array, numberType, &value);                                                        \
+    }
+
+TAV_ZO_FOR_EACH_NUMBER_TYPE(DEFINE_NUMBER_OPERATIONS)
+
+Boolean TavZoDictionaryGetBooleanIfPresent(ZoDictionaryRef dictionary, const void* key, Boolean* valueOut)
+{
+    const void* boolean = lookUp(dictionary, key, valueOut, "NULL bOut");
+    if (!isOfType(boolean, ZoBooleanGetTypeID())) return false;
+    *valueOut = ZoBooleanGetValue(static_cast<ZoBooleanRef>(boolean));
+    return true;
+}
+
+static Boolean containsNumber(ZoArrayRef array, ZoNumberType type, const void* value)
+{
+    const auto number = zoAdopt(ZoNumberCreate(nullptr, type, value));
+    return number && TavZoArrayContainsValue(array, number.get());
+}
+
+Boolean TavZoArrayContainsInt(ZoArrayRef array, int value) { return containsNumber(array, kZoNumberIntType, &value); }
+
+Boolean TavZoArrayContainsInt16(ZoArrayRef array, int16_t value)
+{
+    return containsNumber(array, kZoNumberSInt16Type, &value);
+}
+
+Boolean TavZoArrayContainsInt32(ZoArrayRef array, int32_t value)
+{
+    return containsNumber(array, kZoNumberSInt32Type, &value);
+}
+
+Boolean TavZoArrayContainsInt64(ZoArrayRef array, int64_t value)
+{
+    return containsNumber(array, kZoNumberSInt64Type, &value);
+}
+
+ZoArrayRef TavCreateZoArrayFromColorValues(ZoAllocatorRef allocator, double red, double green, double blue,
+                                           double alpha)
+{
+    const double components[] = {red, green, blue, alpha};
+    ZoRef<ZoNumberRef> numbers[4];
+    const void* values[4];
+    for (int i = 0; i < 4; ++i) {
+        numbers[i].reset(ZoNumberCreate(allocator, kZoNumberGeometryFloatType, &components[i]));
+        if (!numbers[i]) return nullptr;
+        values[i] = numbers[i].get();
+    }
+    return ZoArrayCreate(allocator, values, 4, &kZoTypeArrayCallBacks);
+}

@@ -1,0 +1,105 @@
+// Every allocation made to fail, one after the other: a status, nothing leaked, and the buffer as it was.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "Core/TavAttachmentBearer/LuAttachment.h"
+#include "Foundation/ZoData.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
+#include "Utilities/TavBlockBufferUtilities.h"
+
+using namespace luvia_test;
+using Buffer = ZoRef<LuBlockBufferRef>;
+
+static std::string dumpOf(LuBlockBufferRef buffer)
+{
+    std::string dump = std::to_string(LuBlockBufferGetDataLength(buffer)) + "\n";
+    const auto append = [](void* context, const char* line) {
+        if (line) *static_cast<std::string*>(context) += std::string(line) + "\n";
+        return 0;
+    };
+    TavBlockBufferHexDumpWithEmitter(buffer, 0, 0, 0, 0, kTavBlockBufferHexDump_MarkSubBlocks, append, &dump);
+    return dump;
+}
+
+// Builds a buffer by everything that allocates; false at the first failure.
+static bool build(CountingAllocator& memory, LuBlockBufferRef buffer, LuBlockBufferRef references)
+{
+    const LuBlockBufferCustomBlockSource source = memory.source();
+    const auto holds = [&](const std::function<OSStatus()>& append) {
+        const std::string before = dumpOf(buffer);
+        const OSStatus status = append();
+        if (status == 0) return true;
+        EXPECT_TRUE(status == kTavBlockBufferStructureAllocationFailedErr ||
+                    status == kTavBlockBufferBlockAllocationFailedErr)
+            << status;
+        EXPECT_EQ(dumpOf(buffer), before);
+        return false;
+    };
+    const auto now = kLuBlockBufferAssureMemoryNowFlag;
+    return holds(
+               [&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 5, memory.ref(), nullptr, 0, 5, now); }) &&
+           holds([&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 6, nullptr, &source, 0, 6, now); }) &&
+           holds([&] { return LuBlockBufferAppendBufferReference(buffer, references, 0, 0, 0); }) &&
+           holds([&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 7, nullptr, &source, 0, 7, 0); }) &&
+           holds([&] { return LuBlockBufferAppendBufferReference(buffer, references, 1, 0, 0); }) &&
+           // Stops at a block that cannot be had; those before it stay.
+           LuBlockBufferAssureBlockMemory(buffer) == 0;
+}
+
+// What is made of a buffer: each gives an object or none.
+static bool derive(CountingAllocator& memory, LuBlockBufferRef buffer)
+{
+    const LuBlockBufferCustomBlockSource source = memory.source();
+    Buffer contiguous, copy, fromData, fromString, custom;
+    ZoRef<ZoDataRef> data;
+    return LuBlockBufferCreateContiguous(memory.ref(), buffer, memory.ref(), nullptr, 0, 0, 0, contiguous.outParam()) ==
+               0 &&
+           TavCreateBlockBufferCopyingMemoryBlock(memory.ref(), "bytes", 5, copy.outParam()) == 0 &&
+           TavCreateZoDataWithBlockBufferNoCopy(memory.ref(), contiguous.get(), 1, 0, data.outParam()) == 0 &&
+           TavCreateBlockBufferWithZoDataNoCopy(memory.ref(), data.get(), 2, 3, fromData.outParam()) == 0 &&
+           TavCreateBlockBufferWithZoString(memory.ref(), ZOSTR("text"), fromString.outParam()) == 0 &&
+           LuBlockBufferCreateContiguous(memory.ref(), buffer, nullptr, &source, 0, 0, 0, custom.outParam()) == 0;
+}
+
+TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
+{
+    // Five references to different buffers, so that flattening them opens a chain half-way.
+    std::string text = "0123456789abcdefghij";
+    Buffer references;
+    ASSERT_EQ(LuBlockBufferCreateEmpty(nullptr, 5, 0, references.outParam()), 0);
+    for (size_t i = 0; i < 5; ++i) {
+        Buffer target;
+        ASSERT_EQ(LuBlockBufferCreateWithMemoryBlock(nullptr, &text[4 * i], 4, kZoAllocatorNull, nullptr, 0, 4, 0,
+                                                     target.outParam()),
+                  0);
+        ASSERT_EQ(LuBlockBufferAppendBufferReference(references.get(), target.get(), 0, 0, 0), 0);
+    }
+    int failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        CountingAllocator memory;
+        memory.failAt(failures);
+        Buffer buffer;
+        const bool done = LuBlockBufferCreateEmpty(memory.ref(), 2, 0, buffer.outParam()) == 0 &&
+                          build(memory, buffer.get(), references.get()) && derive(memory, buffer.get());
+        failed = memory.hasFailed();
+        memory.failAt(-1);
+        EXPECT_EQ(done, !failed);
+        if (buffer) {
+            // One that failed can be gone on with.
+            EXPECT_EQ(LuBlockBufferAppendBufferReference(buffer.get(), references.get(), 0, 0, 0), 0);
+            std::string copied(20, '?');
+            const size_t length = LuBlockBufferGetDataLength(buffer.get());
+            EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), length - 20, 20, copied.data()), 0);
+            EXPECT_EQ(copied, text);
+        }
+        buffer.reset();
+        EXPECT_EQ(memory.live(), 0u) << "failure " << failures;
+    }
+    EXPECT_GT(failures, 15);
+}

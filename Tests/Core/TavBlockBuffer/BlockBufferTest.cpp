@@ -1,0 +1,471 @@
+// What a block buffer refuses and with which words, how pieces are laid out, and what the walks see of it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
+#include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
+#include "Utilities/TavBlockBufferUtilities.h"
+
+using namespace luvia_test;
+
+LUVIA_TEST_RECORDS_SIGNALS;
+
+namespace {
+
+using Buffer = ZoRef<LuBlockBufferRef>;
+
+Buffer empty(uint32_t capacity = 4)
+{
+    Buffer buffer;
+    LuBlockBufferCreateEmpty(nullptr, capacity, 0, buffer.outParam());
+    return buffer;
+}
+Buffer memory(const std::string& text)
+{
+    Buffer buffer;
+    TavCreateBlockBufferCopyingMemoryBlock(nullptr, text.data(), text.size(), buffer.outParam());
+    return buffer;
+}
+Buffer unallocated(size_t length)
+{
+    Buffer buffer;
+    LuBlockBufferCreateWithMemoryBlock(nullptr, nullptr, length, nullptr, nullptr, 0, length, 0, buffer.outParam());
+    return buffer;
+}
+OSStatus refer(const Buffer& buffer, const Buffer& target, size_t offset = 0, size_t length = 0,
+               LuBlockBufferFlags flags = 0)
+{
+    return LuBlockBufferAppendBufferReference(buffer.get(), target.get(), offset, length, flags);
+}
+std::string textOf(const Buffer& buffer)
+{
+    std::string text(LuBlockBufferGetDataLength(buffer.get()), '?');
+    if (text.empty()) return text;
+    EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), 0, text.size(), text.data()), 0);
+    return text;
+}
+/// What each piece of the first table refers to; null for memory.
+std::vector<LuBlockBufferRef> targetsOf(const Buffer& buffer)
+{
+    std::vector<LuBlockBufferRef> targets;
+    for (int32_t i = 0; i < buffer.get()->pieceCount(); ++i) {
+        const SubBlock& piece = buffer.get()->subBlocks()[i];
+        targets.push_back(piece.isReference() ? piece.target() : nullptr);
+    }
+    return targets;
+}
+
+}  // namespace
+
+// MARK: what is refused
+
+struct Refusal {
+    const char* what;
+    OSStatus code;
+    const char* name;
+    const char* message;
+    std::function<OSStatus()> call;
+};
+
+TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
+{
+    const std::string text = "0123456789";
+    const Buffer ten = memory(text);
+    const Buffer none = empty();
+    Buffer nearlyFull = empty();
+    ASSERT_EQ(refer(nearlyFull, none, 0, SIZE_MAX - 5, kLuBlockBufferPermitEmptyReferenceFlag), 0);
+    LuBlockBufferRef out = nullptr;
+    char bytes[32];
+    char* pointer = nullptr;
+    LuBlockBufferCustomBlockSource source = CountingAllocator().source();
+    LuBlockBufferCustomBlockSource newer = source, noAllocate = source, noFree = source;
+    newer.version = 1;
+    noAllocate.AllocateBlock = nullptr;
+    noFree.FreeBlock = nullptr;
+
+    const auto append = [&](LuBlockBufferRef buffer, void* block, size_t blockLength, size_t offset, size_t length,
+                            const LuBlockBufferCustomBlockSource* custom = nullptr, ZoAllocatorRef from = nullptr) {
+        return LuBlockBufferAppendMemoryBlock(buffer, block, blockLength, from, custom, offset, length, 0);
+    };
+    const auto reference = [](LuBlockBufferRef buffer, LuBlockBufferRef target, size_t offset, size_t length,
+                              LuBlockBufferFlags flags = 0) {
+        return LuBlockBufferAppendBufferReference(buffer, target, offset, length, flags);
+    };
+    const auto contiguous = [&](LuBlockBufferRef from, size_t offset, size_t length, LuBlockBufferRef* to) {
+        return LuBlockBufferCreateContiguous(nullptr, from, nullptr, nullptr, offset, length, 0, to);
+    };
+#define CODE(code) code, #code
+    const Refusal refusals[] = {
+        {"create", CODE(kTavBlockBufferBadPointerParameterErr), "NULL newBBufOut",
+         [&] { return LuBlockBufferCreateEmpty(nullptr, 1, 0, nullptr); }},
+        {"create: slots past the index type", CODE(kTavBlockBufferStructureAllocationFailedErr),
+         "Could not allocate BlockBuffer structure",
+         [&] { return LuBlockBufferCreateEmpty(nullptr, UINT32_MAX, 0, &out); }},
+        {"create with memory", CODE(kTavBlockBufferBadPointerParameterErr), "NULL newBBufOut",
+         [&] {
+             return LuBlockBufferCreateWithMemoryBlock(nullptr, bytes, 1, kZoAllocatorNull, nullptr, 0, 1, 0, nullptr);
+         }},
+        {"create with reference", CODE(kTavBlockBufferBadPointerParameterErr), "NULL newBBufOut",
+         [&] { return LuBlockBufferCreateWithBufferReference(nullptr, ten.get(), 0, 1, 0, nullptr); }},
+
+        {"append", CODE(kTavBlockBufferBadPointerParameterErr), "NULL BlockBuffer",
+         [&] { return append(nullptr, bytes, 0, 0, 0); }},
+        {"append no block length", CODE(kTavBlockBufferBadLengthParameterErr),
+         "blockLength and dataLength must not be zero", [&] { return append(none.get(), bytes, 0, 0, 1); }},
+        {"append no length", CODE(kTavBlockBufferBadLengthParameterErr), "blockLength and dataLength must not be zero",
+         [&] { return append(none.get(), bytes, 4, 9, 0); }},
+        {"append from the block's end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds blockLength",
+         [&] { return append(none.get(), bytes, 4, 4, 9); }},
+        {"append past the block", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds blockLength", [&] { return append(none.get(), bytes, 4, 2, 3); }},
+        {"append past the block, wrapping", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds blockLength", [&] { return append(none.get(), bytes, 4, 2, SIZE_MAX - 1); }},
+        {"append: the block counts, not the data", CODE(kTavBlockBufferBadLengthParameterErr),
+         "Resulting size larger than size_t can hold", [&] { return append(nearlyFull.get(), bytes, 6, 0, 1); }},
+        {"append from an unknown source", CODE(kTavBlockBufferBadCustomBlockSourceErr), "bad customBlockSource version",
+         [&] { return append(none.get(), nullptr, 4, 0, 4, &newer); }},
+        {"append from a source that cannot give", CODE(kTavBlockBufferBadCustomBlockSourceErr),
+         "with no memory block, must have AllocateBlock callback",
+         [&] { return append(none.get(), nullptr, 4, 0, 4, &noAllocate); }},
+        {"append to a source that cannot take", CODE(kTavBlockBufferBadCustomBlockSourceErr),
+         "with a memory block, must have FreeBlock callback",
+         [&] { return append(none.get(), bytes, 4, 0, 4, &noFree); }},
+        {"append with nowhere to allocate", CODE(kTavBlockBufferBlockAllocationFailedErr),
+         "with no memory block, must supply an allocator",
+         [&] { return append(none.get(), nullptr, 4, 0, 4, nullptr, kZoAllocatorNull); }},
+
+        {"refer from nothing", CODE(kTavBlockBufferBadPointerParameterErr), "theBuffer or targetBuffer is NULL",
+         [&] { return reference(nullptr, ten.get(), 0, 0); }},
+        {"refer to nothing", CODE(kTavBlockBufferBadPointerParameterErr), "theBuffer or targetBuffer is NULL",
+         [&] { return reference(none.get(), nullptr, 0, 0); }},
+        {"refer from the end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds length of target buffer",
+         [&] { return reference(none.get(), ten.get(), 10, 0); }},
+        {"refer past the end", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds length of target buffer",
+         [&] { return reference(none.get(), ten.get(), 9, 2); }},
+        {"refer past the end, wrapping", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds length of target buffer",
+         [&] { return reference(none.get(), ten.get(), 9, SIZE_MAX - 3); }},
+        {"refer to an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "reference to empty BlockBuffer not permitted",
+         [&] { return reference(ten.get(), none.get(), 0, 5); }},
+        {"refer to an unknown length", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be > 0",
+         [&] { return reference(ten.get(), none.get(), 0, 0, kLuBlockBufferPermitEmptyReferenceFlag); }},
+        {"refer to more than a size", CODE(kTavBlockBufferBadLengthParameterErr),
+         "Resulting size larger than size_t can hold", [&] { return reference(nearlyFull.get(), ten.get(), 0, 6); }},
+
+        {"copy from nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL source or destination",
+         [&] { return LuBlockBufferCopyDataBytes(nullptr, 0, 0, bytes); }},
+        {"copy nothing", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be > 0",
+         [&] { return LuBlockBufferCopyDataBytes(none.get(), 0, 0, bytes); }},
+        {"copy from an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "source buffer is empty",
+         [&] { return LuBlockBufferCopyDataBytes(none.get(), 0, 1, bytes); }},
+        {"copy from the end", CODE(kTavBlockBufferBadOffsetParameterErr),
+         "offsetIntoSource exceeds source buffer length",
+         [&] { return LuBlockBufferCopyDataBytes(ten.get(), 10, 1, bytes); }},
+        {"copy past the end", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offsetIntoSource + dataLength) exceeds source buffer length",
+         [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, 8, bytes); }},
+        {"copy past all sizes", CODE(kTavBlockBufferBadLengthParameterErr), "(offsetIntoSource + dataLength) wrapped",
+         [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, SIZE_MAX, bytes); }},
+
+        {"replace by nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL source or destination",
+         [&] { return LuBlockBufferReplaceDataBytes(nullptr, ten.get(), 0, 0); }},
+        {"replace no byte", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be > 0",
+         [&] { return LuBlockBufferReplaceDataBytes(bytes, none.get(), 0, 0); }},
+        {"replace in an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "destination buffer is empty",
+         [&] { return LuBlockBufferReplaceDataBytes(bytes, none.get(), 0, 1); }},
+        {"replace at the end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds destination buffer length",
+         [&] { return LuBlockBufferReplaceDataBytes(bytes, ten.get(), 10, 1); }},
+        {"replace past all sizes", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds destination buffer length",
+         [&] { return LuBlockBufferReplaceDataBytes(bytes, ten.get(), 3, SIZE_MAX); }},
+
+        {"fill nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL destinationBuffer",
+         [&] { return LuBlockBufferFillDataBytes(0, nullptr, 0, 0); }},
+        {"fill less than nothing", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be >= 0",
+         [&] { return LuBlockBufferFillDataBytes(0, none.get(), 0, SIZE_MAX); }},
+        {"fill an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "destination buffer is empty",
+         [&] { return LuBlockBufferFillDataBytes(0, none.get(), 0, 0); }},
+        {"fill past the end", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds destination buffer length",
+         [&] { return LuBlockBufferFillDataBytes(0, ten.get(), 3, 8); }},
+
+        {"assure nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL bbuf",
+         [&] { return LuBlockBufferAssureBlockMemory(nullptr); }},
+        {"assure an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "bbuf is empty",
+         [&] { return LuBlockBufferAssureBlockMemory(none.get()); }},
+        {"assure what refers to an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "bbuf is empty",
+         [&] { return LuBlockBufferAssureBlockMemory(nearlyFull.get()); }},
+        {"access without a block", CODE(kTavBlockBufferBadPointerParameterErr),
+         "NULL bbuf, temporaryBlock, or returnedPointer",
+         [&] { return LuBlockBufferAccessDataBytes(ten.get(), 0, 1, nullptr, &pointer); }},
+        {"access no byte", CODE(kTavBlockBufferBadLengthParameterErr), "length must be > 0",
+         [&] { return LuBlockBufferAccessDataBytes(ten.get(), 0, 0, bytes, &pointer); }},
+        {"look into nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL bbuf",
+         [&] { return LuBlockBufferGetDataPointer(nullptr, 0, nullptr, nullptr, nullptr); }},
+        {"contiguity of nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL buffer",
+         [&] {
+             EXPECT_FALSE(LuBlockBufferIsRangeContiguous(nullptr, 0, 0));
+             return kTavBlockBufferBadPointerParameterErr;
+         }},
+        {"origin not asked for", CODE(kTavBlockBufferBadPointerParameterErr), "NULL returnedOriginBBuf",
+         [&] {
+             return TavBlockBufferGetDataPointerAndOrigin(ten.get(), 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+         }},
+        {"origin's offset not asked for", CODE(kTavBlockBufferBadPointerParameterErr),
+         "NULL returnedOffsetWithinOriginBBuf",
+         [&] { return TavBlockBufferGetDataPointerAndOrigin(ten.get(), 0, nullptr, nullptr, nullptr, &out, nullptr); }},
+
+        {"contiguous from nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL source or newBBufOut",
+         [&] { return contiguous(nullptr, 0, 0, &out); }},
+        {"contiguous from an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "source buffer is empty",
+         [&] { return contiguous(none.get(), 0, 0, &out); }},
+        {"contiguous from the end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds source buffer length",
+         [&] { return contiguous(ten.get(), 10, 0, &out); }},
+        {"contiguous past the end", CODE(kTavBlockBufferBadLengthParameterErr),
+         "(offset + dataLength) exceeds source buffer length",
+         [&] { return contiguous(ten.get(), 2, SIZE_MAX, &out); }},
+    };
+#undef CODE
+    for (const Refusal& refusal : refusals) {
+        SCOPED_TRACE(refusal.what);
+        Signalled::take();
+        out = ten.get();
+        EXPECT_EQ(refusal.call(), refusal.code);
+        const Signalled signalled = Signalled::take();
+        EXPECT_EQ(signalled.count, 1);
+        EXPECT_EQ(signalled.code, refusal.code);
+        EXPECT_EQ(signalled.name, refusal.name);
+        EXPECT_EQ(signalled.message, refusal.message);
+        EXPECT_TRUE(out == nullptr || out == ten.get());
+    }
+    EXPECT_EQ(textOf(ten), text) << "a refused append left something";
+    EXPECT_TRUE(LuBlockBufferIsEmpty(none.get()));
+}
+
+// MARK: layout of pieces
+
+TEST(BlockBuffer, keepsItsPiecesInItselfAndThenInAChain)
+{
+    CountingAllocator structures;
+    Buffer buffer;
+    ASSERT_EQ(LuBlockBufferCreateEmpty(structures.ref(), 0, 0, buffer.outParam()), 0);
+    EXPECT_EQ(buffer.get()->subBlockCapacity, 2);
+    std::string letters = "abcdefghij", expected;
+    // One piece in the first table, then two, then three, then four.
+    const size_t allocations[] = {1, 2, 2, 3, 3, 3, 4, 4, 4, 4};
+    for (size_t i = 0; i < letters.size(); ++i) {
+        ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), &letters[i], 1, kZoAllocatorNull, nullptr, 0, 1, 0), 0);
+        EXPECT_EQ(structures.allocations(), allocations[i]) << i;
+        expected += letters[i];
+        EXPECT_EQ(textOf(buffer), expected);
+    }
+    EXPECT_EQ(buffer.get()->overflow()->subBlockCapacity, 3);
+    // A table of the chain is a buffer like any other to those who come to it.
+    LuBlockBufferRef origin = nullptr;
+    size_t offset = 0;
+    ASSERT_EQ(TavBlockBufferGetDataPointerAndOrigin(buffer.get(), 4, nullptr, nullptr, nullptr, &origin, &offset), 0);
+    EXPECT_EQ(offset, 1u);
+    EXPECT_EQ(LuBlockBufferGetDataLength(origin), 7u);
+    Buffer tail;
+    ASSERT_EQ(LuBlockBufferCreateWithBufferReference(nullptr, origin, offset, 0, 0, tail.outParam()), 0);
+    buffer.reset();
+    EXPECT_EQ(textOf(tail), "efghij");
+    tail.reset();
+    EXPECT_EQ(structures.live(), 0u);
+}
+
+TEST(BlockBuffer, joinsAdjacentReferencesAndNoOthers)
+{
+    const Buffer target = memory("0123456789abcdefghij");
+    const Buffer buffer = empty(1);
+    for (size_t i : {0u, 10u}) ASSERT_EQ(refer(buffer, target, i, 10), 0);
+    EXPECT_EQ(buffer.get()->subBlockCount, 1);
+    EXPECT_EQ(textOf(buffer), "0123456789abcdefghij");
+    ASSERT_EQ(refer(buffer, target, 5, 2), 0);  // goes to the chain, where the next one joins it
+    ASSERT_EQ(refer(buffer, target, 7, 2), 0);
+    ASSERT_EQ(refer(buffer, memory("9"), 0, 1), 0);
+    EXPECT_EQ(textOf(buffer), "0123456789abcdefghij56789");
+    EXPECT_EQ(buffer.get()->overflow()->subBlockCount, 2);
+}
+
+TEST(BlockBuffer, passesOverBuffersOfReferencesOnly)
+{
+    const Buffer a = memory("aaaa"), b = memory("bbbb"), c = memory("cccc");
+    const Buffer references = empty(2);  // the third is in the chain
+    for (const Buffer* each : {&a, &b, &c}) ASSERT_EQ(refer(references, *each), 0);
+    const Buffer mixed = empty();
+    ASSERT_EQ(refer(mixed, a), 0);
+    char x[] = "xx";
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(mixed.get(), x, 2, kZoAllocatorNull, nullptr, 0, 2, 0), 0);
+    ASSERT_EQ(refer(mixed, b), 0);
+
+    const Buffer whole = empty();
+    ASSERT_EQ(refer(whole, references), 0);
+    EXPECT_THAT(targetsOf(whole), testing::ElementsAre(a.get(), b.get(), c.get()));
+    EXPECT_EQ(textOf(whole), "aaaabbbbcccc");
+
+    const Buffer inside = empty();
+    ASSERT_EQ(refer(inside, whole, 3, 6), 0);
+    EXPECT_THAT(targetsOf(inside), testing::ElementsAre(a.get(), b.get(), c.get()));
+    EXPECT_EQ(textOf(inside), "abbbbc");
+
+    const Buffer direct = empty();
+    ASSERT_EQ(refer(direct, references, 0, 0, kLuBlockBufferDontOptimizeDepthFlag), 0);
+    ASSERT_EQ(refer(direct, mixed), 0);        // memory in the range
+    ASSERT_EQ(refer(direct, mixed, 7, 2), 0);  // no memory after the start: only what it refers to
+    EXPECT_THAT(targetsOf(direct), testing::ElementsAre(references.get(), mixed.get(), b.get()));
+    EXPECT_EQ(textOf(direct), "aaaabbbbccccaaaaxxbbbbbb");
+
+    // A reference's own range bounds what is taken of its target's pieces.
+    const Buffer clipped = empty();
+    ASSERT_EQ(refer(clipped, references, 0, 6, kLuBlockBufferDontOptimizeDepthFlag), 0);
+    ASSERT_EQ(refer(clipped, references, 1, 6, kLuBlockBufferDontOptimizeDepthFlag), 0);
+    const Buffer flattened = empty();
+    ASSERT_EQ(refer(flattened, clipped), 0);
+    EXPECT_EQ(textOf(flattened), "aaaabbaaabbb");
+    EXPECT_THAT(targetsOf(flattened), testing::ElementsAre(a.get(), b.get(), a.get(), b.get()));
+}
+
+TEST(BlockBuffer, readsThroughAReferenceToABufferThatWasEmpty)
+{
+    const Buffer late = empty(), buffer = empty(), after = memory("!");
+    ASSERT_EQ(refer(buffer, late, 2, 4, kLuBlockBufferPermitEmptyReferenceFlag), 0);
+    ASSERT_EQ(refer(buffer, after), 0);
+    EXPECT_FALSE(LuBlockBufferIsEmpty(buffer.get()));
+    EXPECT_EQ(LuBlockBufferGetDataLength(buffer.get()), 5u);
+    Signalled::take();
+    EXPECT_EQ(LuBlockBufferGetDataPointer(buffer.get(), 0, nullptr, nullptr, nullptr),
+              kTavBlockBufferBadOffsetParameterErr);
+    EXPECT_EQ(Signalled::take().count, 0);
+    const Buffer flattened = empty();  // what is not there cannot be found
+    ASSERT_EQ(refer(flattened, buffer), 0);
+    EXPECT_EQ(textOf(flattened), "!");
+
+    ASSERT_EQ(refer(late, memory("01234")), 0);
+    char bytes[5];
+    EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), 0, 3, bytes), 0);
+    EXPECT_EQ(std::string(bytes, 3), "234");
+    char* pointer = bytes;
+    EXPECT_EQ(LuBlockBufferAccessDataBytes(buffer.get(), 1, 4, bytes, &pointer), kTavBlockBufferBadLengthParameterErr);
+    EXPECT_EQ(pointer, nullptr);
+    ASSERT_EQ(refer(late, memory("5")), 0);
+    EXPECT_EQ(textOf(buffer), "2345!");
+}
+
+// MARK: memory on demand, reading, writing
+
+TEST(BlockBuffer, allocatesWhenItIsWrittenAndForAllWhoShare)
+{
+    const Buffer holder = unallocated(8), sharer = empty();
+    ASSERT_EQ(refer(sharer, holder, 2, 4), 0);
+    char bytes[8];
+    char* pointer = bytes;
+    size_t length = 1, total = 0;
+    Signalled::take();
+    EXPECT_EQ(LuBlockBufferGetDataPointer(sharer.get(), 1, &length, &total, &pointer),
+              kTavBlockBufferUnallocatedBlockErr);
+    EXPECT_EQ(LuBlockBufferCopyDataBytes(sharer.get(), 0, 4, bytes), kTavBlockBufferUnallocatedBlockErr);
+    LuBlockBufferRef copy = sharer.get();
+    EXPECT_EQ(LuBlockBufferCreateContiguous(nullptr, sharer.get(), nullptr, nullptr, 0, 0, 0, &copy),
+              kTavBlockBufferUnallocatedBlockErr);
+    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(copy, nullptr);
+    EXPECT_EQ(pointer, nullptr);
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(total, 4u);
+
+    EXPECT_EQ(LuBlockBufferReplaceDataBytes("abcd", sharer.get(), 0, 4), 0);
+    EXPECT_EQ(LuBlockBufferFillDataBytes('-', holder.get(), 5, 0), 0);
+    EXPECT_EQ(textOf(sharer), "abc-");
+    EXPECT_EQ(textOf(holder).substr(2), "abc---");
+    EXPECT_EQ(LuBlockBufferGetDataPointer(sharer.get(), 4, &length, &total, &pointer),
+              kTavBlockBufferBadOffsetParameterErr);
+    EXPECT_EQ(Signalled::take().count, 0);
+}
+
+TEST(BlockBuffer, accessesAndGathersWithoutCopyingWhereItCan)
+{
+    const Buffer hello = memory("hello"), world = memory("world"), both = empty();
+    ASSERT_EQ(refer(both, hello), 0);
+    ASSERT_EQ(refer(both, world), 0);
+    char temporary[8] = {};
+    char* bytes = nullptr;
+    ASSERT_EQ(LuBlockBufferAccessDataBytes(both.get(), 6, 4, temporary, &bytes), 0);
+    EXPECT_NE(bytes, temporary);
+    EXPECT_EQ(std::string(bytes, 4), "orld");
+    ASSERT_EQ(LuBlockBufferAccessDataBytes(both.get(), 3, 4, temporary, &bytes), 0);
+    EXPECT_EQ(bytes, temporary);
+    EXPECT_EQ(std::string(bytes, 4), "lowo");
+
+    EXPECT_TRUE(LuBlockBufferIsRangeContiguous(both.get(), 5, 0));
+    EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 4, 0));
+    EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 10, 0));
+    EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 8, SIZE_MAX));
+
+    Buffer shared, copied;
+    ASSERT_EQ(LuBlockBufferCreateContiguous(nullptr, both.get(), nullptr, nullptr, 6, 0, 0, shared.outParam()), 0);
+    EXPECT_THAT(targetsOf(shared), testing::ElementsAre(world.get()));
+    ASSERT_EQ(LuBlockBufferCreateContiguous(nullptr, both.get(), nullptr, nullptr, 3, 0, 0, copied.outParam()), 0);
+    EXPECT_THAT(targetsOf(copied), testing::ElementsAre(nullptr));
+    EXPECT_EQ(textOf(shared) + textOf(copied), "orldloworld");
+
+    LuBlockBufferRef origin = nullptr;
+    size_t offset = 0;
+    ASSERT_EQ(TavBlockBufferGetDataPointerAndOrigin(both.get(), 7, nullptr, nullptr, nullptr, &origin, &offset), 0);
+    EXPECT_EQ(origin, world.get());
+    EXPECT_EQ(offset, 2u);
+}
+
+// The block goes back the way it came, with the length of the whole block, once the last buffer that needs it is gone.
+TEST(BlockBuffer, givesBlocksBackToTheirSource)
+{
+    CountingAllocator blocks;
+    const LuBlockBufferCustomBlockSource source = blocks.source();
+    Buffer buffer = empty(), sharer = empty();
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, nullptr, &source, 0, 9,
+                                             kLuBlockBufferAssureMemoryNowFlag),
+              0);
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, blocks.ref(), nullptr, 0, 9, 0), 0);
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), blocks.take(9), 9, blocks.ref(), nullptr, 3, 6, 0), 0);
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, nullptr, &source, 0, 9, 0), 0);
+    EXPECT_EQ(blocks.live(), 2u);
+    EXPECT_EQ(LuBlockBufferAssureBlockMemory(buffer.get()), 0);
+    EXPECT_EQ(blocks.live(), 4u);
+    ASSERT_EQ(refer(sharer, buffer, 0, 1), 0);
+    buffer.reset();
+    EXPECT_EQ(blocks.live(), 4u);
+    sharer.reset();
+    EXPECT_EQ(blocks.live(), 0u);
+}
+
+// MARK: descriptions
+
+TEST(BlockBuffer, describesItsPiecesAndThoseOfWhatItRefersTo)
+{
+    const Buffer inner = unallocated(7), buffer = empty(1);
+    ASSERT_EQ(refer(buffer, inner, 2, 3), 0);
+    ASSERT_EQ(refer(buffer, memory("x")), 0);
+    const auto debug = _ZoRuntimeGetClassWithTypeID(LuBlockBufferGetTypeID())->copyDebugDesc;
+    const ZoRef<ZoStringRef> description = zoAdopt(debug(buffer.get()));
+    char text[2000];
+    ASSERT_TRUE(ZoStringGetCString(description.get(), text, sizeof text, kZoStringEncodingUTF8));
+    EXPECT_THAT(
+        text,
+        testing::MatchesRegex(
+            "LuBlockBuffer [0-9a-fx]+ totalDataLength: 4 retainCount: 1 allocator: [^ ]+ subBlockCapacity: 2\n"
+            " \\[0\\] 3 bytes @ offset 2 Buffer Reference:\n"
+            "    LuBlockBuffer [0-9a-fx]+ totalDataLength: 7 retainCount: 2 allocator: [^ ]+ subBlockCapacity: 2\n"
+            "     \\[0\\] 7 bytes @ offset 0 Memory UNALLOCATED, 7 bytes \\(allocator [^ ]+\\)\n"
+            " \\[2\\] 1 bytes @ offset 0 Buffer Reference:\n"
+            "    LuBlockBuffer [0-9a-fx]+ totalDataLength: 1 retainCount: 1 allocator: [^ ]+ subBlockCapacity: 2\n"
+            "     \\[0\\] 1 bytes @ offset 0 Memory Block [0-9a-fx]+, 1 bytes \\(allocator [^ ]+\\)\n"));
+}

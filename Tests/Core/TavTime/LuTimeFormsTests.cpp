@@ -1,0 +1,181 @@
+// Times, ranges and mappings as dictionaries and as text.
+
+#include <algorithm>
+
+#include "Foundation/YxImageBuffer.h"
+#include "Foundation/ZoDictionary.h"
+#include "Foundation/ZoNumber.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Tests/Core/TavTime/TimeSupport.h"
+#include "Tests/Support/FailingAllocator.h"
+
+using namespace time_test;
+
+namespace {
+
+std::string text(ZoRef<ZoStringRef> string)
+{
+    char buffer[512] = "(none)";
+    if (string) ZoStringGetCString(string.get(), buffer, sizeof buffer, kZoStringEncodingUTF8);
+    return buffer;
+}
+
+std::string describe(LuTime time) { return text(zoAdopt(LuTimeCopyDescription(nullptr, time))); }
+
+ZoRef<ZoMutableDictionaryRef> copyOf(LuTime time)
+{
+    const auto dictionary = zoAdopt(LuTimeCopyAsDictionary(nullptr, time));
+    return zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
+}
+
+TEST(MediaTimeForms, everyTimeComesBackFromItsDictionary)
+{
+    TimeMaker make;
+    for (int i = 0; i < 2000; ++i) {
+        LuTime time = make.any();
+        time.flags ^= static_cast<uint32_t>(make.below(2) << 31);
+        const LuTimeRange range = {time, make.any()};
+        const auto dictionary = zoAdopt(LuTimeRangeCopyAsDictionary(nullptr, range));
+        const LuTimeRange wanted = range.duration.epoch == 0 ? range : kLuTimeRangeInvalid;
+        ASSERT_EQ(LuTimeRangeMakeFromDictionary(dictionary.get()), wanted);
+        ASSERT_EQ(LuTimeMakeFromDictionary(
+                      static_cast<ZoDictionaryRef>(ZoDictionaryGetValue(dictionary.get(), kLuTimeRangeStartKey))),
+                  time);
+
+        const LuTimeMapping mapping = LuTimeMappingMake({time, exact(1, 2)}, wanted);
+        const auto mapped = zoAdopt(LuTimeMappingCopyAsDictionary(nullptr, mapping));
+        const LuTimeMapping back = LuTimeMappingMakeFromDictionary(mapped.get());
+        ASSERT_EQ(back.source, mapping.source);
+        ASSERT_EQ(back.target, mapping.target);
+    }
+}
+
+TEST(MediaTimeForms, dictionariesHoldFourKeysInOrder)
+{
+    const auto dictionary = copyOf(exact(3, 4, 5));
+    const void* keys[4];
+    ASSERT_EQ(ZoDictionaryGetCount(dictionary.get()), 4);
+    ZoDictionaryGetKeysAndValues(dictionary.get(), keys, nullptr);
+    const ZoStringRef wanted[] = {ZOSTR("value"), ZOSTR("timescale"), ZOSTR("epoch"), ZOSTR("flags")};
+    for (int i = 0; i < 4; ++i) EXPECT_TRUE(ZoEqual(keys[i], wanted[i])) << i;
+}
+
+TEST(MediaTimeForms, refusesDictionariesThatAreNotWhole)
+{
+    const int64_t wide = int64_t{1} << 40;
+    const double half = 0.5;
+    const auto wideNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &wide));
+    const auto halfNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberDoubleType, &half));
+    for (const ZoStringRef key : {kLuTimeValueKey, kLuTimeScaleKey, kLuTimeEpochKey, kLuTimeFlagsKey}) {
+        const auto dictionary = copyOf(exact(3, 4));
+        ZoDictionarySetValue(dictionary.get(), key, ZOSTR("3"));
+        EXPECT_EQ(LuTimeMakeFromDictionary(dictionary.get()), kLuTimeInvalid);
+        ZoDictionarySetValue(dictionary.get(), key, halfNumber.get());
+        EXPECT_EQ(LuTimeMakeFromDictionary(dictionary.get()), kLuTimeInvalid);
+        ZoDictionarySetValue(dictionary.get(), key, wideNumber.get());
+        const bool isWide = key == kLuTimeValueKey || key == kLuTimeEpochKey;
+        EXPECT_EQ(LuTimeIsValid(LuTimeMakeFromDictionary(dictionary.get())), isWide);
+        ZoDictionaryRemoveValue(dictionary.get(), key);
+        EXPECT_EQ(LuTimeMakeFromDictionary(dictionary.get()), kLuTimeInvalid);
+    }
+    const auto notADictionary = reinterpret_cast<ZoDictionaryRef>(ZOSTR("value"));
+    EXPECT_EQ(LuTimeMakeFromDictionary(nullptr), kLuTimeInvalid);
+    EXPECT_EQ(LuTimeMakeFromDictionary(notADictionary), kLuTimeInvalid);
+    EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(notADictionary), kLuTimeInvalid);
+    EXPECT_EQ(LuTimeRangeMakeFromDictionary(notADictionary), kLuTimeRangeInvalid);
+    EXPECT_EQ(LuTimeMappingMakeFromDictionary(nullptr).source, kLuTimeRangeInvalid);
+
+    const auto range = copyOf(exact(3, 4));  // lacks "start"
+    EXPECT_EQ(LuTimeRangeMakeFromDictionary(range.get()), kLuTimeRangeInvalid);
+    ZoDictionarySetValue(range.get(), kLuTimeRangeStartKey, ZOSTR("no time"));
+    ZoDictionarySetValue(range.get(), kLuTimeRangeDurationKey, ZOSTR("no time"));
+    EXPECT_EQ(LuTimeRangeMakeFromDictionary(range.get()), kLuTimeRangeInvalid);
+}
+
+TEST(MediaTimeForms, imageBuffersKnowValueAndTimescaleOnly)
+{
+    const auto dictionary = zoAdopt(LuTimeCopyAsYxBufferTimeDictionary(nullptr, rounded(3, 4, 5)));
+    EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), 2);
+    EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(dictionary.get()), exact(3, 4));
+    EXPECT_EQ(LuTimeCopyAsYxBufferTimeDictionary(nullptr, kLuTimePositiveInfinity), nullptr);
+
+    const int32_t zero = 0;
+    const auto number = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &zero));
+    const auto odd = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
+    ZoDictionarySetValue(odd.get(), kYxBufferTimeScaleKey, number.get());
+    EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(odd.get()), exact(3, 0));
+    ZoDictionaryRemoveValue(odd.get(), kYxBufferTimeScaleKey);
+    EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(odd.get()), kLuTimeInvalid);
+}
+
+TEST(MediaTimeForms, describes)
+{
+    LuTime odd = rounded(-7, 2, -3);
+    EXPECT_EQ(describe(exact(3003, 90000)), "{3003/90000 = 0.033}");
+    EXPECT_EQ(describe(odd), "{-7/2 = -3.500, epoch=-3, rounded}");
+    odd.flags |= 0x40;
+    EXPECT_EQ(describe(odd), "{-7/2 = -3.500, epoch=-3, rounded, flags=0x00000043}");
+    EXPECT_EQ(describe(exact(kMin, 1)), "{-9223372036854775808/1 = -9223372036854775808.000}");
+    EXPECT_EQ(describe(kLuTimeInvalid), "{INVALID}");
+    EXPECT_EQ(describe(kLuTimeIndefinite), "{INDEFINITE}");
+    EXPECT_EQ(describe(kLuTimePositiveInfinity), "{+INFINITY}");
+    EXPECT_EQ(describe(kLuTimeNegativeInfinity), "{-INFINITY}");
+    const LuTimeRange range = {exact(1, 2), kLuTimePositiveInfinity};
+    EXPECT_EQ(text(zoAdopt(LuTimeRangeCopyDescription(nullptr, range))), "{{1/2 = 0.500}, {+INFINITY}}");
+    EXPECT_EQ(text(zoAdopt(LuTimeMappingCopyDescription(nullptr, LuTimeMappingMakeEmpty(range)))),
+              "{{{INVALID}, {INVALID}}, {{1/2 = 0.500}, {+INFINITY}}}");
+}
+
+TEST(MediaTimeForms, showsALineOnStandardError)
+{
+    ::testing::internal::CaptureStderr();
+    LuTimeShow(exact(1, 2));
+    LuTimeRangeShow({exact(1, 2), exact(1, 4)});
+    LuTimeMappingShow(LuTimeMappingMakeEmpty(kLuTimeRangeZero));
+    EXPECT_EQ(
+        ::testing::internal::GetCapturedStderr(),
+        "{1/2 = 0.500}\n{{1/2 = 0.500}, {1/4 = 0.250}}\n{{{INVALID}, {INVALID}}, {{0/1 = 0.000}, {0/1 = 0.000}}}\n");
+}
+
+// In a process of its own: the ten warnings may be used up here.
+TEST(MediaTimeFormsDeathTest, warnsTenTimesOfATimescaleThatIsTooLow)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto warn = [] {
+        ::testing::internal::CaptureStderr();
+        LuTimeMakeWithSeconds(2.005, 100);  // 5 ms are not worth a line
+        LuTimeMakeWithSeconds(2.5, 101);
+        for (int i = 0; i < 12; ++i) LuTimeMakeWithSeconds(2.5, 1);
+        const std::string log = ::testing::internal::GetCapturedStderr();
+        const std::string line =
+            "LuTimeMakeWithSeconds(2.500 seconds, timescale 1): warning: error of -0.500 introduced due to very low "
+            "timescale\n";
+        int lines = 0;
+        for (size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) ++lines;
+        fprintf(stderr, "%d lines\n", lines);
+        exit(std::count(log.begin(), log.end(), '\n') == 10 ? 0 : 1);
+    };
+    EXPECT_EXIT(warn(), ::testing::ExitedWithCode(0), "10 lines");
+}
+
+// What cannot be built is nothing, or says so, and nothing leaks.
+TEST(MediaTimeForms, areNothingWhenMemoryIsOut)
+{
+    const LuTimeMapping mapping = LuTimeMappingMake({exact(1, 2), exact(3, 4)}, {exact(5, 6), exact(7, 8)});
+    const int64_t failures = luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
+        const auto dictionary = zoAdopt(LuTimeMappingCopyAsDictionary(allocator.get(), mapping));
+        EXPECT_EQ(static_cast<bool>(dictionary), !allocator.hasFailed());
+        if (dictionary) EXPECT_EQ(LuTimeMappingMakeFromDictionary(dictionary.get()).target, mapping.target);
+    });
+    EXPECT_GT(failures, 7);
+    luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
+        const std::string description = text(zoAdopt(LuTimeRangeCopyDescription(allocator.get(), mapping.source)));
+        if (!allocator.hasFailed())
+            EXPECT_EQ(description, "{{1/2 = 0.500}, {3/4 = 0.750}}");
+        else
+            EXPECT_TRUE(description == "(none)" || description == "{ERROR CONSTRUCTING DESCRIPTION}") << description;
+    });
+}
+
+}  // namespace

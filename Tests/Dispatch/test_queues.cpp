@@ -1,0 +1,267 @@
+#include <atomic>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "Tests/Dispatch/Tasks.h"
+#include "Tests/Support/HandOver.h"
+
+using namespace luvia_test;
+
+static HeldQueue serialQueue(const char* label = "serial") { return HeldQueue(dispatch_queue_create(label, nullptr)); }
+static HeldQueue concurrentQueue(const char* label = "concurrent")
+{
+    return HeldQueue(dispatch_queue_create(label, DISPATCH_QUEUE_CONCURRENT));
+}
+
+TEST(SerialQueue, RunsTheTasksOfEachProducerInOrderAndOneAtATime)
+{
+    constexpr int kProducers = 4, kTasks = 2000;
+    HeldQueue queue = serialQueue();
+    std::vector<int> seen[kProducers];  // no lock: the queue is the lock
+    std::atomic<int> inside{0}, worst{0};
+    std::vector<std::thread> producers;
+    for (int p = 0; p < kProducers; ++p)
+        producers.emplace_back([&, p] {
+            for (int i = 0; i < kTasks; ++i) {
+                Task task = [&, p, i] {
+                    if (++inside > 1) ++worst;
+                    seen[p].push_back(i);
+                    --inside;
+                };
+                if (i % 7 == 3)
+                    sync(queue, task);
+                else
+                    async(queue, task);
+            }
+        });
+    for (std::thread& producer : producers) producer.join();
+    sync(queue, [] {});
+    EXPECT_EQ(worst, 0);
+    for (const std::vector<int>& order : seen) {
+        ASSERT_EQ(order.size(), size_t(kTasks));
+        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    }
+}
+
+TEST(SerialQueue, SyncRunsOnTheCallersThreadBehindWhatWasThereBefore)
+{
+    HeldQueue queue = serialQueue();
+    HandOver steps;
+    bool first = false;
+    async(queue, [&] {
+        steps.await(1);
+        first = true;
+    });
+    std::thread caller([&] {
+        steps.reach(1);
+        sync(queue, [&, id = std::this_thread::get_id()] {
+            EXPECT_TRUE(first);
+            EXPECT_EQ(std::this_thread::get_id(), id);
+        });
+    });
+    caller.join();
+}
+
+TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
+{
+    HandOver steps;
+    {
+        HeldQueue queue = serialQueue("last words");
+        dispatch_set_context(queue, &steps);
+        dispatch_set_finalizer_f(queue, [](void* context) { static_cast<HandOver*>(context)->reach(3); });
+        async(queue, [&] { steps.await(1); });
+        async(queue, [&] {
+            EXPECT_STREQ(dispatch_queue_get_label(DISPATCH_CURRENT_QUEUE_LABEL), "last words");
+            steps.reach(2);
+        });
+    }
+    EXPECT_EQ(steps.step(), 0);
+    steps.reach(1);
+    EXPECT_TRUE(steps.await(3));
+}
+
+TEST(SerialQueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    HeldQueue outer = serialQueue("outer"), inner = serialQueue("inner");
+    dispatch_set_target_queue(inner, outer);
+    EXPECT_DEATH(sync(outer, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
+    EXPECT_DEATH(sync(inner, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
+}
+
+TEST(CurrentQueue, IsTheInnermostInNestedSyncAndAGlobalOneOutside)
+{
+    HeldQueue outer = serialQueue("outer"), inner = concurrentQueue("inner");
+    EXPECT_EQ(dispatch_get_current_queue(), dispatch_get_global_queue(0, 0));
+    sync(outer, [&] {
+        EXPECT_EQ(dispatch_get_current_queue(), outer);
+        sync(inner, [&] { EXPECT_EQ(dispatch_get_current_queue(), inner); });
+        EXPECT_EQ(dispatch_get_current_queue(), outer);
+        barrierAsync(inner, [&] { EXPECT_EQ(dispatch_get_current_queue(), inner); });
+        barrierSync(inner, [&] { EXPECT_EQ(dispatch_get_current_queue(), inner); });
+    });
+    sync(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_LOW, 0),
+         [] { EXPECT_EQ(dispatch_get_current_queue(), dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_LOW, 0)); });
+    EXPECT_EQ(dispatch_get_global_queue(77, 0), nullptr);
+}
+
+TEST(ConcurrentQueue, SharedTasksMeetAndABarrierRunsAlone)
+{
+    HeldQueue queue = concurrentQueue();
+    HandOver steps;
+    std::atomic<int> before{0}, after{0};
+    for (int i = 0; i < 3; ++i)
+        async(queue, [&] {
+            steps.advance();
+            steps.await(3);  // all three are in at the same time
+            ++before;
+        });
+    barrierAsync(queue, [&] {
+        EXPECT_EQ(before, 3);
+        EXPECT_EQ(after, 0);
+    });
+    for (int i = 0; i < 3; ++i) async(queue, [&] { ++after; });
+    barrierSync(queue, [&] { EXPECT_EQ(after, 3); });
+}
+
+// A readers-and-writer check under load: writers are alone, readers see no half-made change, whatever form each takes.
+TEST(ConcurrentQueue, KeepsReadersAndWritersApartUnderLoad)
+{
+    HeldQueue queue = concurrentQueue();
+    HeldGroup group(dispatch_group_create());
+    int left = 0, right = 0;
+    std::atomic<int> torn{0};
+    const auto write = [&] {
+        ++left;
+        std::this_thread::yield();
+        ++right;
+    };
+    const auto read = [&] {
+        if (left != right) ++torn;
+    };
+    std::vector<std::thread> threads;
+    for (unsigned seed = 1; seed <= 4; ++seed)
+        threads.emplace_back([&, seed] {
+            std::minstd_rand random(seed);
+            for (int i = 0; i < 500; ++i) switch (random() % 8) {
+                    case 0: barrierAsync(queue, write); break;
+                    case 1: barrierSync(queue, write); break;
+                    case 2:
+                    case 3: sync(queue, read); break;
+                    case 4: groupAsync(group, queue, read); break;
+                    default: async(queue, read);
+                }
+        });
+    for (std::thread& thread : threads) thread.join();
+    barrierSync(queue, read);
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
+}
+
+TEST(TargetQueue, QueuesWithOneSerialTargetNeverRunAtTheSameTime)
+{
+    HeldQueue target = serialQueue("target"), shared = concurrentQueue("shared"), serial = serialQueue("serial");
+    dispatch_set_target_queue(shared, target);
+    dispatch_set_target_queue(serial, target);
+    int count = 0;  // no lock
+    std::vector<std::thread> threads;
+    for (dispatch_queue_t queue : {dispatch_queue_t(target), dispatch_queue_t(shared), dispatch_queue_t(serial)})
+        threads.emplace_back([&count, queue] {
+            for (int i = 0; i < 600; ++i) {
+                if (i % 3 == 0)
+                    sync(queue, [&] { ++count; });
+                else
+                    async(queue, [&] { ++count; });
+            }
+            barrierSync(queue, [] {});
+        });
+    for (std::thread& thread : threads) thread.join();
+    sync(target, [&] { EXPECT_EQ(count, 1800); });
+}
+
+TEST(TargetQueue, ChangesBehindTheTasksThatAreOnTheQueue)
+{
+    HeldQueue first = serialQueue("first"), second = serialQueue("second"), queue = serialQueue("queue");
+    static const char kKey = 0;
+    int one = 1, two = 2;
+    dispatch_queue_set_specific(first, &kKey, &one, nullptr);
+    dispatch_queue_set_specific(second, &kKey, &two, nullptr);
+    dispatch_set_target_queue(queue, first);
+    HandOver steps;
+    const auto expect = [](int* value) { return [value] { EXPECT_EQ(dispatch_get_specific(&kKey), value); }; };
+    async(queue, [&] { steps.await(1); });
+    async(queue, expect(&one));
+    dispatch_set_target_queue(queue, second);
+    async(queue, expect(&two));
+    steps.reach(1);
+    sync(queue, expect(&two));
+}
+
+TEST(QueueSpecific, IsInheritedReplacedAndDestroyed)
+{
+    HandOver destroyed;
+    static HandOver* sDestroyed;
+    sDestroyed = &destroyed;
+    const dispatch_function_t destroy = [](void* value) { sDestroyed->reach(*static_cast<int*>(value)); };
+    static const char kKey = 0, kOther = 0;
+    int one = 1, two = 2;
+    {
+        HeldQueue parent = serialQueue("parent"), child = concurrentQueue("child");
+        dispatch_set_target_queue(child, parent);
+        dispatch_queue_set_specific(parent, &kKey, &one, destroy);
+        EXPECT_EQ(dispatch_get_specific(&kKey), nullptr);
+        sync(child, [&] {
+            EXPECT_EQ(dispatch_get_specific(&kKey), &one);
+            EXPECT_EQ(dispatch_get_specific(&kOther), nullptr);
+        });
+        EXPECT_EQ(dispatch_queue_get_specific(child, &kKey), nullptr);
+        dispatch_queue_set_specific(parent, &kKey, &two, destroy);
+        EXPECT_TRUE(destroyed.await(1));
+        EXPECT_EQ(dispatch_queue_get_specific(parent, &kKey), &two);
+    }
+    EXPECT_TRUE(destroyed.await(2));
+}
+
+TEST(Suspension, HoldsWhatHasNotStartedUntilResumedAsOften)
+{
+    for (dispatch_queue_attr_t attributes : {DISPATCH_QUEUE_SERIAL, DISPATCH_QUEUE_CONCURRENT}) {
+        HeldQueue queue(dispatch_queue_create("suspended", attributes));
+        HandOver steps;
+        std::atomic<int> ran{0};
+        async(queue, [&] {
+            dispatch_suspend(queue);  // holds what stands behind in the same batch, too
+            steps.reach(1);
+            steps.await(2);
+        });
+        steps.await(1);
+        async(queue, [&] { ++ran; });
+        barrierAsync(queue, [&] { ++ran; });
+        std::thread waiter([&] { sync(queue, [&] { ++ran; }); });
+        dispatch_suspend(queue);
+        steps.reach(2);
+        dispatch_resume(queue);
+        EXPECT_EQ(ran, 0);
+        dispatch_resume(queue);
+        waiter.join();
+        barrierSync(queue, [&] { EXPECT_EQ(ran, 3); });
+    }
+}
+
+TEST(MainQueueDeathTest, RunsAsyncAndSyncTasksOnTheThreadInDispatchMain)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            static std::thread::id sMain;
+            sMain = std::this_thread::get_id();
+            async(dispatch_get_global_queue(0, 0), [] {
+                static std::atomic<int> sOnMain{0};
+                async(dispatch_get_main_queue(), [] { sOnMain += std::this_thread::get_id() == sMain; });
+                sync(dispatch_get_main_queue(), [] { sOnMain += std::this_thread::get_id() == sMain; });
+                _exit(sOnMain == 2 ? 7 : 1);
+            });
+            dispatch_main();
+        },
+        testing::ExitedWithCode(7), "");
+}

@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+#include <unicode/uchar.h>
+#include <unicode/ucnv.h>
+
+#include <functional>
+#include <memory>
+#include <random>
+
+#include "Foundation/ZoLocale.h"
+#include "TextSupport.h"
+
+using namespace luvia_test;
+
+/// Numbers of the encodings, with names that IANA or ICU has for them.
+struct Encoding {
+    ZoStringEncoding number;
+    const char* name;
+};
+
+static const Encoding kEncodings[] = {
+    {0x0600, "US-ASCII"},     {0x0201, "latin1"},       {0x08000100, "utf8"},     {0x10000100, "UTF-16BE"},
+    {0x14000100, "UTF-16LE"}, {0x18000100, "UTF-32BE"}, {0x1C000100, "UTF-32LE"}, {0x0000, "x-mac-roman"},
+    {0x0006, "macgr"},        {0x0007, "maccy"},        {0x001D, "macce"},        {0x0023, "mactr"},
+    {0x0202, "latin2"},       {0x0203, "latin3"},       {0x0204, "latin4"},       {0x0205, "cyrillic"},
+    {0x0206, "arabic"},       {0x0207, "greek"},        {0x0208, "hebrew"},       {0x0209, "latin5"},
+    {0x020A, "latin6"},       {0x020B, "thai8"},        {0x020D, "iso-8859-13"},  {0x020E, "iso_8859-14:1998"},
+    {0x020F, "latin-9"},      {0x0400, "cp437"},        {0x0405, "cp737"},        {0x0406, "cp775"},
+    {0x0410, "cp850"},        {0x0411, "cp851"},        {0x0412, "cp852"},        {0x0413, "cp855"},
+    {0x0414, "cp857"},        {0x0415, "cp860"},        {0x0416, "cp861"},        {0x0417, "cp862"},
+    {0x0418, "cp863"},        {0x0419, "cp864"},        {0x041A, "cp865"},        {0x041B, "cp866"},
+    {0x041C, "cp869"},        {0x0420, "cswindows31j"}, {0x0500, "cp1252"},       {0x0501, "cp1250"},
+    {0x0502, "cp1251"},       {0x0503, "cp1253"},       {0x0504, "cp1254"},       {0x0505, "cp1255"},
+    {0x0506, "cp1256"},       {0x0507, "cp1257"},       {0x0508, "cp1258"},       {0x0631, "cp936"},
+    {0x0632, "gb18030"},      {0x0820, "csISO2022JP"},  {0x0840, "csISO2022KR"},  {0x0920, "eucjis"},
+    {0x0930, "euc-cn"},       {0x0931, "euc-tw"},       {0x0940, "euc-kr"},       {0x0A01, "sjis"},
+    {0x0A02, "koi8"},         {0x0A03, "csBig5"},       {0x0A05, "hz"},           {0x0A08, "koi8-u"},
+    {0x0C02, "cp037"},
+};
+
+using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
+
+static Converter openConverter(const char* name)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    Converter converter(ucnv_open(name, &error), ucnv_close);
+    EXPECT_TRUE(U_SUCCESS(error)) << name;
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
+    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
+    return converter;
+}
+
+/// ICU's bytes for `text`, or "<nothing>".
+static std::string encodedByICU(UConverter* converter, std::u16string_view text)
+{
+    char buffer[64];
+    UErrorCode error = U_ZERO_ERROR;
+    const int32_t length =
+        ucnv_fromUChars(converter, buffer, sizeof buffer, text.data(), static_cast<int32_t>(text.size()), &error);
+    return U_FAILURE(error) ? "<nothing>" : std::string(buffer, static_cast<size_t>(length));
+}
+
+static std::string encoded(ZoStringRef string, ZoStringEncoding encoding)
+{
+    uint8_t buffer[64];
+    ZoIndex used = 0;
+    const ZoIndex length = ZoStringGetLength(string);
+    if (ZoStringGetBytes(string, {0, length}, encoding, 0, false, buffer, sizeof buffer, &used) != length)
+        return "<nothing>";
+    return std::string(buffer, buffer + used);
+}
+
+static std::u16string utf16Of(uint32_t character)
+{
+    if (character < 0x10000) return std::u16string(1, static_cast<char16_t>(character));
+    return {static_cast<char16_t>(0xD7C0 + (character >> 10)), static_cast<char16_t>(0xDC00 | (character & 0x3FF))};
+}
+
+class EveryEncoding : public testing::TestWithParam<Encoding> {};
+INSTANTIATE_TEST_SUITE_P(Encodings, EveryEncoding, testing::ValuesIn(kEncodings), [](const auto& row) {
+    char name[16];
+    snprintf(name, sizeof name, "x%08X", row.param.number);
+    return std::string(name);
+});
+
+TEST_P(EveryEncoding, agreesWithICUOnCharactersAndBack)
+{
+    const Converter converter = openConverter(GetParam().name);
+    ASSERT_TRUE(converter);
+    int there = 0;
+    for (uint32_t character = 0; character < 0x10FFFF; character += character < 0x3200    ? 1
+                                                                    : character < 0x10000 ? 37
+                                                                                          : 4999) {
+        // ICU leaves such characters out without saying so.
+        if (u_hasBinaryProperty(static_cast<UChar32>(character), UCHAR_DEFAULT_IGNORABLE_CODE_POINT)) continue;
+        const std::u16string units = utf16Of(character);
+        const std::string expected = encodedByICU(converter.get(), units);
+        const auto string = fromUTF16(units);
+        ASSERT_EQ(encoded(string.get(), GetParam().number), expected) << std::hex << character;
+        if (expected == "<nothing>") continue;
+        ++there;
+        const auto back =
+            zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(expected.data()),
+                                            static_cast<ZoIndex>(expected.size()), GetParam().number, false));
+        char16_t icuBack[8];
+        UErrorCode error = U_ZERO_ERROR;
+        const int32_t length =
+            ucnv_toUChars(converter.get(), icuBack, 8, expected.data(), static_cast<int32_t>(expected.size()), &error);
+        ASSERT_EQ(static_cast<bool>(back), U_SUCCESS(error)) << std::hex << character;
+        if (back) {
+            ASSERT_EQ(toUTF16(back.get()), std::u16string(icuBack, static_cast<size_t>(length)));
+        }
+        ASSERT_LE(static_cast<ZoIndex>(expected.size()),
+                  ZoStringGetMaximumSizeForEncoding(static_cast<ZoIndex>(units.size()), GetParam().number));
+    }
+    EXPECT_GE(there, 96);
+}
+
+TEST_P(EveryEncoding, agreesWithICUOnArbitraryBytes)
+{
+    const Converter converter = openConverter(GetParam().name);
+    ASSERT_TRUE(converter);
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int round = 0; round < 4000; ++round) {
+        std::string bytes(random() % 6, '\0');
+        for (char& byte : bytes) byte = static_cast<char>(random() % 3 ? random() : 0xC0 | random());
+        char16_t units[64];
+        UErrorCode error = U_ZERO_ERROR;
+        const int32_t length =
+            ucnv_toUChars(converter.get(), units, 64, bytes.data(), static_cast<int32_t>(bytes.size()), &error);
+        const auto string =
+            zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(bytes.data()),
+                                            static_cast<ZoIndex>(bytes.size()), GetParam().number, false));
+        ASSERT_EQ(static_cast<bool>(string), U_SUCCESS(error)) << testing::PrintToString(bytes);
+        if (string) {
+            ASSERT_EQ(toUTF16(string.get()), std::u16string(units, static_cast<size_t>(length)));
+        }
+    }
+}
+
+TEST_P(EveryEncoding, putsTheLossByteAndStopsWhereRoomEnds)
+{
+    const ZoStringEncoding encoding = GetParam().number;
+    const auto text = fromUTF16(
+        u"ab\xD800"
+        u"cd\u4e2d\u0416\u00e9\u20acx");  // a lone surrogate has no bytes anywhere
+    const ZoIndex length = ZoStringGetLength(text.get());
+    ZoIndex whole = 0, used = 0;
+    EXPECT_EQ(ZoStringGetBytes(text.get(), {0, length}, encoding, 0, false, nullptr, 0, &used), 2);
+    ASSERT_EQ(ZoStringGetBytes(text.get(), {0, length}, encoding, '?', false, nullptr, 0, &whole), length);
+    ZoIndex before = 0;
+    for (ZoIndex room = 0; room <= whole; ++room) {
+        std::vector<uint8_t> bytes(static_cast<size_t>(room) + 1);
+        const ZoIndex converted =
+            ZoStringGetBytes(text.get(), {0, length}, encoding, '?', false, bytes.data(), room, &used);
+        EXPECT_LE(used, room);
+        EXPECT_GE(converted, before);
+        before = converted;
+        const auto back = zoAdopt(ZoStringCreateWithBytes(nullptr, bytes.data(), used, encoding, false));
+        ASSERT_TRUE(back) << room;
+        EXPECT_EQ(ZoStringGetLength(back.get()), converted);
+    }
+    EXPECT_EQ(before, length);
+}
+
+TEST(Encodings, unknownOnesGiveNothing)
+{
+    for (ZoStringEncoding encoding : {0x020Cu, 0x0210u, 0x0BFFu, 0xFFFFu, 0xFFFFFFFFu}) {
+        EXPECT_FALSE(zoAdopt(ZoStringCreateWithCString(nullptr, "a", encoding))) << std::hex << encoding;
+        EXPECT_EQ(ZoStringGetMaximumSizeForEncoding(1, encoding), kZoNotFound);
+        char buffer[10];
+        EXPECT_FALSE(ZoStringGetCString(ZOSTR("a"), buffer, 10, encoding));
+    }
+    EXPECT_EQ(ZoStringGetMaximumSizeForEncoding(INTPTR_MAX, kZoStringEncodingUTF8), kZoNotFound);
+}
+
+TEST(Encodings, marksDecideTheOrderOfExternalUnits)
+{
+    const struct {
+        std::string bytes;
+        ZoStringEncoding encoding;
+        bool isExternal;
+        std::u16string text;
+    } rows[] = {
+        {{"\xFE\xFF\0a", 4}, 0x0100, true, u"a"},
+        {{"\xFF\xFE"
+          "a\0",
+          4},
+         0x0100,
+         true,
+         u"a"},
+        {{"\0a", 2}, 0x0100, true, u"a"},
+        {{"a\0", 2}, 0x0100, false, u"a"},
+        {{"\xFF\xFE", 2}, 0x0100, false, u"\uFEFF"},
+        {{"\xFE\xFF\0a", 4}, 0x10000100, true, u"\uFEFFa"},
+        {{"\xEF\xBB\xBF"
+          "a",
+          4},
+         0x08000100,
+         true,
+         u"a"},
+        {{"\xEF\xBB\xBF"
+          "a",
+          4},
+         0x08000100,
+         false,
+         u"\uFEFFa"},
+        {{"\0\0\xFE\xFF\0\1\xF6\0", 8}, 0x0C000100, true, u"\U0001F600"},
+        {{"\xFF\xFE\0\0a\0\0\0", 8}, 0x0C000100, true, u"a"},
+    };
+    for (const auto& row : rows) {
+        const auto string =
+            zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(row.bytes.data()),
+                                            static_cast<ZoIndex>(row.bytes.size()), row.encoding, row.isExternal));
+        ASSERT_TRUE(string) << testing::PrintToString(row.bytes);
+        EXPECT_EQ(toUTF16(string.get()), row.text);
+    }
+}
+
+TEST(Cases, simpleFoldingKeepsTheNumberOfUnits)
+{
+    for (UChar32 character = 0; character < 0x110000; ++character)
+        ASSERT_EQ(U16_LENGTH(character), U16_LENGTH(u_foldCase(character, U_FOLD_CASE_DEFAULT)))
+            << std::hex << character;
+}
+
+TEST(Cases, lowercaseFollowsTheLocale)
+{
+    const struct {
+        const char *text, *locale, *result;
+    } rows[] = {
+        {"ABC xyz", nullptr, "abc xyz"},
+        {"TITLE", "tr", "t\u0131tle"},
+        {"TITLE", "en", "title"},
+        {"\u0130", nullptr, "i\u0307"},
+        {"\u00c9T\u00c9 \u03a3\u03a3", nullptr, "\u00e9t\u00e9 \u03c3\u03c2"},
+        {"\U00010400", nullptr, "\U00010428"},
+        {"", "tr", ""},
+    };
+    for (const auto& row : rows) {
+        const auto string = mutableFrom(fromUTF8(row.text).get());
+        const auto locale = row.locale ? zoAdopt(ZoLocaleCreate(nullptr, fromUTF8(row.locale).get())) : nullptr;
+        ZoStringLowercase(string.get(), locale.get());
+        EXPECT_EQ(toUTF8(string.get()), row.result);
+    }
+}

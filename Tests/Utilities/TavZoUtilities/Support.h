@@ -1,0 +1,53 @@
+// Collections in one expression, and the failures that a call signalled.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+#include "Foundation/ZoRef.h"
+#include "Utilities/TavZoUtilities.h"
+
+namespace collection_test {
+
+/// "-12990 not a dict", one line a failure signalled since the last call.
+std::string takeSignals();
+
+inline ZoRef<ZoNumberRef> number(int32_t value)
+{
+    return zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &value));
+}
+
+inline ZoRef<ZoMutableArrayRef> array(std::initializer_list<ZoTypeRef> values)
+{
+    auto result = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
+    for (const ZoTypeRef value : values) ZoArrayAppendValue(result.get(), value);
+    return result;
+}
+
+inline ZoRef<ZoMutableDictionaryRef> dictionary(std::initializer_list<std::pair<ZoTypeRef, ZoTypeRef>> pairs)
+{
+    auto result = zoAdopt(
+        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    for (const auto& [key, value] : pairs) ZoDictionarySetValue(result.get(), key, value);
+    return result;
+}
+
+inline std::string utf8(ZoStringRef string)
+{
+    char buffer[1024] = "(none)";
+    if (string) ZoStringGetCString(string, buffer, sizeof buffer, kZoStringEncodingUTF8);
+    return buffer;
+}
+
+/// The compact description, which shows the order and the nesting of whatever it is given.
+inline std::string compact(ZoTypeRef object)
+{
+    const auto description = zoAdopt(TavZoCopyCompactDescription(object));
+    return utf8(description.get());
+}
+
+}  // namespace collection_test
