@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "Foundation/ZoNumber.h"
+#include "DataIO/TavByteStreams/TavByteStream.h"
 #include "Foundation/ZoRef.h"
 #include "Utilities/TavAtomStreamPrivate.h"
 #include "Utilities/TavBlockBufferUtilities.h"

@@ -9,6 +9,10 @@
 #include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavNote.h"
+
+static TavTraceNote gTavTagCollectionTypesTrace;
 
 // MARK: the class
 
@@ -36,7 +40,9 @@ static void tagCollectionFreeBlock(LuTagCollection_* collection)
 
 static void LuTagCollectionFinalize(ZoTypeRef object)
 {
-    TAV_TAG_COLLECTION_TRACE_FINALIZE(object);
+    if (tavTraceIsOn(&gTavTagCollectionTypesTrace))
+        tav_log_emit(gTavTagCollectionTypesTrace.emitter, 1, 1, 0, 0, "<<<< TavTagCollection >>>> %s: Called %@",
+                     __func__, object);
     tagCollectionFreeBlock(asMutable(object));
 }
 
@@ -94,7 +100,7 @@ ZoTypeID LuTagCollectionGetTypeID(void)
     static ZoTypeID sTypeID;
     static dispatch_once_t sOnce;
     dispatch_once_f(&sOnce, &sTypeID, [](void* typeID) {
-        TAV_TAG_COLLECTION_INITIALIZE_TRACE();
+        tavTraceNoteRegister(&gTavTagCollectionTypesTrace, "tavtagcollection_trace", 0);
         *static_cast<ZoTypeID*>(typeID) = _ZoRuntimeRegisterClass(&sTagCollectionClass);
     });
     return sTypeID;

@@ -50,14 +50,14 @@ static ZoStringRef byteStreamCopyFormattingDescription(ZoTypeRef object, ZoDicti
 
 LuClassID LuByteStreamGetClassID(void)
 {
-    static const LuClassDescription kDescription = {.version = 1,
-                                                    .className = "TavByteStream",
-                                                    .reserved = nullptr,
-                                                    .copyFormattingDescription = byteStreamCopyFormattingDescription};
+    static const TavClassDescription kDescription = {.version = 1,
+                                                     .className = "TavByteStream",
+                                                     .reserved = nullptr,
+                                                     .copyFormattingDescription = byteStreamCopyFormattingDescription};
     static LuClassID sClassID;
     static dispatch_once_t sOnce;
     dispatch_once_f(&sOnce, &sClassID, [](void* classID) {
-        TavBaseClassRegisterClass(&kDescription, LuBaseGetClassID(), kTavBaseClassRegister_OwnRuntimeType,
+        TavBaseClassRegisterClass(&kDescription, LuBaseGetClassID(), kTavBaseClassRegister_OwnType,
                                   static_cast<LuClassID*>(classID));
     });
     return sClassID;

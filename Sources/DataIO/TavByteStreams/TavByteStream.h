@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Core/TavBaseObject/TavBaseObject.h"
 #include "DataIO/TavByteStreams/LuByteStream.h"
 #include "Platform/Ostra/OstraSynchronization.h"
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <iterator>
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
 #include "Foundation/ZoData.h"
