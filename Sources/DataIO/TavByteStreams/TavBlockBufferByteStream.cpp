@@ -210,7 +210,7 @@ OSStatus bbufStreamStore(T& field, ZoTypeRef value, ZoTypeID typeID, const char*
     } else if (value) {
         stored = static_cast<T>(ZoRetain(value));
     }
-    ZoRef<T>::adopt(field);
+    const auto old = ZoRef<T>::adopt(field);
     field = stored;
     return 0;
 }
