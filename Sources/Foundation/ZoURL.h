@@ -70,7 +70,8 @@ Boolean ZoURLGetFileSystemRepresentation(ZoURLRef url, Boolean resolveAgainstBas
                                          ZoIndex maxBufferLength);
 /// The path, or where it is empty the base's, ends in "/", "/." or "/..".
 Boolean ZoURLHasDirectoryPath(ZoURLRef url);
-/// False for a URL with a scheme and a path that does not begin with "/" ("mailto:a@b"): it has no components.
+/// False for a URL with a scheme and a path that does not begin with "/" ("mailto:a@b"), and for what is relative
+/// to one: it has no components.
 Boolean ZoURLCanBeDecomposed(ZoURLRef url);
 
 ZO_EXTERN_C_END
