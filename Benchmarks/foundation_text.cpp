@@ -12,45 +12,49 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 
-template <size_t kLength>
-static void createString(benchmark::State& state)
+/// Creations in a row; what was made goes while the clock stands still.
+constexpr size_t kBatch = 512;
+
+template <size_t kLength, auto kCreate, auto kDestroy>
+static void createFromC(benchmark::State& state)
 {
     const std::string text(kLength, 'x');
     const char* pointer = text.c_str();
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(pointer);
-        ZoStringRef string = ZoStringCreateWithCString(nullptr, pointer, kZoStringEncodingUTF8);
-        benchmark::DoNotOptimize(string);
-        ZoRelease(string);
+    std::vector<decltype(kCreate(pointer))> made(kBatch);
+    while (state.KeepRunningBatch(kBatch)) {
+        for (auto& one : made) {
+            benchmark::DoNotOptimize(pointer);
+            one = kCreate(pointer);
+            benchmark::ClobberMemory();
+        }
+        state.PauseTiming();
+        for (auto& one : made) kDestroy(one);
+        state.ResumeTiming();
     }
 }
 
-template <size_t kLength>
-static void copyText(benchmark::State& state)
+static ZoStringRef createString(const char* text)
 {
-    const std::string text(kLength, 'x');
-    const char* pointer = text.c_str();
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(pointer);
-        const size_t size = strlen(pointer) + 1;
-        auto* copy = static_cast<char*>(malloc(size));
-        memcpy(copy, pointer, size);
-        benchmark::DoNotOptimize(copy);
-        benchmark::ClobberMemory();
-        free(copy);
-    }
+    return ZoStringCreateWithCString(nullptr, text, kZoStringEncodingUTF8);
 }
 
-BENCHMARK(createString<16>)->Name("StringCreate16_luvia");
-BENCHMARK(copyText<16>)->Name("StringCreate16_mallocCopy");
-BENCHMARK(createString<64>)->Name("StringCreate64_luvia");
-BENCHMARK(copyText<64>)->Name("StringCreate64_mallocCopy");
-BENCHMARK(createString<4096>)->Name("StringCreate4096_luvia");
-BENCHMARK(copyText<4096>)->Name("StringCreate4096_mallocCopy");
+static char* mallocCopy(const char* text)
+{
+    const size_t size = strlen(text) + 1;
+    return static_cast<char*>(memcpy(malloc(size), text, size));
+}
+
+BENCHMARK(createFromC<16, createString, ZoRelease>)->Name("StringCreate16_luvia");
+BENCHMARK(createFromC<16, mallocCopy, free>)->Name("StringCreate16_mallocCopy");
+BENCHMARK(createFromC<64, createString, ZoRelease>)->Name("StringCreate64_luvia");
+BENCHMARK(createFromC<64, mallocCopy, free>)->Name("StringCreate64_mallocCopy");
+BENCHMARK(createFromC<4096, createString, ZoRelease>)->Name("StringCreate4096_luvia");
+BENCHMARK(createFromC<4096, mallocCopy, free>)->Name("StringCreate4096_mallocCopy");
 
 static void StringFormat_luvia(benchmark::State& state)
 {

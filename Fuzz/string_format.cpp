@@ -96,7 +96,8 @@ static void checkArbitrary(const uint8_t* data, const uint8_t* end)
     const auto string = zoAdopt(ZoStringCreateWithBytes(nullptr, data, end - data, kZoStringEncodingUTF8, false));
     if (!string) return;
     const auto made = zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, string.get(), 1, 2, 3, 4, 5, 6, 7, 8, 1.0, 2.0,
-                                                       3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9, 10, 11, 12, 13, 14, 15, 16));
+                                                       3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9, 10, 11, 12, 13, 14, 15, 16, 17,
+                                                       18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28));
     if (made) require(ZoStringGetLength(made.get()) >= 0);
 }
 

@@ -122,12 +122,31 @@ static ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoIndex tailB
     return string;
 }
 
+/// memcpy(3) without a call for what keys and names are long: moves that may overlap.
+static inline void copyShortly(uint8_t* to, const uint8_t* from, size_t count)
+{
+    const auto move = [to, from](auto word, size_t at) {
+        word = zoHashLoad<decltype(word)>(from + at);
+        memcpy(to + at, &word, sizeof word);
+    };
+    if (count > 64 || count < 8) {
+        memcpy(to, from, count);
+    } else if (count < 16) {
+        move(uint64_t{}, 0);
+        move(uint64_t{}, count - 8);
+    } else {
+        for (size_t at = 0; at + 16 < count; at += 16) move(Sixteen{}, at);
+        move(Sixteen{}, count - 16);
+    }
+}
+
 static ZoStringRef stringCreateASCII(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length)
 {
+    if (length > kMaximumLength) return nullptr;
     ZoMutableStringRef string = stringAllocate(allocator, length + 1, kZoStringTerminated);
     if (!string) return nullptr;
     auto* contents = reinterpret_cast<uint8_t*>(string + 1);
-    memcpy(contents, bytes, static_cast<size_t>(length));
+    copyShortly(contents, bytes, static_cast<size_t>(length));
     contents[length] = 0;
     string->contents = contents;
     string->length = length;
@@ -267,24 +286,36 @@ void TextBuffer::lowercaseASCII()
 
 // MARK: Creation
 
+// Apart from what ASCII takes, which needs no buffer.
+__attribute__((noinline)) static ZoStringRef stringCreateDecoding(ZoAllocatorRef allocator, const uint8_t* bytes,
+                                                                  size_t count, ZoStringEncoding encoding,
+                                                                  bool isExternal)
+{
+    alignas(UniChar) uint8_t lent[512];
+    TextBuffer text(allocator, lent, sizeof lent);
+    if (!zo::decodeText(encoding, bytes, count, isExternal, text) || !text.ok()) return nullptr;
+    return zo::stringCreate(allocator, text.view());
+}
+
+static inline ZoStringRef stringCreateWithBytes(ZoAllocatorRef allocator, const uint8_t* bytes, size_t count,
+                                                ZoStringEncoding encoding, bool isExternal)
+{
+    if (ZO_UNLIKELY(!zo::encodingExtendsASCII(encoding) || count == 0 || !zo::isASCII(bytes, count)))
+        return stringCreateDecoding(allocator, bytes, count, encoding, isExternal);
+    return zo::stringCreateASCII(allocator, bytes, static_cast<ZoIndex>(count));
+}
+
 ZoStringRef ZoStringCreateWithBytes(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length,
                                     ZoStringEncoding encoding, Boolean isExternalRepresentation)
 {
     if (!ZO_EXPECT(length >= 0 && (bytes || length == 0), "no bytes")) return nullptr;
-    const auto count = static_cast<size_t>(length);
-    if (zo::encodingExtendsASCII(encoding) && zo::isASCII(bytes, count))
-        return zo::stringCreate(allocator, TextView::narrow(bytes, length));
-    alignas(UniChar) uint8_t lent[512];
-    TextBuffer text(allocator, lent, sizeof lent);
-    if (!zo::decodeText(encoding, bytes, count, isExternalRepresentation, text) || !text.ok()) return nullptr;
-    return zo::stringCreate(allocator, text.view());
+    return stringCreateWithBytes(allocator, bytes, static_cast<size_t>(length), encoding, isExternalRepresentation);
 }
 
 ZoStringRef ZoStringCreateWithCString(ZoAllocatorRef allocator, const char* text, ZoStringEncoding encoding)
 {
     if (!ZO_EXPECT(text, "no text")) return nullptr;
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text);
-    return ZoStringCreateWithBytes(allocator, bytes, static_cast<ZoIndex>(strlen(text)), encoding, false);
+    return stringCreateWithBytes(allocator, reinterpret_cast<const uint8_t*>(text), strlen(text), encoding, false);
 }
 
 ZoStringRef ZoStringCreateWithCharacters(ZoAllocatorRef allocator, const UniChar* characters, ZoIndex count)

@@ -76,19 +76,30 @@ inline uint32_t codePointAt(const TextView& text, ZoIndex index, ZoIndex& units)
     return surrogatePair(unit, text[index + 1]);
 }
 
+/// Sixteen bytes at a time; every processor that we build for has such words.
+using Sixteen = uint64_t __attribute__((vector_size(16)));
+
 inline bool isASCII(const uint8_t* bytes, size_t count)
 {
     constexpr uint64_t kHighBits = 0x8080808080808080u;
-    size_t i = 0;
-    for (; i + 32 <= count; i += 32) {
-        const uint64_t any = zoHashLoad<uint64_t>(bytes + i) | zoHashLoad<uint64_t>(bytes + i + 8) |
-                             zoHashLoad<uint64_t>(bytes + i + 16) | zoHashLoad<uint64_t>(bytes + i + 24);
-        if (any & kHighBits) return false;
+    if (count < 16) {
+        uint64_t any = 0;
+        if (count >= 8)
+            any = zoHashLoad<uint64_t>(bytes) | zoHashLoad<uint64_t>(bytes + count - 8);
+        else if (count >= 4)
+            any = zoHashLoad<uint32_t>(bytes) | zoHashLoad<uint32_t>(bytes + count - 4);
+        else
+            for (size_t i = 0; i < count; ++i) any |= bytes[i];
+        return (any & kHighBits) == 0;
     }
-    uint64_t any = 0;
-    for (; i + 8 <= count; i += 8) any |= zoHashLoad<uint64_t>(bytes + i);
-    for (; i < count; ++i) any |= bytes[i];
-    return (any & kHighBits) == 0;
+    Sixteen any = zoHashLoad<Sixteen>(bytes + count - 16);
+    size_t i = 0;
+    for (; i + 64 <= count; i += 64) {
+        any |= zoHashLoad<Sixteen>(bytes + i) | zoHashLoad<Sixteen>(bytes + i + 16) |
+               zoHashLoad<Sixteen>(bytes + i + 32) | zoHashLoad<Sixteen>(bytes + i + 48);
+    }
+    for (; i + 16 <= count; i += 16) any |= zoHashLoad<Sixteen>(bytes + i);
+    return ((any[0] | any[1]) & kHighBits) == 0;
 }
 
 bool isASCII(const UniChar* units, ZoIndex count);

@@ -10,8 +10,9 @@
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
-#include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
+#include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
+#include "Tests/Support/FailingAllocator.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 using namespace luvia_test;
@@ -85,7 +86,7 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
     LuBlockBufferRef out = nullptr;
     char bytes[32];
     char* pointer = nullptr;
-    LuBlockBufferCustomBlockSource source = CountingAllocator().source();
+    const LuBlockBufferCustomBlockSource source = sourceFrom(kZoAllocatorDefault);
     LuBlockBufferCustomBlockSource newer = source, noAllocate = source, noFree = source;
     newer.version = 1;
     noAllocate.AllocateBlock = nullptr;
@@ -255,16 +256,16 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
 
 TEST(BlockBuffer, keepsItsPiecesInItselfAndThenInAChain)
 {
-    CountingAllocator structures;
+    FailingAllocator structures;
     Buffer buffer;
-    ASSERT_EQ(LuBlockBufferCreateEmpty(structures.ref(), 0, 0, buffer.outParam()), 0);
+    ASSERT_EQ(LuBlockBufferCreateEmpty(structures.get(), 0, 0, buffer.outParam()), 0);
     EXPECT_EQ(buffer.get()->subBlockCapacity, 2);
     std::string letters = "abcdefghij", expected;
     // One piece in the first table, then two, then three, then four.
-    const size_t allocations[] = {1, 2, 2, 3, 3, 3, 4, 4, 4, 4};
+    const int64_t allocations[] = {1, 2, 2, 3, 3, 3, 4, 4, 4, 4};
     for (size_t i = 0; i < letters.size(); ++i) {
         ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), &letters[i], 1, kZoAllocatorNull, nullptr, 0, 1, 0), 0);
-        EXPECT_EQ(structures.allocations(), allocations[i]) << i;
+        EXPECT_EQ(structures.calls(), allocations[i]) << i;
         expected += letters[i];
         EXPECT_EQ(textOf(buffer), expected);
     }
@@ -280,7 +281,7 @@ TEST(BlockBuffer, keepsItsPiecesInItselfAndThenInAChain)
     buffer.reset();
     EXPECT_EQ(textOf(tail), "efghij");
     tail.reset();
-    EXPECT_EQ(structures.live(), 0u);
+    EXPECT_EQ(structures.liveBlocks(), 0);
 }
 
 TEST(BlockBuffer, joinsAdjacentReferencesAndNoOthers)
@@ -428,23 +429,25 @@ TEST(BlockBuffer, accessesAndGathersWithoutCopyingWhereItCan)
 // The block goes back the way it came, with the length of the whole block, once the last buffer that needs it is gone.
 TEST(BlockBuffer, givesBlocksBackToTheirSource)
 {
-    CountingAllocator blocks;
-    const LuBlockBufferCustomBlockSource source = blocks.source();
+    FailingAllocator blocks;
+    const LuBlockBufferCustomBlockSource source = sourceFrom(blocks.get());
     Buffer buffer = empty(), sharer = empty();
     ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, nullptr, &source, 0, 9,
                                              kLuBlockBufferAssureMemoryNowFlag),
               0);
-    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, blocks.ref(), nullptr, 0, 9, 0), 0);
-    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), blocks.take(9), 9, blocks.ref(), nullptr, 3, 6, 0), 0);
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, blocks.get(), nullptr, 0, 9, 0), 0);
+    ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), ZoAllocatorAllocate(blocks.get(), 9, 0), 9, blocks.get(),
+                                             nullptr, 3, 6, 0),
+              0);
     ASSERT_EQ(LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 9, nullptr, &source, 0, 9, 0), 0);
-    EXPECT_EQ(blocks.live(), 2u);
+    EXPECT_EQ(blocks.liveBlocks(), 2);
     EXPECT_EQ(LuBlockBufferAssureBlockMemory(buffer.get()), 0);
-    EXPECT_EQ(blocks.live(), 4u);
+    EXPECT_EQ(blocks.liveBlocks(), 4);
     ASSERT_EQ(refer(sharer, buffer, 0, 1), 0);
     buffer.reset();
-    EXPECT_EQ(blocks.live(), 4u);
+    EXPECT_EQ(blocks.liveBlocks(), 4);
     sharer.reset();
-    EXPECT_EQ(blocks.live(), 0u);
+    EXPECT_EQ(blocks.liveBlocks(), 0);
 }
 
 // MARK: descriptions

@@ -10,6 +10,7 @@
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 #include "Platform/Ostra/OstraAtomics.h"
+#include "Platform/Ostra/OstraDebug.h"
 #include "Tests/Support/HandOver.h"
 
 using luvia_test::HandOver;
@@ -140,8 +141,11 @@ TEST(OstraThread, prioritiesAreIndicesOfATable)
         int32_t native;
     };
     for (const Row& row :
-         {Row{0, 47}, {1, 97}, {5, 0}, {7, 32}, {16, 16}, {25, 4}, {46, 37}, {47, 47}, {UINT32_MAX, 47}})
+         {Row{0, 47}, {1, 97}, {5, 0}, {7, 32}, {16, 16}, {25, 4}, {46, 37}, {47, 47}, {UINT32_MAX, 47}}) {
+        const uint32_t signalled = TavGetErrorCount();
         EXPECT_EQ(TavThreadGetPosixThreadPriorityValue(row.priority), row.native) << row.priority;
+        EXPECT_EQ(TavGetErrorCount() - signalled, row.priority > kTavThreadPriorityHighest ? 1u : 0u) << row.priority;
+    }
     EXPECT_GE(TavThreadGetMaxLogicalCoreCount(), 1);
 }
 

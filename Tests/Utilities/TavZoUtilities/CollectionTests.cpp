@@ -1,7 +1,5 @@
 // Absent and mistyped collections, values by type, searches.
 
-#include <dispatch/dispatch.h>
-
 #include <vector>
 
 #include "Foundation/ZoURL.h"
@@ -216,23 +214,6 @@ TEST(CollectionHelpers, keepSetsOfStringsThatIgnoreCase)
     EXPECT_FALSE(ZoSetContainsValue(set.get(), ZOSTR("AbE")));
     EXPECT_EQ(
         ZoSetGetCount(zoAdopt(ZoSetCreate(nullptr, withNumbers, 3, &kTavCaseInsensitiveStringSetCallBacks)).get()), 2);
-}
-
-TEST(CollectionHelpers, holdDispatchQueues)
-{
-    const dispatch_queue_t queue = dispatch_queue_create("com.orvane.luvia.test", DISPATCH_QUEUE_SERIAL);
-    {
-        const auto queues = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks,
-                                                              &kTavDispatchQueueZoDictionaryValueCallbacks));
-        ZoDictionarySetValue(queues.get(), ZOSTR("q"), queue);
-        dispatch_release(queue);  // the dictionary's reference keeps it
-        bool ran = false;
-        auto* held = static_cast<dispatch_queue_t>(const_cast<void*>(ZoDictionaryGetValue(queues.get(), ZOSTR("q"))));
-        dispatch_sync_f(held, &ran, [](void* context) { *static_cast<bool*>(context) = true; });
-        EXPECT_TRUE(ran);
-        const auto label = zoAdopt(kTavDispatchQueueZoDictionaryValueCallbacks.copyDescription(held));
-        EXPECT_EQ(utf8(label.get()), "com.orvane.luvia.test");
-    }
 }
 
 }  // namespace

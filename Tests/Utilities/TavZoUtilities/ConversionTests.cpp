@@ -20,12 +20,12 @@ TEST(CollectionConversions, copyAndConcatenate)
     EXPECT_EQ(compact(zoAdopt(TavZoArrayCreateConcatenationOfTwoArrays(nullptr, nullptr)).get()), "[]");
 
     // Identity as the key's equality is not carried over, so that the new dictionary finds by value.
-    const auto key = number(7), sameKey = number(7);
+    const auto key = number(70001), sameKey = number(70001);
     const auto byIdentity = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, nullptr, nullptr));
     ZoDictionarySetValue(byIdentity.get(), key.get(), ZOSTR("x"));
     const auto byValue = zoAdopt(TavZoDictionaryCreateMutableCopyWithZoTypeCallbacks(nullptr, 0, byIdentity.get()));
     EXPECT_EQ(ZoDictionaryGetValue(byIdentity.get(), sameKey.get()), nullptr);
-    EXPECT_EQ(ZoDictionaryGetValue(byValue.get(), sameKey.get()), ZOSTR("x"));
+    EXPECT_EQ(compact(ZoDictionaryGetValue(byValue.get(), sameKey.get())), "x");
 }
 
 TEST(CollectionConversions, listKeysAndValues)
@@ -38,7 +38,7 @@ TEST(CollectionConversions, listKeysAndValues)
     const auto keys = array({ZOSTR("c"), ZOSTR("x"), ZOSTR("a")});
     const auto mapped = zoAdopt(TavZoDictionaryCreateMappedArray(pairs.get(), keys.get()));
     EXPECT_EQ(ZoArrayGetCount(mapped.get()), 3);
-    EXPECT_EQ(ZoArrayGetValueAtIndex(mapped.get(), 0), ZOSTR("3"));
+    EXPECT_EQ(compact(ZoArrayGetValueAtIndex(mapped.get(), 0)), "3");
     EXPECT_EQ(ZoArrayGetValueAtIndex(mapped.get(), 1), kZoNull);
     const auto nulls = zoAdopt(TavZoDictionaryCreateMappedArray(nullptr, keys.get()));
     EXPECT_EQ(TavZoArrayGetLastValue(nulls.get()), kZoNull);
@@ -121,7 +121,7 @@ TEST(CollectionConversions, combineDictionaries)
         const auto colour = zoAdopt(TavCreateZoArrayFromColorValues(allocator.get(), 0.25, 0.5, 1, 2));
         EXPECT_EQ(static_cast<bool>(colour), !allocator.hasFailed());
         double green = 0;
-        if (colour) EXPECT_TRUE(TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5);
+        EXPECT_TRUE(!colour || (TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5));
     });
 }
 
