@@ -9,12 +9,21 @@
 #include <utility>
 
 #include "Foundation/ZoRef.h"
+#include "Tests/Support/SignalProbe.h"
 #include "Utilities/TavZoUtilities.h"
 
 namespace collection_test {
 
-/// "-12990 not a dict", one line a failure signalled since the last call.
-std::string takeSignals();
+/// "-12990 not a dict" for the failure signalled since the last call, with how many there were unless it is one.
+inline std::string takeSignals()
+{
+    static luvia_test::SignalProbe probe;
+    std::string signalled;
+    if (probe.count() > 0) signalled = std::to_string(probe.code()) + " " + probe.message();
+    if (probe.count() > 1) signalled += ", the last of " + std::to_string(probe.count());
+    probe = {};
+    return signalled;
+}
 
 inline ZoRef<ZoNumberRef> number(int32_t value)
 {
