@@ -14,14 +14,15 @@
 
 namespace collection_test {
 
+inline luvia_test::SignalProbe gProbe;
+
 /// "-12990 not a dict" for the failure signalled since the last call, with how many there were unless it is one.
 inline std::string takeSignals()
 {
-    static luvia_test::SignalProbe probe;
     std::string signalled;
-    if (probe.count() > 0) signalled = std::to_string(probe.code()) + " " + probe.message();
-    if (probe.count() > 1) signalled += ", the last of " + std::to_string(probe.count());
-    probe = {};
+    if (gProbe.count() > 0) signalled = std::to_string(gProbe.code()) + " " + gProbe.message();
+    if (gProbe.count() > 1) signalled += ", the last of " + std::to_string(gProbe.count());
+    gProbe = {};
     return signalled;
 }
 
