@@ -214,7 +214,8 @@ bool TextBuffer::reserve(ZoIndex units, bool wide)
     if (failed_) return false;
     if (units > kMaximumLength) return failed_ = true, false;
     wide |= wide_;
-    if (!growTo(static_cast<size_t>(units + 1) << wide)) return false;
+    const ZoIndex held = units < length_ ? length_ : units;  // what is there is widened, also where it is to go
+    if (!growTo(static_cast<size_t>(held + 1) << wide)) return false;
     if (wide && !wide_) {
         auto* bytes = static_cast<uint8_t*>(memory_);
         auto* widened = static_cast<UniChar*>(memory_);
