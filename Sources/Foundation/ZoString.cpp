@@ -113,12 +113,15 @@ static void copyUnits(void* to, bool wide, ZoIndex at, const TextView& from)
     }
 }
 
-static ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoIndex tailBytes, uint8_t flags)
+/// A record without contents, and room behind it that is within the limit of lengths.
+static inline ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoIndex tailBytes, uint8_t flags)
 {
-    constexpr ZoIndex kFields = sizeof(ZoString_) - sizeof(ZoRuntimeBase);
-    auto string = static_cast<ZoMutableStringRef>(
-        const_cast<void*>(_ZoRuntimeCreateInstanceWithTail(allocator, kZoTypeIDString, kFields, tailBytes)));
-    if (string) zoSetTypeFlags(string, flags);
+    auto* string = zoCreateBare<ZoString_>(allocator, kZoTypeIDString, &__ZoStringClass, tailBytes);
+    if (!string) return nullptr;
+    string->base.info |= flags;
+    string->contents = nullptr;
+    string->length = 0;
+    string->hashOrCapacity = 0;
     return string;
 }
 
