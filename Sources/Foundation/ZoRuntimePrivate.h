@@ -139,16 +139,17 @@ inline bool zoIsSameAllocator(ZoAllocatorRef a, ZoAllocatorRef b) noexcept
     return a == b || (zoIsSystemAllocator(a) && zoIsSystemAllocator(b));
 }
 
-/// A new object of a built-in type whose fields all follow at once: only the header is set.
+/// A new object of a built-in type whose fields all follow at once, and `tailBytes` behind it: only the header is set.
 template <typename Instance>
-inline Instance* zoCreateBare(ZoAllocatorRef allocator, ZoTypeID typeID, const ZoRuntimeClass* cls) noexcept
+inline Instance* zoCreateBare(ZoAllocatorRef allocator, ZoTypeID typeID, const ZoRuntimeClass* cls,
+                              ZoIndex tailBytes = 0) noexcept
 {
     if (!zoIsSystemAllocator(allocator)) {
         constexpr ZoIndex kExtra = sizeof(Instance) - sizeof(ZoRuntimeBase);
         return static_cast<Instance*>(
-            const_cast<void*>(_ZoRuntimeCreateInstanceWithTail(allocator, typeID, 0, kExtra)));
+            const_cast<void*>(_ZoRuntimeCreateInstanceWithTail(allocator, typeID, 0, kExtra + tailBytes)));
     }
-    auto* instance = static_cast<Instance*>(std::malloc(sizeof(Instance)));
+    auto* instance = static_cast<Instance*>(std::malloc(sizeof(Instance) + static_cast<size_t>(tailBytes)));
     if (ZO_UNLIKELY(!instance)) return nullptr;
     instance->base.isa = reinterpret_cast<uintptr_t>(cls);
     instance->base.info = kZoInfoOneReference | kZoInfoCounted | uint64_t{typeID} << kZoInfoTypeShift;
