@@ -122,6 +122,7 @@ ZoDataRef ZoDataCreate(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex l
     if (!ZO_EXPECT(length >= 0 && (bytes || length == 0), "absent bytes or negative length")) return nullptr;
     ZoData_* data = createRecord(allocator, length, 0);
     if (!data) return nullptr;
+    zoSetNeedsNoFinalizer(data);
     data->bytes = reinterpret_cast<uint8_t*>(data + 1);
     data->length = length;
     if (length > 0) std::memcpy(data->bytes, bytes, static_cast<size_t>(length));

@@ -59,7 +59,7 @@ bool insertRetained(ZoDictionary_* dictionary, const void* key, const void* valu
         zoReleaseValue(dictionary->keyCallBacks, allocator, key);
         return false;
     }
-    dictionary->table.insert(key, value, hash);
+    dictionary->table.insert(*dictionary->keyCallBacks, key, value, hash);
     return true;
 }
 
@@ -93,7 +93,7 @@ Boolean dictionaryEqual(ZoTypeRef object1, ZoTypeRef object2)
         return false;
     for (uint32_t i = 0; i < a->table.used; ++i) {
         const ZoTableEntry& entry = a->table.entries[i];
-        if (!entry.isLive) continue;
+        if (!entry.isLive()) continue;
         const uint32_t other = find(b, entry.key);
         if (other == kNone || !zoValuesAreEqual(a->valueCallBacks, entry.value, b->table.entries[other].value))
             return false;
@@ -192,7 +192,7 @@ Boolean ZoDictionaryContainsValue(ZoDictionaryRef dictionary, const void* value)
     if (!isDictionary(dictionary)) return false;
     for (uint32_t i = 0; i < dictionary->table.used; ++i) {
         const ZoTableEntry& entry = dictionary->table.entries[i];
-        if (entry.isLive && zoValuesAreEqual(dictionary->valueCallBacks, entry.value, value)) return true;
+        if (entry.isLive() && zoValuesAreEqual(dictionary->valueCallBacks, entry.value, value)) return true;
     }
     return false;
 }

@@ -109,32 +109,30 @@ size_t sizeOfType(ZoNumberType type)
     }
 }
 
-ZoNumberRef createInteger(ZoAllocatorRef allocator, int64_t value)
+// Out of line, so that the choice between the three keeps no registers for them.
+__attribute__((noinline)) ZoNumberRef createInteger(ZoAllocatorRef allocator, int64_t value)
 {
     if (value >= kSmallFirst && value <= kSmallLast)
         return reinterpret_cast<ZoNumberRef>(&kSmallNumbers[static_cast<size_t>(value - kSmallFirst)]);
-    auto* number = static_cast<ZoNumber_*>(const_cast<void*>(
-        _ZoRuntimeCreateInstance(allocator, kZoTypeIDNumber, sizeof(ZoNumber_) - sizeof(ZoRuntimeBase), nullptr)));
+    auto* number = zoCreateBare<ZoNumber_>(allocator, kZoTypeIDNumber, &__ZoNumberClass);
     if (number) number->integer = value;
     return number;
 }
 
-ZoNumberRef createReal(ZoAllocatorRef allocator, double value)
+__attribute__((noinline)) ZoNumberRef createReal(ZoAllocatorRef allocator, double value)
 {
-    auto* number = static_cast<ZoNumber_*>(const_cast<void*>(
-        _ZoRuntimeCreateInstance(allocator, kZoTypeIDNumber, sizeof(ZoNumber_) - sizeof(ZoRuntimeBase), nullptr)));
+    auto* number = zoCreateBare<ZoNumber_>(allocator, kZoTypeIDNumber, &__ZoNumberClass);
     if (!number) return nullptr;
     number->real = value;
     zoSetTypeFlags(number, kNumberIsReal);
     return number;
 }
 
-ZoNumberRef createWide(ZoAllocatorRef allocator, ZoSInt128 value)
+__attribute__((noinline)) ZoNumberRef createWide(ZoAllocatorRef allocator, ZoSInt128 value)
 {
     if (value.high == static_cast<int64_t>(value.low) >> 63)
         return createInteger(allocator, static_cast<int64_t>(value.low));
-    auto* number = static_cast<ZoWideNumber*>(const_cast<void*>(
-        _ZoRuntimeCreateInstance(allocator, kZoTypeIDNumber, sizeof(ZoWideNumber) - sizeof(ZoRuntimeBase), nullptr)));
+    auto* number = zoCreateBare<ZoWideNumber>(allocator, kZoTypeIDNumber, &__ZoNumberClass);
     if (!number) return nullptr;
     number->halves = value;
     zoSetTypeFlags(number, kNumberIsWide);

@@ -1,3 +1,4 @@
+#define ZO_COUNTING_OUT_OF_LINE
 #include "Foundation/ZoObject.h"
 
 #include <sys/single_threaded.h>
@@ -109,7 +110,7 @@ AllocatorPrefix* prefixOf(ZoRuntimeBase* base) { return reinterpret_cast<Allocat
 
 void finalizeAndFree(ZoRuntimeBase* base, const ZoRuntimeClass* cls)
 {
-    if (cls && cls->finalize) cls->finalize(base);
+    if (cls->finalize && !(base->info & kZoInfoNeedsNoFinalizer)) cls->finalize(base);
     if (!(base->info & kZoInfoHasAllocator)) {
         std::free(base);
         return;
@@ -120,8 +121,19 @@ void finalizeAndFree(ZoRuntimeBase* base, const ZoRuntimeClass* cls)
     ZoRelease(allocator);
 }
 
-// The count has reached 0: nobody else may change the header any more.
-__attribute__((noinline)) void deallocate(ZoRuntimeBase* base, uint64_t info)
+// Most objects are small: a loop of stores beats the call.
+void zeroBytes(void* memory, size_t size)
+{
+    auto* bytes = static_cast<uint8_t*>(memory);
+    if (size < 16 || size > 128) {
+        std::memset(bytes, 0, size);
+        return;
+    }
+    for (size_t i = 0; i + 16 <= size; i += 16) std::memset(bytes + i, 0, 16);
+    std::memset(bytes + size - 16, 0, 16);
+}
+
+__attribute__((noinline)) void deallocateWithFinalizer(ZoRuntimeBase* base, uint64_t info, const ZoRuntimeClass* cls)
 {
     __atomic_store_n(&base->info, info | kZoInfoDeallocating, __ATOMIC_RELAXED);
     if (info & kZoInfoWeaklyReferenced) {
@@ -134,13 +146,32 @@ __attribute__((noinline)) void deallocate(ZoRuntimeBase* base, uint64_t info)
         return;
     }
     ++own.depth;
-    finalizeAndFree(base, reinterpret_cast<const ZoRuntimeClass*>(base->isa));
+    finalizeAndFree(base, cls);
     while (own.depth == 1 && own.waiting) {
         ZoRuntimeBase* next = own.waiting;
         own.waiting = reinterpret_cast<ZoRuntimeBase*>(next->isa);
         finalizeAndFree(next, classOf(typeIDOf(next->info)));
     }
     --own.depth;
+}
+
+// Called in tail position, so that releasing keeps no registers for it.
+__attribute__((cold, noinline)) void reportOverRelease()
+{
+    _ZoReportMisuse("ZoRelease", "an object was released more often than retained");
+}
+
+// The count, `info` still shows it as 1, has reached 0: nobody else may change the header any more.
+void deallocate(ZoRuntimeBase* base, uint64_t info)
+{
+    // A finalizer may retain and release its object; that does not end it a second time.
+    if (ZO_UNLIKELY(info & kZoInfoDeallocating)) return;
+    const auto* cls = reinterpret_cast<const ZoRuntimeClass*>(base->isa);
+    const bool hasFinalizer = cls->finalize && !(info & kZoInfoNeedsNoFinalizer);
+    if (!hasFinalizer && !(info & (kZoInfoWeaklyReferenced | kZoInfoHasAllocator)))
+        std::free(base);
+    else
+        deallocateWithFinalizer(base, info - kZoInfoOneReference, cls);
 }
 
 }  // namespace
@@ -188,7 +219,7 @@ ZoTypeRef _ZoRuntimeCreateInstanceWithTail(ZoAllocatorRef allocator, ZoTypeID ty
     }
     base->isa = reinterpret_cast<uintptr_t>(cls);
     base->info = info;
-    std::memset(base + 1, 0, static_cast<size_t>(extraBytes));
+    zeroBytes(base + 1, static_cast<size_t>(extraBytes));
     if (cls->init) cls->init(base);
     return base;
 }
@@ -213,14 +244,19 @@ void ZoRelease(ZoTypeRef object)
     uint64_t* word = &baseOf(object)->info;
     uint64_t info = __atomic_load_n(word, __ATOMIC_RELAXED);
     if (!(info & kZoInfoCounted)) return;
-    if (!ZO_EXPECT(countOf(info) != 0, "an object was released more often than retained")) return;
+    if (ZO_UNLIKELY(countOf(info) == 0)) return reportOverRelease();
     if (__libc_single_threaded)
         __atomic_store_n(word, info - kZoInfoOneReference, __ATOMIC_RELAXED);
     else
         info = __atomic_fetch_sub(word, kZoInfoOneReference, __ATOMIC_ACQ_REL);
-    // A finalizer may retain and release its object; that does not end it a second time.
-    if (ZO_UNLIKELY(countOf(info) == 1) && !(info & kZoInfoDeallocating))
-        deallocate(baseOf(object), info - kZoInfoOneReference);
+    if (countOf(info) == 1) deallocate(baseOf(object), info);
+}
+
+void _ZoReleaseLast(ZoTypeRef object, uint64_t info)
+{
+    if (ZO_UNLIKELY(countOf(info) == 0)) return reportOverRelease();
+    __atomic_store_n(&baseOf(object)->info, info - kZoInfoOneReference, __ATOMIC_RELAXED);
+    deallocate(baseOf(object), info);
 }
 
 ZoTypeRef _ZoTryRetain(ZoTypeRef object)

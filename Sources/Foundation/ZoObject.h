@@ -107,3 +107,7 @@ void _ZoSetWeaklyReferenced(ZoTypeRef object);
 void __ZoRuntimeSetWeakReferenceReleaseObserver(void (*observer)(ZoTypeRef object));
 
 ZO_EXTERN_C_END
+
+#ifdef __cplusplus
+#include "Foundation/ZoCounting.h"
+#endif

@@ -16,23 +16,44 @@ uint32_t spread(ZoHashCode hash) { return static_cast<uint32_t>((hash * 0x9E3779
 
 bool keysAreObjects(const ZoDictionaryKeyCallBacks& callBacks) { return callBacks.hash == ZoHash; }
 
+// Keys are mostly constant strings: their text can be compared without the detour over their class, and two of
+// different lengths without a look at either.
+uint32_t stateOf(const void* key, bool isObject)
+{
+    if (!isObject || !key || zoInfo(key) != ZO_CONSTANT_STRING_FLAGS) return 1;
+    const ZoIndex length = static_cast<const ZoConstantString*>(key)->length;
+    return length <= INT32_MAX ? static_cast<uint32_t>(length) + 2 : 1;
+}
+
+bool isSameText(const void* constant1, const void* constant2, uint32_t state)
+{
+    return std::memcmp(static_cast<const ZoConstantString*>(constant1)->text,
+                       static_cast<const ZoConstantString*>(constant2)->text, state - 2) == 0;
+}
+
 }  // namespace
 
 uint32_t ZoOrderedTable::find(const ZoDictionaryKeyCallBacks& callBacks, const void* key, uint32_t* hashOut) const
 {
-    // Constant keys are mostly asked for by the very object that was stored.
-    if (!slots && keysAreObjects(callBacks)) {
-        for (uint32_t i = 0; i < used; ++i)
-            if (entries[i].key == key && entries[i].isLive) return i;
-    }
+    const bool areObjects = keysAreObjects(callBacks);
+    const bool areFew = !slots && areObjects;
+    // Among a few keys the one is found before its hash would be known.
+    for (uint32_t i = 0; areFew && i < used; ++i)
+        if (entries[i].key == key && entries[i].isLive()) return i;
+    const uint32_t state = stateOf(key, areObjects);
+    const auto isSameConstant = [&](const ZoTableEntry& entry) {
+        return state > 1 && entry.state == state && isSameText(entry.key, key, state);
+    };
+    for (uint32_t i = 0; areFew && i < used; ++i)
+        if (isSameConstant(entries[i])) return i;
     const uint32_t hash = spread(callBacks.hash ? callBacks.hash(key) : reinterpret_cast<ZoHashCode>(key));
     if (hashOut) *hashOut = hash;
     const auto matches = [&](const ZoTableEntry& entry) {
-        return entry.key == key || (callBacks.equal && callBacks.equal(entry.key, key));
+        return entry.key == key || isSameConstant(entry) || (callBacks.equal && callBacks.equal(entry.key, key));
     };
     if (!slots) {
         for (uint32_t i = 0; i < used; ++i)
-            if (entries[i].hash == hash && entries[i].isLive && matches(entries[i])) return i;
+            if (entries[i].hash == hash && entries[i].isLive() && matches(entries[i])) return i;
         return kNone;
     }
     for (uint32_t i = hash & slotMask; slots[i].entryPlusOne; i = (i + 1) & slotMask) {
@@ -80,9 +101,10 @@ bool ZoOrderedTable::reserveOne(ZoAllocatorRef allocator)
     return true;
 }
 
-void ZoOrderedTable::insert(const void* key, const void* value, uint32_t hash)
+void ZoOrderedTable::insert(const ZoDictionaryKeyCallBacks& callBacks, const void* key, const void* value,
+                            uint32_t hash)
 {
-    entries[used] = {key, value, hash, 1};
+    entries[used] = {key, value, hash, stateOf(key, keysAreObjects(callBacks))};
     if (slots) fillSlot(used);
     ++used;
     ++live;
@@ -101,7 +123,7 @@ void ZoOrderedTable::remove(uint32_t position)
         }
         slots[hole].entryPlusOne = 0;
     }
-    entries[position].isLive = 0;
+    entries[position].state = 0;
     --live;
     if (position + 1 == used) --used;
     if (used >= kSmallestWorthClosing && live < used / 4) closeGaps(entries);
@@ -126,7 +148,7 @@ void ZoOrderedTable::closeGaps(ZoTableEntry* destination)
 {
     uint32_t position = 0;
     for (uint32_t i = 0; i < used; ++i)
-        if (entries[i].isLive) destination[position++] = entries[i];
+        if (entries[i].isLive()) destination[position++] = entries[i];
     entries = destination;
     used = position;
     fillSlots();

@@ -10,7 +10,9 @@ struct ZoTableEntry {
     const void* key;
     const void* value;
     uint32_t hash;
-    uint32_t isLive;
+    uint32_t state;  // 0: a gap; 1: a key; else a key that is a constant string, of a length of `state` less 2
+
+    bool isLive() const { return state != 0; }
 };
 
 /// All zeros is an empty table. No lock; `allocator` is the same at every call.
@@ -36,7 +38,7 @@ struct ZoOrderedTable {
     /// Makes room for one more. False only with an allocator that the caller brought; else the process stops.
     bool reserveOne(ZoAllocatorRef allocator);
     /// Adds a key that is not there, for which room is reserved.
-    void insert(const void* key, const void* value, uint32_t hash);
+    void insert(const ZoDictionaryKeyCallBacks& callBacks, const void* key, const void* value, uint32_t hash);
     /// Leaves a gap at `position`; closes gaps when they are most of the table.
     void remove(uint32_t position);
     void freeStorage(ZoAllocatorRef allocator);
@@ -55,5 +57,5 @@ template <typename Visit>
 void zoTableForEach(const ZoOrderedTable& table, Visit visit)
 {
     for (uint32_t i = 0; i < table.used; ++i)
-        if (table.entries[i].isLive) visit(table.entries[i]);
+        if (table.entries[i].isLive()) visit(table.entries[i]);
 }

@@ -8,7 +8,10 @@
 
 #pragma once
 
+#include <cstdlib>
+
 #include "Foundation/ZoAllocator.h"
+#include "Foundation/ZoCounting.h"
 #include "Foundation/ZoObject.h"
 
 enum : ZoTypeID {
@@ -40,17 +43,16 @@ enum : ZoTypeID {
     kZoTypeIDLimit = 65536,
 };
 
-// The header word `info`: 0-7 flags that belong to the type, 8-23 type ID, 24-31 flags of the run-time, 32-63 count.
-// A count of 0 with kZoInfoCounted clear is a constant object; with it set, an object that is being deallocated.
+// More of the header word `info` than ZoCounting.h shows: 0-7 flags that belong to the type, 8-23 type ID, 24-31 flags
+// of the run-time, 32-63 count. A count of 0 with kZoInfoCounted clear is a constant object; with it set, an object
+// that is being deallocated.
 enum : uint64_t {
     kZoInfoTypeShift = 8,
     kZoInfoTypeMask = UINT64_C(0xFFFF) << kZoInfoTypeShift,
-    kZoInfoCounted = UINT64_C(1) << 24,
     kZoInfoDeallocating = UINT64_C(1) << 25,
     kZoInfoWeaklyReferenced = UINT64_C(1) << 26,
+    kZoInfoNeedsNoFinalizer = UINT64_C(1) << 28,
     kZoInfoHasAllocator = UINT64_C(1) << 27,  // a word before the header names the allocator, which is retained
-    kZoInfoCountShift = 32,
-    kZoInfoOneReference = UINT64_C(1) << kZoInfoCountShift,
 };
 static_assert((ZO_CONSTANT_STRING_FLAGS & kZoInfoTypeMask) == kZoTypeIDString << kZoInfoTypeShift);
 
@@ -114,12 +116,17 @@ inline bool zoIsOfType(ZoTypeRef object, ZoTypeID typeID) noexcept
 /// The byte of flags that belongs to the object's type.
 inline uint8_t zoTypeFlags(ZoTypeRef object) noexcept { return static_cast<uint8_t>(zoInfo(object)); }
 
-/// Sets bits of it, once, before another thread knows the object.
-inline void zoSetTypeFlags(ZoTypeRef object, uint8_t flags) noexcept
+inline void zoSetInfo(ZoTypeRef object, uint64_t bits) noexcept
 {
     uint64_t* info = &static_cast<ZoRuntimeBase*>(const_cast<void*>(object))->info;
-    __atomic_store_n(info, __atomic_load_n(info, __ATOMIC_RELAXED) | flags, __ATOMIC_RELAXED);
+    __atomic_store_n(info, __atomic_load_n(info, __ATOMIC_RELAXED) | bits, __ATOMIC_RELAXED);
 }
+
+/// Sets bits of it, once, before another thread knows the object.
+inline void zoSetTypeFlags(ZoTypeRef object, uint8_t flags) noexcept { zoSetInfo(object, flags); }
+
+/// For a type of which only some instances hold anything: this one, for all its life, is no more than its memory.
+inline void zoSetNeedsNoFinalizer(ZoTypeRef object) noexcept { zoSetInfo(object, kZoInfoNeedsNoFinalizer); }
 
 /// The allocators whose memory is malloc(3)'s. They cost an object no storage.
 inline bool zoIsSystemAllocator(ZoAllocatorRef allocator) noexcept
@@ -130,4 +137,21 @@ inline bool zoIsSystemAllocator(ZoAllocatorRef allocator) noexcept
 inline bool zoIsSameAllocator(ZoAllocatorRef a, ZoAllocatorRef b) noexcept
 {
     return a == b || (zoIsSystemAllocator(a) && zoIsSystemAllocator(b));
+}
+
+/// A new object of a built-in type whose fields all follow at once, and `tailBytes` behind it: only the header is set.
+template <typename Instance>
+inline Instance* zoCreateBare(ZoAllocatorRef allocator, ZoTypeID typeID, const ZoRuntimeClass* cls,
+                              ZoIndex tailBytes = 0) noexcept
+{
+    if (!zoIsSystemAllocator(allocator)) {
+        constexpr ZoIndex kExtra = sizeof(Instance) - sizeof(ZoRuntimeBase);
+        return static_cast<Instance*>(
+            const_cast<void*>(_ZoRuntimeCreateInstanceWithTail(allocator, typeID, 0, kExtra + tailBytes)));
+    }
+    auto* instance = static_cast<Instance*>(std::malloc(sizeof(Instance) + static_cast<size_t>(tailBytes)));
+    if (ZO_UNLIKELY(!instance)) return nullptr;
+    instance->base.isa = reinterpret_cast<uintptr_t>(cls);
+    instance->base.info = kZoInfoOneReference | kZoInfoCounted | uint64_t{typeID} << kZoInfoTypeShift;
+    return instance;
 }

@@ -58,7 +58,7 @@ ZoSetRef ZoSetCreate(ZoAllocatorRef allocator, const void** values, ZoIndex coun
         uint32_t hash;
         if (set->table.find(*callBacks, value, &hash) != ZoOrderedTable::kNone) continue;
         complete = zoRetainValue(callBacks, allocator, &value);
-        if (complete) set->table.insert(value, nullptr, hash);
+        if (complete) set->table.insert(*callBacks, value, nullptr, hash);
     }
     if (complete) return set;
     ZoRelease(set);

@@ -113,12 +113,15 @@ static void copyUnits(void* to, bool wide, ZoIndex at, const TextView& from)
     }
 }
 
-static ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoIndex tailBytes, uint8_t flags)
+/// A record without contents, and room behind it that is within the limit of lengths.
+static inline ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoIndex tailBytes, uint8_t flags)
 {
-    constexpr ZoIndex kFields = sizeof(ZoString_) - sizeof(ZoRuntimeBase);
-    auto string = static_cast<ZoMutableStringRef>(
-        const_cast<void*>(_ZoRuntimeCreateInstanceWithTail(allocator, kZoTypeIDString, kFields, tailBytes)));
-    if (string) zoSetTypeFlags(string, flags);
+    auto* string = zoCreateBare<ZoString_>(allocator, kZoTypeIDString, &__ZoStringClass, tailBytes);
+    if (!string) return nullptr;
+    string->base.info |= flags;
+    string->contents = nullptr;
+    string->length = 0;
+    string->hashOrCapacity = 0;
     return string;
 }
 
@@ -214,7 +217,8 @@ bool TextBuffer::reserve(ZoIndex units, bool wide)
     if (failed_) return false;
     if (units > kMaximumLength) return failed_ = true, false;
     wide |= wide_;
-    if (!growTo(static_cast<size_t>(units + 1) << wide)) return false;
+    const ZoIndex held = units < length_ ? length_ : units;  // what is there is widened, also where it is to go
+    if (!growTo(static_cast<size_t>(held + 1) << wide)) return false;
     if (wide && !wide_) {
         auto* bytes = static_cast<uint8_t*>(memory_);
         auto* widened = static_cast<UniChar*>(memory_);

@@ -157,10 +157,10 @@ static bool takeConversion(FormatCursor& cursor, FormatConversion& conversion, A
     return argumentKind(conversion, kind);
 }
 
-struct FormatValue {
-    int64_t integer = 0;
-    long double real = 0;
-    const void* pointer = nullptr;
+union FormatValue {
+    int64_t integer;
+    long double real;
+    const void* pointer;
 };
 
 /// The arguments, in order or by position.
@@ -169,11 +169,11 @@ struct FormatArguments {
     bool positional = false;
     int count = 0;
     ArgumentKind kinds[kPositionLimit] = {};
-    FormatValue values[kPositionLimit];
+    FormatValue values[kPositionLimit];  // by position; otherwise never touched
 
     FormatValue take(ArgumentKind kind)
     {
-        FormatValue value;
+        FormatValue value = {.integer = 0};
         switch (kind) {
             case ArgumentKind::None: break;
             case ArgumentKind::Int: value.integer = va_arg(list, int); break;
@@ -370,8 +370,7 @@ static bool appendConversion(TextBuffer& out, ZoAllocatorRef allocator, Resolved
                              FormatArguments& arguments, int savedErrno)
 {
     if (!resolveAmounts(resolved, arguments)) return false;
-    const FormatValue value =
-        kind == ArgumentKind::None ? FormatValue{} : arguments.get(resolved.conversion.position, kind);
+    const FormatValue value = arguments.get(kind == ArgumentKind::None ? 0 : resolved.conversion.position, kind);
     const bool isWide = resolved.conversion.length[0] == 'l';
     switch (resolved.conversion.letter) {
         case '%': return out.appendASCII("%", 1);
