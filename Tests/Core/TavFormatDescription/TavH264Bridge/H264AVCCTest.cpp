@@ -132,7 +132,7 @@ TEST(H264AVCCWriter, refusesWhatARecordCannotHold)
          {sps, std::string("\x68\0\0\0", 4)},
          4,
          kTavBridgeInvalidSerializedSampleDescriptionErr},
-        {"end of bitstream", {sps, "\x68"}, 4, kTavBridgeInvalidSerializedSampleDescriptionErr},
+        {"end of bitstream", {sps, "\x68\x08"}, 4, kTavBridgeInvalidSerializedSampleDescriptionErr},
         {"no SPS NAL unit found", {pps, pps}},
         {"no PPS NAL unit found", {sps, sps}},
         {"inconsistent chroma_format",
