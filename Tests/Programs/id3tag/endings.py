@@ -1,5 +1,6 @@
 """Every way in which a run ends: what is said, whether the usage text follows, what is delivered. The status is 0."""
 
+import os
 import re
 import resource
 import socket
@@ -55,6 +56,13 @@ class Endings(ToolTest):
         named.symlink_to(TOOL)
         done = subprocess.run([named, "-v"], capture_output=True, text=True)
         self.assertEqual(done.stderr, "other name: Version 1.22.4 (659.18b-240228)\n")
+        nameless = os.path.join(os.fsencode(self.folder), b"\xff")
+        os.symlink(TOOL, nameless)
+        done = subprocess.run([nameless, "-v"], capture_output=True)
+        self.assertEqual(done.returncode, 0)
+        signalled, text = done.stderr.decode().splitlines()
+        self.assertIn("SCCreateExecutableName signalled err=-1", signalled)
+        self.assertEqual(text, "(null): Version 1.22.4 (659.18b-240228)")
 
     def test_unreadable_sources(self):
         out = ("-o", self.tag)
