@@ -2,7 +2,7 @@
 # Installs what is missing, builds the release preset and runs id3tag with the given arguments, in the caller's folder.
 # Silent but for the tool's own text when nothing is to be done.
 set -eu
-. "$(dirname -- "${BASH_SOURCE[0]}")/Scripts/setup.sh"
+. "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/Scripts/setup.sh"
 
 tool=$luvia_root/build/release/Tools/id3tag/id3tag
 luvia_install build

@@ -2,6 +2,7 @@
 // byte that was asked for is counted.
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 

@@ -56,7 +56,7 @@ static ZoStringRef createString(ZoAllocatorRef allocator, std::string_view text)
 ZoRef<ZoURLRef> zoURLFromText(ZoAllocatorRef allocator, std::string_view text, ZoURLRef base)
 {
     UrlParts parts;
-    if ((text.empty() && !base) || !urlSplit(text, parts)) return nullptr;
+    if (!urlSplit(text, parts)) return nullptr;
     ZoRef<ZoURLRef> ownBase;
     if (base && !parts.hasScheme) {
         ownBase.reset(ZoURLCopyAbsoluteURL(base));
@@ -79,7 +79,7 @@ ZoURLRef ZoURLCreateWithString(ZoAllocatorRef allocator, ZoStringRef string, ZoU
 {
     std::string text;
     if (!ZO_EXPECT(!baseURL || isURL(baseURL), "the base is not a URL")) return nullptr;
-    if (!zoAppendBytes(string, kZoStringEncodingASCII, text)) return nullptr;
+    if (!zoAppendBytes(string, kZoStringEncodingASCII, text) || (text.empty() && !baseURL)) return nullptr;
     return zoURLFromText(allocator, text, baseURL).release();
 }
 
@@ -107,4 +107,8 @@ ZoStringRef ZoURLCopyPath(ZoURLRef url)
     return createString(ZoGetAllocator(url), url->parts.path);
 }
 
-Boolean ZoURLCanBeDecomposed(ZoURLRef url) { return ZO_EXPECT(isURL(url), "not a URL") && !url->parts.isOpaque(); }
+Boolean ZoURLCanBeDecomposed(ZoURLRef url)
+{
+    if (!ZO_EXPECT(isURL(url), "not a URL")) return false;
+    return !url->parts.isOpaque() && (!url->base || !url->base->parts.isOpaque());
+}

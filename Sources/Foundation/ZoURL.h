@@ -65,12 +65,14 @@ ZoStringRef ZoURLCopyPathExtension(ZoURLRef url);
 /// The path for the file system, relative if the URL is. Nothing for a scheme other than "file", a host other than
 /// "localhost", and bytes that are not UTF-8.
 ZoStringRef ZoURLCopyFileSystemPath(ZoURLRef url, ZoURLPathStyle style);
-/// The same as bytes with a NUL behind them, from the root if `resolveAgainstBase`. False if they do not fit.
+/// The same as bytes with a NUL behind them, from the root if `resolveAgainstBase`. False if they do not fit,
+/// or without a URL.
 Boolean ZoURLGetFileSystemRepresentation(ZoURLRef url, Boolean resolveAgainstBase, uint8_t* buffer,
                                          ZoIndex maxBufferLength);
 /// The path, or where it is empty the base's, ends in "/", "/." or "/..".
 Boolean ZoURLHasDirectoryPath(ZoURLRef url);
-/// False for a URL with a scheme and a path that does not begin with "/" ("mailto:a@b"): it has no components.
+/// False for a URL with a scheme and a path that does not begin with "/" ("mailto:a@b"), and for what is relative
+/// to one: it has no components.
 Boolean ZoURLCanBeDecomposed(ZoURLRef url);
 
 ZO_EXTERN_C_END

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "Foundation/ZoAssert.h"
 #include "Foundation/ZoStringBytes.h"
 #include "Foundation/ZoURL.h"
 #include "Foundation/ZoURLSyntax.h"
@@ -114,7 +113,7 @@ ZoStringRef ZoURLCreateStringByAddingPercentEscapes(ZoAllocatorRef allocator, Zo
                                                     ZoStringRef legalURLCharactersToBeEscaped,
                                                     ZoStringEncoding encoding)
 {
-    if (!ZO_EXPECT(originalString, "no string")) return nullptr;
+    if (!originalString) return nullptr;
     const Units units(originalString);
     const CharacterSet leave(charactersToLeaveUnescaped), force(legalURLCharactersToBeEscaped);
     const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
@@ -145,7 +144,7 @@ ZoStringRef ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(ZoAllocatorR
                                                                     ZoStringRef charactersToLeaveEscaped,
                                                                     ZoStringEncoding encoding)
 {
-    if (!ZO_EXPECT(originalString, "no string")) return nullptr;
+    if (!originalString) return nullptr;
     if (!charactersToLeaveEscaped) return ZoStringCreateCopy(allocator, originalString);
     const Units units(originalString);
     const CharacterSet leave(charactersToLeaveEscaped);

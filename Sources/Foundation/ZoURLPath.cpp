@@ -90,6 +90,7 @@ Boolean ZoURLGetFileSystemRepresentation(ZoURLRef url, Boolean resolveAgainstBas
 {
     if (!buffer || maxBufferLength <= 0) return false;
     buffer[0] = '\0';
+    if (!url) return false;
     const auto whole = resolveAgainstBase ? zoAdopt(ZoURLCopyAbsoluteURL(url)) : zoURLWithOwnPath(url);
     if (!whole) return false;
     const std::string path = fileSystemPath(whole.get());

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 
 #include <array>
+#include <vector>
 
 namespace {
 
@@ -143,6 +144,28 @@ std::string removeDotSegments(std::string_view in)
     return out;
 }
 
+/// The same for a path that stays relative, since its base has no scheme, which RFC 3986 leaves out: ".." that lead
+/// further up are kept.
+std::string removeInnerDotSegments(std::string_view path)
+{
+    std::vector<std::string_view> segments;
+    bool isFolder = false;
+    for (size_t start = 0; start <= path.size();) {
+        const size_t end = std::min(path.find('/', start), path.size());
+        const std::string_view segment = path.substr(start, end - start);
+        start = end + 1;
+        isFolder = segment.empty() || segment == "." || segment == "..";
+        if (segment == ".." && !segments.empty() && segments.back() != "..")
+            segments.pop_back();
+        else if (segment != "." && (!segment.empty() || start <= path.size()))
+            segments.push_back(segment);
+    }
+    std::string out;
+    for (std::string_view segment : segments) (out += segment) += '/';
+    if (!isFolder && !out.empty()) out.pop_back();
+    return out.empty() ? "./" : out.front() == '/' ? "./" + out : out;
+}
+
 // RFC 3986 5.2.3
 std::string mergePaths(const UrlParts& base, std::string_view path)
 {
@@ -226,7 +249,8 @@ std::string urlResolve(const UrlParts& base, const UrlParts& reference)
         } else if (reference.path.front() == '/') {
             path = removeDotSegments(reference.path);
         } else {
-            path = removeDotSegments(mergePaths(base, reference.path));
+            path = mergePaths(base, reference.path);
+            path = base.hasScheme || path.starts_with('/') ? removeDotSegments(path) : removeInnerDotSegments(path);
         }
     }
     if (!reference.hasScheme) {

@@ -9,6 +9,7 @@
 #include "Foundation/ZoNumber.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
+#include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"
 
 ZO_DEFINE_STRING(kTavAssetAnalysisKey_AnalysisType, "AnalysisType");
@@ -27,6 +28,8 @@ struct TavAssetAnalysisReporter {
     ZoRuntimeBase base;
     ZoMutableArrayRef messages;  ///< of dictionaries
 };
+
+static TavTraceNote gAssetAnalysisNoteControl;
 
 // MARK: the class
 
@@ -65,8 +68,10 @@ ZoTypeID TavAssetAnalysisReporterGetTypeID(void)
 {
     static ZoTypeID sTypeID;
     static dispatch_once_t sOnce;
-    dispatch_once_f(&sOnce, &sTypeID,
-                    [](void* typeID) { *static_cast<ZoTypeID*>(typeID) = _ZoRuntimeRegisterClass(&sReporterClass); });
+    dispatch_once_f(&sOnce, &sTypeID, [](void* typeID) {
+        tavTraceNoteRegister(&gAssetAnalysisNoteControl, "assetanalysis_trace", 0);
+        *static_cast<ZoTypeID*>(typeID) = _ZoRuntimeRegisterClass(&sReporterClass);
+    });
     return sTypeID;
 }
 

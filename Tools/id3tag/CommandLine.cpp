@@ -99,6 +99,8 @@ static const option long_options[] = {
 namespace {
 
 constexpr off_t kSourceSizeLimit = 0x10000000;
+// Room behind a payload, so that the tag, which has headers around it, can take over its memory.
+constexpr size_t kFramingRoom = 64 << 10;
 
 using Payload = Malloced<uint8_t>;
 
@@ -183,7 +185,7 @@ const Modifier kModifiers[] = {
      [](const char* value) { return strchr(value, '/') != nullptr; }, "Invalid mime type (%s)\n", nullptr, 0, 0},
 };
 
-Payload allocate(size_t size) { return Payload(static_cast<uint8_t*>(malloc(size ? size : 1))); }
+Payload allocate(size_t size) { return Payload(static_cast<uint8_t*>(mallocLarge(size))); }
 
 void complain(const char* text) { fputs(text, stderr); }
 
@@ -369,7 +371,7 @@ bool Reader::readFile(const FrameOption& option, const char* path)
         return false;
     }
     const auto size = static_cast<size_t>(status.st_size);
-    frame_.payload = allocate(size);
+    frame_.payload = allocate(size + kFramingRoom);
     if (!frame_.payload) {
         complain(option.kind == OpenKind::Picture ? "Memory Allocation failure\n" : "Memory Allocation failure");
         return false;

@@ -212,7 +212,7 @@ OSStatus ID3AddFrame(ID3TagRef tag, uint32_t frameCode, const char* subtype, con
         OutputMessage(0, "ID3AddFrame - Invalid frame size");
         return kID3Err_Failure;
     }
-    OwnedFrame frame(static_cast<ID3Frame*>(malloc(sizeof(ID3Frame) + *size)));
+    OwnedFrame frame(static_cast<ID3Frame*>(mallocLarge(sizeof(ID3Frame) + *size)));
     if (!frame) {
         OutputMessage(0, "ID3AddFrame - Memory allocation failed");
         return kID3Err_Failure;
@@ -228,7 +228,7 @@ OSStatus ID3AddFrame(ID3TagRef tag, uint32_t frameCode, const char* subtype, con
 OSStatus ID3GenerateTag(ID3TagRef tag, uint8_t** bytesOut, uint64_t* lengthOut)
 {
     *lengthOut = 0;
-    *bytesOut = static_cast<uint8_t*>(malloc(tag->totalSize));
+    *bytesOut = static_cast<uint8_t*>(mallocLarge(tag->totalSize));
     if (!*bytesOut) {
         OutputMessage(0, "ID3GenerateTag - Memory allocation failed");
         return -1;

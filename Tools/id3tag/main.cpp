@@ -1,12 +1,14 @@
 // id3tag: makes an ID3v2.4 tag from the frames on the command line and delivers it to a file, to a segmenter, or both.
 // Whatever happens, the exit status is 0; only a version text that cannot be made ends with its own status.
 
-#include <bsd/stdlib.h>
 #include <stdio.h>
-#include <stdlib.h>
 
 #include <memory>
 
+#include "CommonSegmenter/SegmenterCommon.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Utilities/TavZoUtilities_Text.h"
 #include "id3tag/CommandLine.h"
 #include "id3tag/ID3Output.h"
 #include "id3tag/Malloced.h"
@@ -40,8 +42,14 @@ void deliver(ID3TagRef tag, const Destination& destination)
 
 int main(int argc, char* argv[])
 {
-    char versionText[300];
-    snprintf(versionText, sizeof versionText, "%s: Version 1.22.4 (659.18b-240228)", getprogname());
+    prepareLargeBlocks();
+    ZoRef<ZoStringRef> version;
+    const OSStatus status = SCCreateFormattedVersionStringWithExecutableName(version.outParam());
+    if (status != 0) return status;
+    char* bufferToFree = nullptr;
+    const char* const versionText =
+        TavZoStringGetCStringPtrAndBufferToFree(version.get(), kZoStringEncodingUTF8, &bufferToFree);
+    const Malloced<char> versionTextOwner(bufferToFree);
 
     const std::unique_ptr<ID3Tag, TagDestroyed> tag(ID3CreateTag());
     if (!tag) return 0;

@@ -37,6 +37,22 @@ static void runOnceStep()
 
 static TavThreadOnce sRegistryOnce = TAV_THREAD_ONCE_INIT;
 
+// Nothing, or what keeps the type from being entered.
+static const char* enter(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID)
+{
+    const std::lock_guard<std::mutex> lock(sRegistrationMutex);
+    ZoDictionaryRef registry = sTavAttachmentBearerCallbacksPerTypeID.load(std::memory_order_acquire);
+    if (!registry) return "Expected to be called with sTavAttachmentBearerCallbacksPerTypeID created";
+    if (ZoDictionaryContainsKey(registry, keyOf(typeID))) return "typeID already registered";
+    ZoMutableDictionaryRef successor = ZoDictionaryCreateMutableCopy(kZoAllocatorDefault, 0, registry);
+    if (!successor) return "ZoDictionaryCreateMutable failed";
+    ZoDictionarySetValue(successor, keyOf(typeID), callbacks);
+    sTavAttachmentBearerCallbacksPerTypeID.store(successor, std::memory_order_release);
+    ZoArrayAppendValue(sSupersededRegistries, registry);
+    ZoRelease(registry);
+    return nullptr;
+}
+
 OSStatus TavRuntimeRegisterAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID)
 {
     if (!callbacks || callbacks->version != 0) {
@@ -46,20 +62,8 @@ OSStatus TavRuntimeRegisterAttachmentBearerWithTypeID(const TavAttachmentBearerC
         !callbacks->removeAllAttachments || !callbacks->copyDictionaryOfAttachments) {
         return TAV_SIGNAL_NAMED(0, "0", "missing callback");
     }
-    const std::lock_guard<std::mutex> lock(sRegistrationMutex);
-    ZoDictionaryRef registry = sTavAttachmentBearerCallbacksPerTypeID.load(std::memory_order_acquire);
-    if (!registry) {
-        return TAV_SIGNAL_NAMED(0, "0", "Expected to be called with sTavAttachmentBearerCallbacksPerTypeID created");
-    }
-    if (ZoDictionaryContainsKey(registry, keyOf(typeID))) {
-        return TAV_SIGNAL_NAMED(0, "0", "typeID already registered");
-    }
-    ZoMutableDictionaryRef successor = ZoDictionaryCreateMutableCopy(kZoAllocatorDefault, 0, registry);
-    if (!successor) return TAV_SIGNAL_NAMED(0, "0", "ZoDictionaryCreateMutable failed");
-    ZoDictionarySetValue(successor, keyOf(typeID), callbacks);
-    sTavAttachmentBearerCallbacksPerTypeID.store(successor, std::memory_order_release);
-    ZoArrayAppendValue(sSupersededRegistries, registry);
-    ZoRelease(registry);
+    // Signalled without the lock: the log may make block buffers, whose type registers then.
+    if (const char* refusal = enter(callbacks, typeID)) return TAV_SIGNAL_NAMED(0, "0", refusal);
     return 0;
 }
 
@@ -69,6 +73,12 @@ const TavAttachmentBearerCallbacks* TavRuntimeGetAttachmentBearerCallbacksWithTy
     ZoDictionaryRef registry = sTavAttachmentBearerCallbacksPerTypeID.load(std::memory_order_acquire);
     if (!registry) return nullptr;
     return static_cast<const TavAttachmentBearerCallbacks*>(ZoDictionaryGetValue(registry, keyOf(typeID)));
+}
+
+void TavRuntimeEnsureAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID)
+{
+    if (TavRuntimeGetAttachmentBearerCallbacksWithTypeID(typeID) == callbacks) return;
+    TavRuntimeRegisterAttachmentBearerWithTypeID(callbacks, typeID);
 }
 
 void TavRuntimeUnregisterAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks*, ZoTypeID)

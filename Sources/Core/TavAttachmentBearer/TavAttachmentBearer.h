@@ -21,6 +21,9 @@ typedef struct TavAttachmentBearerCallbacks {
 /// Always 0. What is wrong is signalled and not entered: an unknown version, a missing callback, a type that is entered
 /// already (the first table stays), and a registry that no operation has been used on yet.
 OSStatus TavRuntimeRegisterAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID);
+/// For a type that makes itself a bearer: makes the registry first if it is not there, and signals nothing if this very
+/// table is entered already.
+void TavRuntimeEnsureAttachmentBearerWithTypeID(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID typeID);
 /// Nothing for a type that is no bearer. Makes the registry first if it is not there.
 const TavAttachmentBearerCallbacks* TavRuntimeGetAttachmentBearerCallbacksWithTypeID(ZoTypeID typeID);
 /// Only signals: a bearer stays one.

@@ -18,7 +18,7 @@ OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t o
                                                LuBlockBufferRef* returnedOriginBBuf,
                                                size_t* returnedOffsetWithinOriginBBuf);
 
-/// Makes block buffers attachment bearers. Runs by itself when the class is registered; a second time it signals.
+/// Makes block buffers attachment bearers; done by itself before there is one.
 void TavAttachmentsRegisterBlockBuffer(void);
 
 ZO_EXTERN_C_END

@@ -68,7 +68,5 @@ static const TavAttachmentBearerCallbacks sTavBlockBufferAttachmentBearerCallbac
 
 void TavAttachmentsRegisterBlockBuffer(void)
 {
-    const ZoTypeID typeID = LuBlockBufferGetTypeID();
-    if (TavRuntimeGetAttachmentBearerCallbacksWithTypeID(typeID) == &sTavBlockBufferAttachmentBearerCallbacks) return;
-    TavRuntimeRegisterAttachmentBearerWithTypeID(&sTavBlockBufferAttachmentBearerCallbacks, typeID);
+    TavRuntimeEnsureAttachmentBearerWithTypeID(&sTavBlockBufferAttachmentBearerCallbacks, LuBlockBufferGetTypeID());
 }

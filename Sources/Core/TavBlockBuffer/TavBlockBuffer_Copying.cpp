@@ -6,6 +6,47 @@
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/ZoRef.h"
 
+namespace {
+struct RangeMessages {
+    const char* empty;
+    const char* offset;
+    const char* length;
+    const char* wrapped;
+};
+}  // namespace
+
+static constexpr RangeMessages kSourceMessages = {
+    "source buffer is empty",
+    "offsetIntoSource exceeds source buffer length",
+    "(offsetIntoSource + dataLength) exceeds source buffer length",
+    "(offsetIntoSource + dataLength) wrapped",
+};
+static constexpr RangeMessages kDestinationMessages = {
+    "destination buffer is empty",
+    "offset exceeds destination buffer length",
+    "(offset + dataLength) exceeds destination buffer length",
+    "(offset + dataLength) exceeds destination buffer length",
+};
+static constexpr RangeMessages kContiguousMessages = {
+    "source buffer is empty",
+    "offset exceeds source buffer length",
+    "(offset + dataLength) exceeds source buffer length",
+    "(offset + dataLength) exceeds source buffer length",
+};
+
+static OSStatus checkRange(LuBlockBufferRef buffer, size_t offset, size_t length, const RangeMessages& messages)
+{
+    if (LuBlockBufferIsEmpty(buffer)) return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, messages.empty);
+    const size_t total = LuBlockBufferGetDataLength(buffer);
+    if (offset >= total) return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, messages.offset);
+    size_t end = 0;
+    if (__builtin_add_overflow(offset, length, &end)) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, messages.wrapped);
+    }
+    if (end > total) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, messages.length);
+    return 0;
+}
+
 OSStatus LuBlockBufferCopyDataBytes(LuBlockBufferRef theSourceBuffer, size_t offsetToData, size_t dataLength,
                                     void* destination)
 {
@@ -13,39 +54,8 @@ OSStatus LuBlockBufferCopyDataBytes(LuBlockBufferRef theSourceBuffer, size_t off
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
     }
     if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
-    if (LuBlockBufferIsEmpty(theSourceBuffer)) {
-        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "source buffer is empty");
-    }
-    const size_t total = LuBlockBufferGetDataLength(theSourceBuffer);
-    if (offsetToData >= total) {
-        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offsetIntoSource exceeds source buffer length");
-    }
-    size_t end = 0;
-    const bool wrapped = __builtin_add_overflow(offsetToData, dataLength, &end);
-    if (end > total) {
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr,
-                          "(offsetIntoSource + dataLength) exceeds source buffer length");
-    }
-    if (wrapped) {
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "(offsetIntoSource + dataLength) wrapped");
-    }
+    TAV_TRY(checkRange(theSourceBuffer, offsetToData, dataLength, kSourceMessages));
     return TavBlockBufferCursor(theSourceBuffer, offsetToData).read(destination, dataLength);
-}
-
-static OSStatus checkDestination(LuBlockBufferRef buffer, size_t offset, size_t length)
-{
-    if (LuBlockBufferIsEmpty(buffer)) {
-        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "destination buffer is empty");
-    }
-    const size_t total = LuBlockBufferGetDataLength(buffer);
-    if (offset >= total) {
-        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offset exceeds destination buffer length");
-    }
-    if (length > total - offset) {
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr,
-                          "(offset + dataLength) exceeds destination buffer length");
-    }
-    return 0;
 }
 
 // Hands each run of the range to `write`, which is told where in the range it lies. Allocates what has no memory yet.
@@ -77,7 +87,7 @@ OSStatus LuBlockBufferReplaceDataBytes(const void* sourceBytes, LuBlockBufferRef
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
     }
     if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
-    TAV_TRY(checkDestination(destinationBuffer, offsetIntoDestination, dataLength));
+    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages));
     const char* from = static_cast<const char*>(sourceBytes);
     // The source may be bytes of this very buffer.
     return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
@@ -91,7 +101,7 @@ OSStatus LuBlockBufferFillDataBytes(char fillByte, LuBlockBufferRef destinationB
     if (dataLength > static_cast<size_t>(INTPTR_MAX)) {
         return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be >= 0");
     }
-    TAV_TRY(checkDestination(destinationBuffer, offsetIntoDestination, dataLength));
+    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages));
     if (dataLength == 0) dataLength = LuBlockBufferGetDataLength(destinationBuffer) - offsetIntoDestination;
     return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
                      [fillByte](char* run, size_t, size_t length) { std::memset(run, fillByte, length); });
@@ -106,17 +116,8 @@ OSStatus LuBlockBufferCreateContiguous(ZoAllocatorRef structureAllocator, LuBloc
     if (!sourceBuffer || !newBBufOut) {
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or newBBufOut");
     }
-    if (LuBlockBufferIsEmpty(sourceBuffer)) {
-        return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, "source buffer is empty");
-    }
-    const size_t total = LuBlockBufferGetDataLength(sourceBuffer);
-    if (offsetToData >= total) {
-        return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, "offset exceeds source buffer length");
-    }
-    if (dataLength > total - offsetToData) {
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "(offset + dataLength) exceeds source buffer length");
-    }
-    if (dataLength == 0) dataLength = total - offsetToData;
+    TAV_TRY(checkRange(sourceBuffer, offsetToData, dataLength, kContiguousMessages));
+    if (dataLength == 0) dataLength = LuBlockBufferGetDataLength(sourceBuffer) - offsetToData;
 
     if (!(flags & kLuBlockBufferAlwaysCopyDataFlag) &&
         LuBlockBufferIsRangeContiguous(sourceBuffer, offsetToData, dataLength)) {

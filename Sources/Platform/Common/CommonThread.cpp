@@ -1,19 +1,17 @@
+#define TAV_SUBSYSTEM "<< TavCommonThread >>"
+
 #include <cinttypes>
+#include <cstdarg>
 
 #include "Platform/Common/CommonThreadPrivate.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
+#include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraStrings.h"
 #include "Platform/Ostra/OstraSynchronization.h"
-#define TAV_SUBSYSTEM "<< TavCommonThread >>"
-#include "Platform/Common/TavSignal.h"
 
 static TavTraceNote sTrace;
-#define ABORT_TRACE(...)                                             \
-    do {                                                             \
-        if (tavTraceIsOn(&sTrace)) tav_log(2, 1, 0, 0, __VA_ARGS__); \
-    } while (0)
 
 using AbortEntry = TavThreadAbortEntry_;
 using AbortList = TavThreadAbortList;
@@ -40,6 +38,17 @@ static const char kTavThreadDispatchQueueAbortabilityKey = 0;
 
 /// The action of a teardown marker; it is told by its address.
 static void kSpecialAction_ThreadWasAbortedForTeardown(void*) {}
+
+static void abortTrace(const char* format, ...) ZO_PRINTF(1, 2);
+static void abortTrace(const char* format, ...)
+{
+    if (!tavTraceIsOn(&sTrace)) return;
+    va_list arguments;
+    va_start(arguments, format);
+    tav_log_with_return_address_v(0, kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, __builtin_return_address(0),
+                                  format, arguments);
+    va_end(arguments);
+}
 
 static bool abortEntryIsMarker(const AbortEntry& entry)
 {
@@ -94,11 +103,11 @@ static OSStatus abortListCheckRegistration(TavThreadID thread, uint64_t queueID,
         if (entry->action == action && entry->refcon == refcon) return kTavThreadAbortActionAlreadyRegisteredErr;
         if (!abortEntryIsMarker(*entry)) continue;
         if (entry->queueID)
-            ABORT_TRACE("### Entry %p Queue %" PRId64 " (%s) already aborted for teardown",
-                        static_cast<const void*>(entry), static_cast<int64_t>(entry->queueID), entry->queueLabel);
+            abortTrace("### Entry %p Queue %" PRId64 " (%s) already aborted for teardown",
+                       static_cast<const void*>(entry), static_cast<int64_t>(entry->queueID), entry->queueLabel);
         else
-            ABORT_TRACE("### Entry %p Thread %p already aborted for teardown", static_cast<const void*>(entry),
-                        reinterpret_cast<void*>(thread));
+            abortTrace("### Entry %p Thread %p already aborted for teardown", static_cast<const void*>(entry),
+                       reinterpret_cast<void*>(thread));
         return TAV_SIGNAL(kTavThreadAlreadyAborted, "Thread or queue already aborted for teardown");
     }
     return 0;
@@ -123,9 +132,9 @@ OSStatus TavThreadRegisterAbortAction(TavThreadAbortAction action, void* refcon,
         if (!*outToken) status = TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
     }
     if (status == 0)
-        ABORT_TRACE("New Entry %p for thread %p queueID %" PRId64 " (%s) action %p refcon %p",
-                    static_cast<const void*>(*outToken), reinterpret_cast<void*>(thread), static_cast<int64_t>(queueID),
-                    (*outToken)->queueLabel, reinterpret_cast<void*>(action), refcon);
+        abortTrace("New Entry %p for thread %p queueID %" PRId64 " (%s) action %p refcon %p",
+                   static_cast<const void*>(*outToken), reinterpret_cast<void*>(thread), static_cast<int64_t>(queueID),
+                   (*outToken)->queueLabel, reinterpret_cast<void*>(action), refcon);
     TavThreadUnlockAbortList();
     if (status == kTavThreadAlreadyAborted && action) action(refcon);
     return status;
@@ -138,7 +147,7 @@ OSStatus TavThreadUnregisterAbortAction(TavThreadAbortActionToken token)
     if (!gAbortingNow) {
         gAbortActionList.remove([token](const AbortEntry& entry) {
             if (&entry != token) return false;
-            ABORT_TRACE("Unregistered entry %p removed and freed", static_cast<const void*>(token));
+            abortTrace("Unregistered entry %p removed and freed", static_cast<const void*>(token));
             return true;
         });
     } else {
@@ -147,7 +156,7 @@ OSStatus TavThreadUnregisterAbortAction(TavThreadAbortActionToken token)
         if (entry) {
             entry->action = nullptr;
             entry->refcon = nullptr;
-            ABORT_TRACE("Unregistered entry %p NULLified", static_cast<const void*>(token));
+            abortTrace("Unregistered entry %p NULLified", static_cast<const void*>(token));
         }
     }
     return TavThreadUnlockAbortList();
@@ -173,11 +182,11 @@ static OSStatus abortAppendMarker(const AbortTarget& target)
                                                kSpecialAction_ThreadWasAbortedForTeardown, nullptr);
     if (!marker) return TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
     if (target.queueID)
-        ABORT_TRACE("Registered tearDown abort action entry %p for queueID %" PRId64 " (%s)",
-                    static_cast<const void*>(marker), static_cast<int64_t>(target.queueID), marker->queueLabel);
+        abortTrace("Registered tearDown abort action entry %p for queueID %" PRId64 " (%s)",
+                   static_cast<const void*>(marker), static_cast<int64_t>(target.queueID), marker->queueLabel);
     else
-        ABORT_TRACE("Registered tearDown abort action entry %p for thread %p", static_cast<const void*>(marker),
-                    reinterpret_cast<void*>(target.thread));
+        abortTrace("Registered tearDown abort action entry %p for thread %p", static_cast<const void*>(marker),
+                   reinterpret_cast<void*>(target.thread));
     return 0;
 }
 
@@ -186,7 +195,7 @@ static void abortSweep(bool withStrayMarkers)
     gAbortActionList.remove([withStrayMarkers](const AbortEntry& entry) {
         const bool stray = abortEntryIsMarker(entry) && entry.queueID == 0 && !TavThreadIsValid(entry.thread);
         if (entry.action && !(withStrayMarkers && stray)) return false;
-        ABORT_TRACE("Removed entry %p", static_cast<const void*>(&entry));
+        abortTrace("Removed entry %p", static_cast<const void*>(&entry));
         return true;
     });
 }
@@ -230,8 +239,8 @@ void TavThreadRemoveFromAbortListAndCleanup(TavThreadID thread)
     gAbortActionList.remove([thread](const AbortEntry& entry) {
         const bool stray = entry.queueID == 0 && !TavThreadIsValid(entry.thread);
         if (!abortEntryIsMarker(entry) || (entry.thread != thread && !stray)) return false;
-        ABORT_TRACE("Removed entry %p associated with thread %p", static_cast<const void*>(&entry),
-                    reinterpret_cast<void*>(thread));
+        abortTrace("Removed entry %p associated with thread %p", static_cast<const void*>(&entry),
+                   reinterpret_cast<void*>(thread));
         return true;
     });
 }
@@ -243,8 +252,8 @@ static void abortForgetQueue(void* value)
     if (queueID == 0 || TavThreadLockAbortList() != 0) return;
     gAbortActionList.remove([queueID](const AbortEntry& entry) {
         if (!abortEntryIsMarker(entry) || entry.queueID != queueID) return false;
-        ABORT_TRACE("Removed entry %p associated with queueID %" PRId64 " (%s)", static_cast<const void*>(&entry),
-                    static_cast<int64_t>(queueID), entry.queueLabel);
+        abortTrace("Removed entry %p associated with queueID %" PRId64 " (%s)", static_cast<const void*>(&entry),
+                   static_cast<int64_t>(queueID), entry.queueLabel);
         return true;
     });
     TavThreadUnlockAbortList();
@@ -260,7 +269,7 @@ OSStatus TavThreadMakeDispatchQueueAbortable(dispatch_queue_t queue)
     const int64_t queueID = TavAtomicIncrement64(&gNextAbortableQueueID);
     dispatch_queue_set_specific(queue, &kTavThreadDispatchQueueAbortabilityKey, reinterpret_cast<void*>(queueID),
                                 abortForgetQueue);
-    ABORT_TRACE("Queue %p (%s) -> queueID %" PRId64, static_cast<void*>(queue), dispatch_queue_get_label(queue),
-                queueID);
+    abortTrace("Queue %p (%s) -> queueID %" PRId64, static_cast<void*>(queue), dispatch_queue_get_label(queue),
+               queueID);
     return 0;
 }

@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "Platform/Common/TavLog.h"
-#include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraSynchronization.h"
 

@@ -30,7 +30,7 @@ OSStatus TavConditionVariableDestroy(TavConditionVariableRef condition)
     if (!condition) return 0;
     const int err = pthread_cond_destroy(&condition->posix);
     if (err) {
-        tav_log(2, 1, 0, 0,
+        tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0,
                 "/workspace/tav/Sources/Platform/Ostra/OstraSynchronization %s: pthread_cond_destroy ERROR %d mutex "
                 "%p; just leaking it",
                 __func__, err, static_cast<void*>(condition));

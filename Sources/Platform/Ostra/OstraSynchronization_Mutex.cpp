@@ -19,7 +19,7 @@ OSStatus TavSimpleMutexDestroy(TavSimpleMutexRef mutex)
     if (!mutex) return 0;
     const int err = pthread_mutex_destroy(&mutex->posix);
     if (err) {
-        tav_log(2, 1, 0, 0,
+        tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0,
                 "/workspace/tav/Sources/Platform/Ostra/OstraSynchronization %s: pthread_mutex_destroy ERROR %d mutex "
                 "%p; just leaking it",
                 __func__, err, static_cast<void*>(mutex));

@@ -1,3 +1,5 @@
+#define TAV_SUBSYSTEM "<<<< TAVOSTRATHREAD >>>>"
+
 #include "Platform/Ostra/OstraThread.h"
 
 #include <errno.h>
@@ -11,10 +13,9 @@
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 #include "Platform/Common/CommonThread.h"
-#include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
-#define TAV_SUBSYSTEM "<<<< TAVOSTRATHREAD >>>>"
 #include "Platform/Common/TavSignal.h"
+#include "Platform/Ostra/OstraDebug.h"
 
 ZO_DEFINE_STRING(kTavThreadCreateKey_StackSize, "com.orvane.tav.ThreadCreateKey_StackSize");
 ZO_DEFINE_STRING(kTavThreadCreateKey_Identifier, "com.orvane.tav.ThreadCreateKey_Identifier");
@@ -102,7 +103,7 @@ static void* threadMain(void* argument)
 
 static OSStatus threadSignalAttributeFailure(int err)
 {
-    return TAV_SIGNAL_NAMED(err, "err", "pthread_attr call failed");
+    return TavSignalErrorAt(err, "err", "pthread_attr call failed", TAV_SUBSYSTEM, __func__, __FILE__, __LINE__, 0);
 }
 
 static OSStatus threadSetPriorityAttribute(pthread_attr_t* attributes, TavThreadPriority priority)

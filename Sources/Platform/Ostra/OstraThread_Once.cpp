@@ -1,11 +1,12 @@
 // Apart from the threads themselves: what only needs a guard or a key carries no thread, queue or list.
 
+#define TAV_SUBSYSTEM "<<<< TAVOSTRATHREAD >>>>"
+
 #include <errno.h>
 #include <unistd.h>
 
-#include "Platform/Ostra/OstraThread.h"
-#define TAV_SUBSYSTEM "<<<< TAVOSTRATHREAD >>>>"
 #include "Platform/Common/TavSignal.h"
+#include "Platform/Ostra/OstraThread.h"
 
 OSStatus TavThreadRunOnce(TavThreadOnce* once, void (*function)(void)) { return pthread_once(once, function); }
 

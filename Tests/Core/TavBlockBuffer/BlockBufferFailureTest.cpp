@@ -10,7 +10,8 @@
 #include "Foundation/ZoData.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
-#include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
+#include "Tests/Core/TavBlockBuffer/BlockSource.h"
+#include "Tests/Support/FailingAllocator.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 using namespace luvia_test;
@@ -28,9 +29,9 @@ static std::string dumpOf(LuBlockBufferRef buffer)
 }
 
 // Builds a buffer by everything that allocates; false at the first failure.
-static bool build(CountingAllocator& memory, LuBlockBufferRef buffer, LuBlockBufferRef references)
+static bool build(FailingAllocator& memory, LuBlockBufferRef buffer, LuBlockBufferRef references)
 {
-    const LuBlockBufferCustomBlockSource source = memory.source();
+    const LuBlockBufferCustomBlockSource source = sourceFrom(memory.get());
     const auto holds = [&](const std::function<OSStatus()>& append) {
         const std::string before = dumpOf(buffer);
         const OSStatus status = append();
@@ -43,7 +44,7 @@ static bool build(CountingAllocator& memory, LuBlockBufferRef buffer, LuBlockBuf
     };
     const auto now = kLuBlockBufferAssureMemoryNowFlag;
     return holds(
-               [&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 5, memory.ref(), nullptr, 0, 5, now); }) &&
+               [&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 5, memory.get(), nullptr, 0, 5, now); }) &&
            holds([&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 6, nullptr, &source, 0, 6, now); }) &&
            holds([&] { return LuBlockBufferAppendBufferReference(buffer, references, 0, 0, 0); }) &&
            holds([&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 7, nullptr, &source, 0, 7, 0); }) &&
@@ -53,18 +54,18 @@ static bool build(CountingAllocator& memory, LuBlockBufferRef buffer, LuBlockBuf
 }
 
 // What is made of a buffer: each gives an object or none.
-static bool derive(CountingAllocator& memory, LuBlockBufferRef buffer)
+static bool derive(FailingAllocator& memory, LuBlockBufferRef buffer)
 {
-    const LuBlockBufferCustomBlockSource source = memory.source();
+    const LuBlockBufferCustomBlockSource source = sourceFrom(memory.get());
     Buffer contiguous, copy, fromData, fromString, custom;
     ZoRef<ZoDataRef> data;
-    return LuBlockBufferCreateContiguous(memory.ref(), buffer, memory.ref(), nullptr, 0, 0, 0, contiguous.outParam()) ==
+    return LuBlockBufferCreateContiguous(memory.get(), buffer, memory.get(), nullptr, 0, 0, 0, contiguous.outParam()) ==
                0 &&
-           TavCreateBlockBufferCopyingMemoryBlock(memory.ref(), "bytes", 5, copy.outParam()) == 0 &&
-           TavCreateZoDataWithBlockBufferNoCopy(memory.ref(), contiguous.get(), 1, 0, data.outParam()) == 0 &&
-           TavCreateBlockBufferWithZoDataNoCopy(memory.ref(), data.get(), 2, 3, fromData.outParam()) == 0 &&
-           TavCreateBlockBufferWithZoString(memory.ref(), ZOSTR("text"), fromString.outParam()) == 0 &&
-           LuBlockBufferCreateContiguous(memory.ref(), buffer, nullptr, &source, 0, 0, 0, custom.outParam()) == 0;
+           TavCreateBlockBufferCopyingMemoryBlock(memory.get(), "bytes", 5, copy.outParam()) == 0 &&
+           TavCreateZoDataWithBlockBufferNoCopy(memory.get(), contiguous.get(), 1, 0, data.outParam()) == 0 &&
+           TavCreateBlockBufferWithZoDataNoCopy(memory.get(), data.get(), 2, 3, fromData.outParam()) == 0 &&
+           TavCreateBlockBufferWithZoString(memory.get(), ZOSTR("text"), fromString.outParam()) == 0 &&
+           LuBlockBufferCreateContiguous(memory.get(), buffer, nullptr, &source, 0, 0, 0, custom.outParam()) == 0;
 }
 
 TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
@@ -80,26 +81,19 @@ TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
                   0);
         ASSERT_EQ(LuBlockBufferAppendBufferReference(references.get(), target.get(), 0, 0, 0), 0);
     }
-    int failures = 0;
-    for (bool failed = true; failed; ++failures) {
-        CountingAllocator memory;
-        memory.failAt(failures);
+    const int64_t failures = sweepAllocationFailures([&](FailingAllocator& memory) {
         Buffer buffer;
-        const bool done = LuBlockBufferCreateEmpty(memory.ref(), 2, 0, buffer.outParam()) == 0 &&
+        const bool done = LuBlockBufferCreateEmpty(memory.get(), 2, 0, buffer.outParam()) == 0 &&
                           build(memory, buffer.get(), references.get()) && derive(memory, buffer.get());
-        failed = memory.hasFailed();
-        memory.failAt(-1);
-        EXPECT_EQ(done, !failed);
-        if (buffer) {
-            // One that failed can be gone on with.
-            EXPECT_EQ(LuBlockBufferAppendBufferReference(buffer.get(), references.get(), 0, 0, 0), 0);
-            std::string copied(20, '?');
-            const size_t length = LuBlockBufferGetDataLength(buffer.get());
-            EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), length - 20, 20, copied.data()), 0);
-            EXPECT_EQ(copied, text);
-        }
-        buffer.reset();
-        EXPECT_EQ(memory.live(), 0u) << "failure " << failures;
-    }
+        EXPECT_NE(done, memory.hasFailed());
+        if (!buffer) return;
+        // One that failed can be gone on with.
+        memory.failAt(0);
+        EXPECT_EQ(LuBlockBufferAppendBufferReference(buffer.get(), references.get(), 0, 0, 0), 0);
+        std::string copied(20, '?');
+        const size_t length = LuBlockBufferGetDataLength(buffer.get());
+        EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer.get(), length - 20, 20, copied.data()), 0);
+        EXPECT_EQ(copied, text);
+    });
     EXPECT_GT(failures, 15);
 }

@@ -8,14 +8,42 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <vector>
 
 #include "Foundation/ZoRef.h"
-#include "Tests/Core/TavBlockBuffer/CountingAllocator.h"
+#include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 namespace luvia_test {
+
+/// Memory of a known content, counted. (Fuzz targets, which use the model too, have no test framework to report to.)
+class PaintedMemory {
+public:
+    static constexpr uint8_t kPaint = 0xA5;
+
+    PaintedMemory()
+    {
+        ZoAllocatorContext context = {};
+        context.info = this;
+        context.allocate = [](ZoIndex size, ZoOptionFlags, void* info) {
+            ++static_cast<PaintedMemory*>(info)->live_;
+            return std::memset(std::malloc(static_cast<size_t>(size)), kPaint, static_cast<size_t>(size));
+        };
+        context.deallocate = [](void* memory, void* info) {
+            --static_cast<PaintedMemory*>(info)->live_;
+            std::free(memory);
+        };
+        allocator_ = zoAdopt(ZoAllocatorCreate(nullptr, &context));
+    }
+    ZoAllocatorRef get() const { return allocator_.get(); }
+    int live() const { return live_; }
+
+private:
+    ZoRef<ZoAllocatorRef> allocator_;
+    int live_ = 0;
+};
 
 /// The model and the buffers must agree at every step; where they do not, `mismatch` is called with what was found.
 class BlockBufferModel {
@@ -96,7 +124,7 @@ private:
         Entry entry;
         entry.age = nextAge_++;
         const auto capacity = static_cast<uint32_t>(choose_(5));
-        expect(LuBlockBufferCreateEmpty(memory_.ref(), capacity, 0, entry.buffer.outParam()) == 0, "create");
+        expect(LuBlockBufferCreateEmpty(memory_.get(), capacity, 0, entry.buffer.outParam()) == 0, "create");
         buffers_.push_back(std::move(entry));
     }
     void retire()
@@ -113,18 +141,19 @@ private:
         const size_t offset = choose_(blockLength);
         const size_t length = 1 + choose_(blockLength - offset);
         const bool given = choose_(2), custom = choose_(2), now = choose_(2);
-        auto* block = static_cast<uint8_t*>(given ? memory_.take(blockLength) : nullptr);
+        auto* block = static_cast<uint8_t*>(
+            given ? ZoAllocatorAllocate(memory_.get(), static_cast<ZoIndex>(blockLength), 0) : nullptr);
         for (size_t i = 0; given && i < blockLength; ++i) block[i] = static_cast<uint8_t>(choose_(256));
-        const LuBlockBufferCustomBlockSource source = memory_.source();
-        expect(LuBlockBufferAppendMemoryBlock(entry.buffer.get(), block, blockLength, memory_.ref(),
+        const LuBlockBufferCustomBlockSource source = sourceFrom(memory_.get());
+        expect(LuBlockBufferAppendMemoryBlock(entry.buffer.get(), block, blockLength, memory_.get(),
                                               custom ? &source : nullptr, offset, length,
                                               now ? kLuBlockBufferAssureMemoryNowFlag : 0) == 0,
                "append memory");
         allocated_.push_back(given || now);
         for (size_t i = 0; i < length; ++i) {
             entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
-            cells_.push_back({given ? block[offset + i] : CountingAllocator::kFreshByte,
-                              static_cast<uint32_t>(allocated_.size() - 1)});
+            cells_.push_back(
+                {given ? block[offset + i] : PaintedMemory::kPaint, static_cast<uint32_t>(allocated_.size() - 1)});
         }
     }
 
@@ -184,7 +213,7 @@ private:
         const bool copies = choose_(2);
         Entry result;
         const OSStatus status =
-            LuBlockBufferCreateContiguous(memory_.ref(), entry.buffer.get(), memory_.ref(), nullptr, offset, length,
+            LuBlockBufferCreateContiguous(memory_.get(), entry.buffer.get(), memory_.get(), nullptr, offset, length,
                                           copies ? kLuBlockBufferAlwaysCopyDataFlag : 0, result.buffer.outParam());
         if (status == kTavBlockBufferUnallocatedBlockErr && !isAllocated(entry, offset, length)) return;
         expect(status == 0, "contiguous");
@@ -283,7 +312,7 @@ private:
 
     std::function<size_t(size_t)> choose_;
     std::function<void(const char*)> mismatch_;
-    CountingAllocator memory_;
+    PaintedMemory memory_;
     std::vector<Cell> cells_;
     std::vector<bool> allocated_;  // by block, as far as is known
     uint32_t nextAge_ = 0;

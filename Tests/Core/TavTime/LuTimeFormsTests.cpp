@@ -166,15 +166,17 @@ TEST(MediaTimeForms, areNothingWhenMemoryIsOut)
     const int64_t failures = luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
         const auto dictionary = zoAdopt(LuTimeMappingCopyAsDictionary(allocator.get(), mapping));
         EXPECT_EQ(static_cast<bool>(dictionary), !allocator.hasFailed());
-        if (dictionary) EXPECT_EQ(LuTimeMappingMakeFromDictionary(dictionary.get()).target, mapping.target);
+        EXPECT_EQ(LuTimeMappingMakeFromDictionary(dictionary.get()).target,
+                  dictionary ? mapping.target : kLuTimeRangeInvalid);
     });
     EXPECT_GT(failures, 7);
     luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
         const std::string description = text(zoAdopt(LuTimeRangeCopyDescription(allocator.get(), mapping.source)));
-        if (!allocator.hasFailed())
+        if (!allocator.hasFailed()) {
             EXPECT_EQ(description, "{{1/2 = 0.500}, {3/4 = 0.750}}");
-        else
+        } else {
             EXPECT_TRUE(description == "(none)" || description == "{ERROR CONSTRUCTING DESCRIPTION}") << description;
+        }
     });
 }
 

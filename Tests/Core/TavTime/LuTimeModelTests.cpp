@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-#include "Tests/Core/TavTime/TimeModel.h"
+#include "Tests/Core/TavTime/TimeSupport.h"
 
 using namespace time_test;
 namespace model = time_model;

@@ -2,12 +2,22 @@
 
 #pragma once
 
-#include "Tests/Core/TavTime/TimeSupport.h"
+#include "Core/TavTime/LuTimeRange.h"
+
+inline bool operator==(const LuTime& a, const LuTime& b)
+{
+    return a.value == b.value && a.timescale == b.timescale && a.flags == b.flags && a.epoch == b.epoch;
+}
+
+inline bool operator==(const LuTimeRange& a, const LuTimeRange& b)
+{
+    return a.start == b.start && a.duration == b.duration;
+}
 
 namespace time_model {
 
 using Int = __int128;
-using time_test::kMax;
+constexpr int64_t kMax = INT64_MAX;
 
 inline Int absolute(Int a) { return a < 0 ? -a : a; }
 inline Int floorDivide(Int a, Int b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }

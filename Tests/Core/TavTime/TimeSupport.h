@@ -10,20 +10,11 @@
 #include <string>
 
 #include "Core/TavTime/LuTimeRange.h"
-
-inline bool operator==(const LuTime& a, const LuTime& b)
-{
-    return a.value == b.value && a.timescale == b.timescale && a.flags == b.flags && a.epoch == b.epoch;
-}
+#include "Tests/Core/TavTime/TimeModel.h"
 
 inline void PrintTo(const LuTime& time, std::ostream* out)
 {
     *out << time.value << "/" << time.timescale << " flags " << time.flags << " epoch " << time.epoch;
-}
-
-inline bool operator==(const LuTimeRange& a, const LuTimeRange& b)
-{
-    return a.start == b.start && a.duration == b.duration;
 }
 
 inline void PrintTo(const LuTimeRange& range, std::ostream* out)

@@ -88,6 +88,14 @@ TEST(URL, resolvesReferences)
     EXPECT_EQ(stringOf(ZoURLCopyAbsoluteURL(url("/..//c", rootless.get()).get())), "a:/.//c");  // never an authority
     EXPECT_EQ(stringOf(ZoURLCopyAbsoluteURL(chained.get())), "http://a/b/z/x/y");
     EXPECT_EQ(ZoURLGetBaseURL(url("g:h", base.get()).get()), nullptr);
+
+    // A base without a scheme: what leads further up stays.
+    static const Pair kRelative[] = {{"../x", "b/x"},      {"../../x", "x"},      {"../../../x", "../x"},
+                                     {"../..", "./"},      {"../../..", "../"},   {"./y/../z/", "b/c/z/"},
+                                     {"../..//x", ".//x"}, {"../../x:y", "./x:y"}};
+    const auto relativeBase = url("b/c/d");
+    for (const Pair& row : kRelative)
+        EXPECT_EQ(stringOf(ZoURLCopyAbsoluteURL(url(row.given, relativeBase.get()).get())), row.expected) << row.given;
     EXPECT_EQ(textOf(ZoURLCopyScheme(url("g", base.get()).get())), "http");
 }
 

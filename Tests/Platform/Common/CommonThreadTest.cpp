@@ -5,14 +5,18 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Platform/Common/CommonThreadPrivate.h"
+#include "Platform/Common/TavNote.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraSynchronization.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/SignalProbe.h"
 
 using luvia_test::HandOver;
+using luvia_test::SignalProbe;
 
 namespace {
 
@@ -149,7 +153,9 @@ TEST(AbortList, aRegistrationAfterTeardownRunsItsActionAndFails)
         Call action = [&] { ++runs; };
         TavThreadAbortActionToken token = nullptr, second = nullptr;
         EXPECT_EQ(registerCall(action, &token), 0);
+        const SignalProbe probe;
         EXPECT_EQ(registerCall(action, &second), kTavThreadAbortActionAlreadyRegisteredErr);
+        EXPECT_EQ(probe.count(), 0u) << "is no failure";
         EXPECT_EQ(second, nullptr);
         EXPECT_EQ(runs, 0);
 
@@ -159,6 +165,8 @@ TEST(AbortList, aRegistrationAfterTeardownRunsItsActionAndFails)
             << "stands before the marker";
         Call other = [&] { runs += 10; };
         EXPECT_EQ(registerCall(other, &second), kTavThreadAlreadyAborted);
+        EXPECT_EQ(probe.message(), "Thread or queue already aborted for teardown");
+        EXPECT_EQ(probe.subsystem(), "<< TavCommonThread >>");
         EXPECT_EQ(second, nullptr);
         EXPECT_EQ(runs, 11);
         EXPECT_EQ(TavThreadRegisterAbortAction(nullptr, nullptr, &second), kTavThreadAlreadyAborted);
@@ -290,6 +298,30 @@ TEST(AbortList, sharedQueuesAreNotMadeAbortable)
     EXPECT_EQ(TavThreadMakeDispatchQueueAbortable(dispatch_get_main_queue()), kTavThreadParamErr);
     EXPECT_EQ(TavThreadMakeDispatchQueueAbortable(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0)),
               kTavThreadParamErr);
+}
+
+TEST(AbortList, itsTraceTellsWhatBecomesOfEntries)
+{
+    TavThreadAbortActionToken token = nullptr;
+    const auto registerAndUnregister = [&] {
+        Call action = [] {};
+        EXPECT_EQ(registerCall(action, &token), 0);
+        EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
+    };
+    const ZoStringRef application = ZOSTR(kTavApplicationID), key = ZOSTR("tavcommonthread_trace");
+    registerAndUnregister();  // the first use of the list makes the note known
+    const int32_t control = std::exchange(gTavLogControl, kTavLogControl_StandardError);
+    testing::internal::CaptureStderr();
+    registerAndUnregister();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    ASSERT_EQ(TavNote_ChangeValue(application, key, 1), 0);
+    testing::internal::CaptureStderr();
+    registerAndUnregister();
+    const std::string lines = testing::internal::GetCapturedStderr();
+    EXPECT_NE(lines.find("New Entry 0x"), std::string::npos) << lines;
+    EXPECT_NE(lines.find(" removed and freed\n"), std::string::npos) << lines;
+    EXPECT_EQ(TavNote_ChangeValue(application, key, 0), 0);
+    gTavLogControl = control;
 }
 
 }  // namespace

@@ -68,12 +68,11 @@ TEST(OstraAtomics, loseNoUpdateBetweenThreads)
 // Two threads that each raise a flag and then look at the other's: with full barriers at least one sees the other.
 TEST(OstraAtomics, barriersOrderStoresBeforeLoads)
 {
-    for (int turn = 0; turn < 500; ++turn) {
+    for (int turn = 0; turn < 100; ++turn) {
         int32_t raised[2] = {}, saw[2] = {}, ready = 0;
         onThreads(2, [&](int index) {
             TavAtomicIncrement32(&ready);
-            while (__atomic_load_n(&ready, __ATOMIC_RELAXED) < 2) {
-            }
+            while (__atomic_load_n(&ready, __ATOMIC_RELAXED) < 2) std::this_thread::yield();
             __atomic_store_n(&raised[index], 1, __ATOMIC_RELAXED);
             TavMemoryBarrier();
             saw[index] = __atomic_load_n(&raised[1 - index], __ATOMIC_RELAXED);

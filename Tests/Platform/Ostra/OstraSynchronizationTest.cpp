@@ -9,9 +9,11 @@
 #include "Platform/Ostra/OstraClock.h"
 #include "Tests/Platform/LockProbe.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/SignalProbe.h"
 
 using luvia_test::awaitUnder;
 using luvia_test::HandOver;
+using luvia_test::SignalProbe;
 
 namespace {
 
@@ -57,7 +59,10 @@ TEST(OstraMutex, aLockedOneIsNotDestroyed)
 {
     for (const TavSimpleMutexRef mutex : {TavSimpleMutexCreate(), TavReentrantMutexCreate()}) {
         ASSERT_EQ(TavSimpleMutexLock(mutex), 0);
+        const SignalProbe probe;
         EXPECT_EQ(TavSimpleMutexDestroy(mutex), EBUSY);
+        EXPECT_EQ(probe.code(), EBUSY);
+        EXPECT_EQ(probe.message(), "pthread_mutex_destroy failed, just leaking it");
         EXPECT_FALSE(tryLockElsewhere(mutex)) << "the record must not be freed over a busy lock";
         EXPECT_EQ(TavSimpleMutexUnlock(mutex), 0);
         EXPECT_EQ(TavSimpleMutexDestroy(mutex), 0);
@@ -125,8 +130,11 @@ TEST(OstraSemaphore, itsEndSendsWaitersAway)
         waiters.emplace_back(
             [&, index] { statuses[index] = TavSemaphoreWaitRelative(semaphore, kLongTimeOuts[index]); });
     awaitWaiters(semaphore, waiters.size());
+    const SignalProbe probe;
     EXPECT_EQ(TavSemaphoreDestroy(semaphore), 0);
     for (std::thread& waiter : waiters) waiter.join();
+    EXPECT_EQ(probe.count(), waiters.size());
+    EXPECT_EQ(probe.message(), "semaphore was deleted before/during wait");
     for (const OSStatus status : statuses) EXPECT_EQ(status, kTavResourceDeletedErr);
 }
 

@@ -11,8 +11,10 @@
 #include "Foundation/ZoString.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/SignalProbe.h"
 
 using luvia_test::HandOver;
+using luvia_test::SignalProbe;
 
 namespace {
 
@@ -51,15 +53,24 @@ TEST(OstraThread, refusesWhatCannotBe)
         return nullptr;
     };
     TavThreadID thread = kTavThreadInvalidID;
-    EXPECT_EQ(TavThreadCreate(count, nullptr, kTavThreadPriorityHighest + 1, true, nullptr, &thread),
-              kTavThreadParamErr);
-    EXPECT_EQ(TavThreadCreate(count, nullptr, UINT32_MAX, true, nullptr, &thread), kTavThreadParamErr);
-    EXPECT_EQ(TavThreadCreate(count, nullptr, 0, true, nullptr, nullptr), kTavThreadParamErr);
-    EXPECT_EQ(TavThreadCreate(nullptr, nullptr, 0, true, nullptr, &thread), kTavThreadParamErr);
+    const auto refused = [](OSStatus expected, const char* message, auto call) {
+        const SignalProbe probe;
+        EXPECT_EQ(call(), expected) << message;
+        EXPECT_EQ(probe.message(), message);
+        EXPECT_EQ(probe.subsystem(), "<<<< TAVOSTRATHREAD >>>>");
+    };
+    for (const TavThreadPriority priority : {uint32_t{kTavThreadPriorityHighest} + 1, UINT32_MAX})
+        refused(kTavThreadParamErr, "Priority out of range",
+                [&] { return TavThreadCreate(count, nullptr, priority, true, nullptr, &thread); });
+    refused(kTavThreadParamErr, "Must return threadRef so it can be joined",
+            [&] { return TavThreadCreate(count, nullptr, 0, true, nullptr, nullptr); });
+    refused(kTavThreadParamErr, "NULL proc",
+            [&] { return TavThreadCreate(nullptr, nullptr, 0, true, nullptr, &thread); });
     EXPECT_FALSE(TavThreadIsValid(thread));
     EXPECT_EQ(sRuns, 0);
-    EXPECT_EQ(TavThreadJoin(kTavThreadInvalidID, nullptr), kTavThreadNotFoundErr);
-    EXPECT_EQ(TavThreadJoin(TavThreadGetCurrent(), nullptr), kTavThreadNotJoinableErr);
+    refused(kTavThreadNotFoundErr, "Thread not found", [] { return TavThreadJoin(kTavThreadInvalidID, nullptr); });
+    refused(kTavThreadNotJoinableErr, "Cannot join thread from itself",
+            [] { return TavThreadJoin(TavThreadGetCurrent(), nullptr); });
 }
 
 #ifndef __SANITIZE_THREAD__  // which stops at a join of a detached thread: here on purpose
@@ -140,8 +151,11 @@ TEST(OstraThread, prioritiesAreIndicesOfATable)
         int32_t native;
     };
     for (const Row& row :
-         {Row{0, 47}, {1, 97}, {5, 0}, {7, 32}, {16, 16}, {25, 4}, {46, 37}, {47, 47}, {UINT32_MAX, 47}})
+         {Row{0, 47}, {1, 97}, {5, 0}, {7, 32}, {16, 16}, {25, 4}, {46, 37}, {47, 47}, {UINT32_MAX, 47}}) {
+        const SignalProbe probe;
         EXPECT_EQ(TavThreadGetPosixThreadPriorityValue(row.priority), row.native) << row.priority;
+        EXPECT_EQ(probe.count(), row.priority > kTavThreadPriorityHighest ? 1u : 0u) << row.priority;
+    }
     EXPECT_GE(TavThreadGetMaxLogicalCoreCount(), 1);
 }
 

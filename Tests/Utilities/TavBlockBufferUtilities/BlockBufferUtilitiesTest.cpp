@@ -6,32 +6,13 @@
 #include <string>
 
 #include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
+#include "Tests/Core/TavBlockBuffer/Pieces.h"
 #include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
 
 using namespace luvia_test;
-using Buffer = ZoRef<LuBlockBufferRef>;
 
 LUVIA_TEST_RECORDS_SIGNALS;
-
-static Buffer bufferOf(std::initializer_list<std::string> pieces)
-{
-    Buffer buffer;
-    LuBlockBufferCreateEmpty(nullptr, 2, 0, buffer.outParam());
-    for (const std::string& piece : pieces) {
-        Buffer target;
-        TavCreateBlockBufferCopyingMemoryBlock(nullptr, piece.data(), piece.size(), target.outParam());
-        LuBlockBufferAppendBufferReference(buffer.get(), target.get(), 0, 0, 0);
-    }
-    return buffer;
-}
-static std::string textOf(LuBlockBufferRef buffer)
-{
-    std::string text(LuBlockBufferGetDataLength(buffer), '?');
-    EXPECT_EQ(LuBlockBufferCopyDataBytes(buffer, 0, text.size(), text.data()), 0);
-    return text;
-}
 
 TEST(BlockBufferCompare, ordersByLengthThenBytes)
 {
@@ -86,24 +67,22 @@ TEST(BlockBufferSharing, buffersStandOnTheBytesOfDataAndStrings)
     ASSERT_EQ(LuBlockBufferGetDataPointer(part.get(), 0, nullptr, nullptr, &bytes), 0);
     EXPECT_EQ(reinterpret_cast<uint8_t*>(bytes), dataBytes + 2);
     part.reset();
-    EXPECT_EQ(textOf(tail.get()), "789");
+    EXPECT_EQ(textOf(tail), "789");
 
     ASSERT_EQ(TavCreateBlockBufferWithZoString(nullptr, ZOSTR("constant"), text.outParam()), 0);
-    ASSERT_EQ(LuBlockBufferGetDataPointer(text.get(), 0, nullptr, nullptr, &bytes), 0);
-    EXPECT_EQ(bytes, ZoStringGetCStringPtr(ZOSTR("constant"), kZoStringEncodingUTF8) ? bytes : nullptr);
-    EXPECT_EQ(textOf(text.get()), "constant");
+    EXPECT_EQ(textOf(text), "constant");
 
     ZoRef<ZoMutableStringRef> changing = zoAdopt(ZoStringCreateMutable(nullptr, 0));
     ZoStringAppend(changing.get(), ZOSTR("before"));
     ASSERT_EQ(TavCreateBlockBufferWithZoString(nullptr, changing.get(), copied.outParam()), 0);
     ZoStringFindAndReplace(changing.get(), ZOSTR("before"), ZOSTR("after and much longer than that"), ZoRangeMake(0, 6),
                            0);
-    EXPECT_EQ(textOf(copied.get()), "before");
+    EXPECT_EQ(textOf(copied), "before");
 
     const UniChar units[] = {'a', 0x20AC, 0xD800, 'b'};  // a euro sign, and half a character
     ZoStringAppendCharacters(changing.get(), units, 4);
     ASSERT_EQ(TavCreateBlockBufferWithZoString(nullptr, changing.get(), converted.outParam()), 0);
-    EXPECT_EQ(textOf(converted.get()), "after and much longer than thata\xE2\x82\xAC?b");
+    EXPECT_EQ(textOf(converted), "after and much longer than thata\xE2\x82\xAC?b");
 }
 
 TEST(BlockBufferSharing, refusesWhatIsNotThere)

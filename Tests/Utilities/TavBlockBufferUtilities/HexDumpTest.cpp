@@ -5,27 +5,15 @@
 #include <algorithm>
 #include <string>
 
-#include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
-#include "Utilities/TavBlockBufferUtilities.h"
+#include "Tests/Core/TavBlockBuffer/Pieces.h"
+
+using namespace luvia_test;
 
 namespace {
 
-using Buffer = ZoRef<LuBlockBufferRef>;
 enum : uint32_t { zeros = 1, hex = 2, marks = 4, fours = 8, array = 16 };
 
-/// A buffer of these pieces.
-Buffer bufferOf(std::initializer_list<std::string> pieces)
-{
-    Buffer buffer;
-    LuBlockBufferCreateEmpty(nullptr, 2, 0, buffer.outParam());
-    for (const std::string& piece : pieces) {
-        Buffer target;
-        TavCreateBlockBufferCopyingMemoryBlock(nullptr, piece.data(), piece.size(), target.outParam());
-        LuBlockBufferAppendBufferReference(buffer.get(), target.get(), 0, 0, 0);
-    }
-    return buffer;
-}
 std::string zeroBytes(size_t count) { return std::string(count, '\0'); }
 
 struct Collected {

@@ -20,12 +20,12 @@ TEST(CollectionConversions, copyAndConcatenate)
     EXPECT_EQ(compact(zoAdopt(TavZoArrayCreateConcatenationOfTwoArrays(nullptr, nullptr)).get()), "[]");
 
     // Identity as the key's equality is not carried over, so that the new dictionary finds by value.
-    const auto key = number(7), sameKey = number(7);
+    const auto key = number(70001), sameKey = number(70001);
     const auto byIdentity = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, nullptr, nullptr));
     ZoDictionarySetValue(byIdentity.get(), key.get(), ZOSTR("x"));
     const auto byValue = zoAdopt(TavZoDictionaryCreateMutableCopyWithZoTypeCallbacks(nullptr, 0, byIdentity.get()));
     EXPECT_EQ(ZoDictionaryGetValue(byIdentity.get(), sameKey.get()), nullptr);
-    EXPECT_EQ(ZoDictionaryGetValue(byValue.get(), sameKey.get()), ZOSTR("x"));
+    EXPECT_EQ(compact(ZoDictionaryGetValue(byValue.get(), sameKey.get())), "x");
 }
 
 TEST(CollectionConversions, listKeysAndValues)
@@ -38,7 +38,7 @@ TEST(CollectionConversions, listKeysAndValues)
     const auto keys = array({ZOSTR("c"), ZOSTR("x"), ZOSTR("a")});
     const auto mapped = zoAdopt(TavZoDictionaryCreateMappedArray(pairs.get(), keys.get()));
     EXPECT_EQ(ZoArrayGetCount(mapped.get()), 3);
-    EXPECT_EQ(ZoArrayGetValueAtIndex(mapped.get(), 0), ZOSTR("3"));
+    EXPECT_EQ(compact(ZoArrayGetValueAtIndex(mapped.get(), 0)), "3");
     EXPECT_EQ(ZoArrayGetValueAtIndex(mapped.get(), 1), kZoNull);
     const auto nulls = zoAdopt(TavZoDictionaryCreateMappedArray(nullptr, keys.get()));
     EXPECT_EQ(TavZoArrayGetLastValue(nulls.get()), kZoNull);
@@ -65,8 +65,9 @@ TEST(CollectionConversions, turnSetsIntoArraysAndBack)
     EXPECT_EQ(TavZoSetCopyValuesAsZoArray(nullptr, &untouched), 0);
     EXPECT_EQ(untouched, back.get());
     EXPECT_EQ(TavZoSetCopyValuesAsZoArray(set.get(), nullptr), kTavZoUtilitiesError_InvalidParameter);
+    EXPECT_EQ(takeSignals(), "-12990 NULL valuesOut");
     EXPECT_EQ(TavZoArrayCopyValuesAsZoSet(list.get(), nullptr), kTavZoUtilitiesError_InvalidParameter);
-    EXPECT_EQ(takeSignals(), "-12990 NULL valuesOut\n-12990 NULL valuesOut\n");
+    EXPECT_EQ(takeSignals(), "-12990 NULL valuesOut");
 }
 
 TEST(CollectionConversions, mergeWithAndWithoutOverwriting)
@@ -105,9 +106,10 @@ TEST(CollectionConversions, combineDictionaries)
     EXPECT_EQ(compact(combined.get()), "[]");
     EXPECT_EQ(takeSignals(), "");
     EXPECT_EQ(TavZoCreateCombinedDictionary(nullptr, list, 3, nullptr), kTavZoUtilitiesError_InvalidParameter);
+    EXPECT_EQ(takeSignals(), "-12990 ! dictOut");
     EXPECT_EQ(TavZoCreateCombinedDictionary(nullptr, nullptr, 1, combined.outParam()),
               kTavZoUtilitiesError_InvalidParameter);
-    EXPECT_EQ(takeSignals(), "-12990 ! dictOut\n-12990 numDicts > 0 && ! dicts\n");
+    EXPECT_EQ(takeSignals(), "-12990 numDicts > 0 && ! dicts");
 
     const int64_t failures = luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
         const OSStatus status = TavZoCreateCombinedDictionary(allocator.get(), list, 3, combined.outParam());
@@ -116,12 +118,12 @@ TEST(CollectionConversions, combineDictionaries)
         combined.reset();
     });
     EXPECT_GT(failures, 0);
-    EXPECT_EQ(takeSignals().substr(0, 25), "-12991 allocation failed\n");
+    EXPECT_EQ(takeSignals().substr(0, 24), "-12991 allocation failed");
     luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
         const auto colour = zoAdopt(TavCreateZoArrayFromColorValues(allocator.get(), 0.25, 0.5, 1, 2));
         EXPECT_EQ(static_cast<bool>(colour), !allocator.hasFailed());
         double green = 0;
-        if (colour) { EXPECT_TRUE(TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5); }
+        EXPECT_TRUE(!colour || (TavZoArrayGetWnFloatAtIndex(colour.get(), 1, &green) && green == 0.5));
     });
 }
 

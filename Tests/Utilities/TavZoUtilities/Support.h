@@ -9,12 +9,22 @@
 #include <utility>
 
 #include "Foundation/ZoRef.h"
+#include "Tests/Support/SignalProbe.h"
 #include "Utilities/TavZoUtilities.h"
 
 namespace collection_test {
 
-/// "-12990 not a dict", one line a failure signalled since the last call.
-std::string takeSignals();
+inline luvia_test::SignalProbe gProbe;
+
+/// "-12990 not a dict" for the failure signalled since the last call, with how many there were unless it is one.
+inline std::string takeSignals()
+{
+    std::string signalled;
+    if (gProbe.count() > 0) signalled = std::to_string(gProbe.code()) + " " + gProbe.message();
+    if (gProbe.count() > 1) signalled += ", the last of " + std::to_string(gProbe.count());
+    gProbe = {};
+    return signalled;
+}
 
 inline ZoRef<ZoNumberRef> number(int32_t value)
 {

@@ -1,5 +1,6 @@
 // Bytes of strings, and the local time.
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <thread>

@@ -62,8 +62,9 @@ TEST(LenientValues, readNumbersAndBooleansAndNothingElse)
     EXPECT_EQ(boolean(wideNumber.get()), 1);
     EXPECT_EQ(boolean(zero.get()), 0);
     EXPECT_EQ(boolean(kZoBooleanTrue), 1);
-    for (const ZoTypeRef other :
-         {static_cast<ZoTypeRef>(nullptr), static_cast<ZoTypeRef>(kZoNull), static_cast<ZoTypeRef>(array({}).get())}) {
+    const auto list = array({});
+    const ZoTypeRef others[] = {nullptr, kZoNull, list.get()};
+    for (const ZoTypeRef other : others) {
         EXPECT_EQ(TavGetNumberFromZoTypeWithDefault(other, -1), -1);
         EXPECT_EQ(TavGetDoubleFromZoTypeWithDefault(other, -1), -1);
         EXPECT_EQ(boolean(other), -1);
