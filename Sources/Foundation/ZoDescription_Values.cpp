@@ -156,7 +156,7 @@ ZoStringRef _ZoDictionaryCopyDescription(ZoTypeRef object)
         bool isFirst = true;
         for (uint32_t i = 0; i < dictionary->table.used; ++i) {
             const ZoTableEntry& entry = dictionary->table.entries[i];
-            if (!entry.isLive) continue;
+            if (!entry.isLive()) continue;
             if (!beginValue(text, &isFirst)) return;
             appendValue(text, dictionary->keyCallBacks, entry.key);
             append(text, " = ");
