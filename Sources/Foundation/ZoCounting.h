@@ -26,7 +26,7 @@ ZoTypeRef _ZoRetain(ZoTypeRef object) __asm__("ZoRetain");
 void _ZoRelease(ZoTypeRef object) __asm__("ZoRelease");
 
 // gnu_inline: never emitted. Their addresses, and calls that are not inlined, mean the functions in the library.
-__attribute__((gnu_inline)) inline ZoTypeRef ZoRetain(ZoTypeRef object)
+__attribute__((gnu_inline)) extern inline ZoTypeRef ZoRetain(ZoTypeRef object)
 {
     if (ZO_UNLIKELY(!object) || !__libc_single_threaded) return _ZoRetain(object);
     uint64_t* word = &static_cast<ZoRuntimeBase*>(const_cast<void*>(object))->info;
@@ -35,7 +35,7 @@ __attribute__((gnu_inline)) inline ZoTypeRef ZoRetain(ZoTypeRef object)
     return object;
 }
 
-__attribute__((gnu_inline)) inline void ZoRelease(ZoTypeRef object)
+__attribute__((gnu_inline)) extern inline void ZoRelease(ZoTypeRef object)
 {
     if (ZO_UNLIKELY(!object) || !__libc_single_threaded) return _ZoRelease(object);
     uint64_t* word = &static_cast<ZoRuntimeBase*>(const_cast<void*>(object))->info;

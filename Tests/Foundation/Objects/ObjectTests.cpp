@@ -291,7 +291,8 @@ TEST(Ref, givesEveryReferenceBackOnce)
     {
         auto second = ZoRef<ZoMutableArrayRef>::retain(object);
         EXPECT_EQ(ZoGetRetainCount(object), 2);
-        second = std::move(second);
+        auto& same = second;
+        second = std::move(same);
         ZoRef<ZoMutableArrayRef> third = std::move(second);
         EXPECT_FALSE(second);
         EXPECT_EQ(ZoGetRetainCount(object), 2);
