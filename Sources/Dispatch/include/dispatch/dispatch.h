@@ -8,10 +8,6 @@
 #include <stdint.h>
 #include <time.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
 /// What all objects share; every dispatch type may be given where a dispatch_object_t is asked for.
 typedef struct dispatch_object_s* dispatch_object_t;
 #ifdef __cplusplus
@@ -30,6 +26,11 @@ typedef struct dispatch_object_s* dispatch_group_t;
 typedef struct dispatch_object_s* dispatch_source_t;
 typedef struct dispatch_object_s* dispatch_semaphore_t;
 #endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 typedef struct dispatch_queue_attr_s* dispatch_queue_attr_t;
 typedef void (*dispatch_function_t)(void* context);
 typedef uint64_t dispatch_time_t;
