@@ -385,8 +385,7 @@ ZoStringRef ZoStringCreateCopy(ZoAllocatorRef allocator, ZoStringRef string)
     const uint8_t flags = zoTypeFlags(string);
     if (flags & kZoStringConstant) return string;
     const bool ours = !(flags & kZoStringBorrowed) || *stringDeallocatorSlot(string) != kZoAllocatorNull;
-    if (!(flags & kZoStringMutable) && ours &&
-        ZoGetAllocator(string) == (allocator ? allocator : ZoAllocatorGetDefault()))
+    if (!(flags & kZoStringMutable) && ours && zoIsSameAllocator(allocator, ZoGetAllocator(string)))
         return static_cast<ZoStringRef>(ZoRetain(string));
     return zo::stringCreate(allocator, zo::textView(string));
 }
@@ -561,10 +560,12 @@ void ZoStringLowercase(ZoMutableStringRef string, ZoLocaleRef locale)
     if (!ZO_EXPECT(string, "no string")) return;
     const TextView text = zo::textView(string);
     TextBuffer lowered;
-    if (const ZoTextServices* services = zo::textServices()) {
+    // Some locales have rules of their own for ASCII letters.
+    const ZoTextServices* services = text.wide || locale ? zo::textServices() : nullptr;
+    if (services)
         services->lowercase(text, locale, lowered);
-    } else if (lowered.append(text)) {
+    else if (lowered.append(text))
         lowered.lowercaseASCII();
-    }
+    if (!lowered.ok()) zo::stopForMemory();
     stringReplace(string, {0, text.length}, lowered.view(), false);
 }

@@ -2,6 +2,7 @@
 // conversion at a time, so that the text is the C library's own.
 
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cwchar>
@@ -39,6 +40,15 @@ struct FormatCursor {
     ZoIndex at = 0;
 
     bool atEnd() const { return at >= text.length; }
+    /// To the next '%', or the end.
+    void skipLiteral()
+    {
+        if (!text.wide) {
+            const auto* found = memchr(text.ascii() + at, '%', static_cast<size_t>(text.length - at));
+            at = found ? static_cast<const uint8_t*>(found) - text.ascii() : text.length;
+        }
+        while (!atEnd() && text[at] != '%') ++at;
+    }
     /// 0 at the end and for what is not ASCII: no conversion has either.
     char peek() const
     {
@@ -208,10 +218,8 @@ static bool surveyFormat(const TextView& format, FormatArguments& arguments)
     FormatCursor cursor{format};
     bool inOrder = false;
     while (!cursor.atEnd()) {
-        if (!cursor.take('%')) {
-            ++cursor.at;
-            continue;
-        }
+        cursor.skipLiteral();
+        if (!cursor.take('%')) break;
         FormatConversion conversion;
         ArgumentKind kind;
         if (!takeConversion(cursor, conversion, kind)) return false;
@@ -283,9 +291,15 @@ static void writeSpec(const ResolvedConversion& resolved, char (&spec)[64])
     *to++ = '%';
     for (int i = 0; kFlagCharacters[i]; ++i)
         if (resolved.conversion.flags & (1 << i)) *to++ = kFlagCharacters[i];
-    if (resolved.width >= 0) to += snprintf(to, 16, "%d", static_cast<int>(resolved.width));
-    if (resolved.precision >= 0) to += snprintf(to, 16, ".%d", resolved.precision);
-    snprintf(to, 8, "%s%c", resolved.conversion.length, resolved.conversion.letter);
+    char* const end = spec + sizeof spec;
+    if (resolved.width >= 0) to = std::to_chars(to, end, resolved.width).ptr;
+    if (resolved.precision >= 0) {
+        *to++ = '.';
+        to = std::to_chars(to, end, resolved.precision).ptr;
+    }
+    for (const char* length = resolved.conversion.length; *length; ++length) *to++ = *length;
+    *to++ = resolved.conversion.letter;
+    *to = 0;
 }
 
 static bool appendFromLibrary(TextBuffer& out, ZoAllocatorRef allocator, const ResolvedConversion& resolved,
@@ -405,7 +419,7 @@ static bool appendFormatted(TextBuffer& out, ZoAllocatorRef allocator, const Tex
     bool ok = true;
     while (ok && !cursor.atEnd()) {
         const ZoIndex start = cursor.at;
-        while (!cursor.atEnd() && format[cursor.at] != '%') ++cursor.at;
+        cursor.skipLiteral();
         ok = out.append(format.sub(start, cursor.at - start));
         if (!ok || !cursor.take('%')) continue;
         ResolvedConversion resolved;
