@@ -67,6 +67,17 @@ void EventThread::waitForEvent(const Moment* until) const
     if (read(wakeUp_, &count, sizeof count) < 0) return;  // a moment or a signal, not a wake-up
 }
 
+/// After the wait, so that a signal whose watch began during it is not missed.
+void EventThread::collectSignals()
+{
+    void (*collect)();
+    {
+        std::lock_guard guard(lock_);
+        collect = collect_;
+    }
+    if (collect) collect();
+}
+
 void EventThread::fireDue()
 {
     std::unique_lock guard(lock_);
@@ -85,16 +96,14 @@ void EventThread::run()
     for (;;) {
         Moment next;
         bool timed;
-        void (*collect)();
         {
             std::lock_guard guard(lock_);
             pthread_sigmask(SIG_UNBLOCK, &watched_, nullptr);
-            collect = collect_;
             timed = !timers_.empty();
             if (timed) next = timers_.begin()->first;
         }
         waitForEvent(timed ? &next : nullptr);
-        if (collect) collect();
+        collectSignals();
         fireDue();
     }
 }

@@ -33,6 +33,7 @@ private:
     EventThread();
     void run();
     void waitForEvent(const Moment* until) const;
+    void collectSignals();
     void fireDue();
 
     int wakeUp_;  ///< an event counter of the kernel's

@@ -59,7 +59,7 @@ dispatch_group_t dispatch_group_create(void) { return reinterpret_cast<dispatch_
 
 void dispatch_group_async_f(dispatch_group_t handle, dispatch_queue_t queue, void* context, dispatch_function_t work)
 {
-    Item* item = make<Item>(context, work);
+    Item* item = Item::create(context, work);
     item->group = group(handle);
     item->group->enter();
     fromHandle(queue)->enqueue(item);

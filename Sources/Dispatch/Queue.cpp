@@ -3,17 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Dispatch/Group.h"
-
 namespace dispatch {
-
-void Item::perform()
-{
-    function(context);
-    Group* entered = group;
-    delete this;
-    if (entered) entered->leave();
-}
 
 static std::unique_ptr<char[]> copyOf(const char* label)
 {
@@ -116,7 +106,7 @@ void dispatch_sync_f(dispatch_queue_t queue, void* context, dispatch_function_t 
 
 void dispatch_barrier_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work)
 {
-    Item* item = make<Item>(context, work);
+    Item* item = Item::create(context, work);
     item->barrier = true;
     fromHandle(queue)->enqueue(item);
 }

@@ -6,28 +6,12 @@
 #include <memory>
 #include <vector>
 
+#include "Dispatch/Item.h"
 #include "Dispatch/Object.h"
-#include "Dispatch/Work.h"
 
 namespace dispatch {
 
 class Root;
-class Group;
-
-/// One task on its way.
-struct Item : Work {
-    Item(void* taskContext, dispatch_function_t taskFunction) : function(taskFunction), context(taskContext) {}
-
-    /// Calls the function, leaves the group, and frees the item.
-    void perform();
-
-    dispatch_function_t function;
-    void* context;
-    Queue* queue = nullptr;   ///< whose task it is; not retained, a queue with tasks stays alive
-    Group* group = nullptr;   ///< entered, which keeps it alive
-    Event* waiter = nullptr;  ///< set when a thread that owns this item may run its own task now
-    bool barrier = false;
-};
 
 class Queue : public Object {
 public:
@@ -40,7 +24,7 @@ public:
     virtual void enqueue(Item* item) = 0;
     /// Has `work` run as one task of this queue.
     virtual void submit(Work* work) = 0;
-    void async(void* context, dispatch_function_t function) { enqueue(make<Item>(context, function)); }
+    void async(void* context, dispatch_function_t function) { enqueue(Item::create(context, function)); }
 
     /// Waits for the turn of the calling thread on this queue and on all that it targets. relinquish() ends it.
     virtual Root* acquire(bool barrier) = 0;

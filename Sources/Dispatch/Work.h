@@ -3,6 +3,7 @@
 #pragma once
 
 #include <dispatch/dispatch.h>
+#include <pthread.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -49,6 +50,16 @@ public:
 private:
     T* first_ = nullptr;
     T* last_ = nullptr;
+};
+
+/// For a few instructions at a time: spins before it sleeps.
+class BriefLock {
+public:
+    void lock() { pthread_mutex_lock(&mutex_); }
+    void unlock() { pthread_mutex_unlock(&mutex_); }
+
+private:
+    pthread_mutex_t mutex_ = PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP;
 };
 
 /// Happens once. The last thing that set() touches is the lock, so that the waiter may own the memory.

@@ -5,6 +5,18 @@ struct dispatch_queue_attr_s _dispatch_queue_attr_concurrent;
 
 namespace dispatch {
 
+static constexpr size_t kBusyBatch = 8;
+static constexpr int kLingerSpins = 200;
+
+static void pauseProcessor()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+
 WorkQueue::WorkQueue(const char* label, bool concurrent, Queue* target) : Queue(label, target), concurrent_(concurrent)
 {
     drain_.queue = this;
@@ -36,6 +48,7 @@ WorkQueue::Ready WorkQueue::advance()
         else
             ready.drain = true;
     }
+    arrived_.store(!pending_.empty(), std::memory_order_relaxed);
     const bool busy = exclusive_ || running_ > 0 || !pending_.empty();
     if (busy && !counted_) retain();
     ready.idle = !busy && counted_;
@@ -152,15 +165,26 @@ List<Item> WorkQueue::takeBatch()
         std::swap(batch, pending_);
     else if (suspended_.load(std::memory_order_relaxed) == 0)
         batch.append(pending_.pop());
+    arrived_.store(!pending_.empty(), std::memory_order_relaxed);
     return batch;
 }
 
 /// Stops before a thread that waits for its turn, after a suspension and after a change of target.
-void WorkQueue::runBatch(List<Item>& batch, const Queue* submittedTo)
+size_t WorkQueue::runBatch(List<Item>& batch, const Queue* submittedTo)
 {
-    while (!batch.empty() && !batch.front()->waiter && target() == submittedTo &&
-           suspended_.load(std::memory_order_relaxed) == 0)
+    size_t count = 0;
+    for (; !batch.empty() && !batch.front()->waiter && target() == submittedTo &&
+           suspended_.load(std::memory_order_relaxed) == 0;
+         ++count)
         batch.pop()->perform();
+    return count;
+}
+
+/// A worker that goes to sleep and is called again costs its caller more than a thousand empty tasks. A queue that was
+/// busy waits a few microseconds for what comes next.
+void WorkQueue::linger() const
+{
+    for (int spins = 0; spins < kLingerSpins && !arrived_.load(std::memory_order_relaxed); ++spins) pauseProcessor();
 }
 
 void WorkQueue::drain()
@@ -171,7 +195,8 @@ void WorkQueue::drain()
         List<Item> batch = takeBatch();
         {
             Frame frame(this);
-            runBatch(batch, submittedTo);
+            const size_t count = runBatch(batch, submittedTo);
+            if (count >= kBusyBatch && batch.empty()) linger();
         }
         ready = endExclusive(batch);
     } while (ready.drain && target() == submittedTo && !submittedTo->hasBacklog());
@@ -192,7 +217,7 @@ void WorkQueue::setTarget(Queue* queue)
         Queue* target;
     };
     queue->retain();
-    Item* item = make<Item>(make<Change>(Change{this, queue}), [](void* context) {
+    Item* item = Item::create(make<Change>(Change{this, queue}), [](void* context) {
         std::unique_ptr<Change> change(static_cast<Change*>(context));
         change->self->exchangeTarget(change->target)->release();
         change->target->release();

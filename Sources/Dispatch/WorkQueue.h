@@ -39,7 +39,8 @@ private:
     void start(Ready ready);
     void drain();
     List<Item> takeBatch();
-    void runBatch(List<Item>& batch, const Queue* submittedTo);
+    size_t runBatch(List<Item>& batch, const Queue* submittedTo);
+    void linger() const;
     Ready endExclusive(List<Item>& left);
     void endShared();
     static void runShared(Work* work);
@@ -49,8 +50,9 @@ private:
     bool counted_ = false;    ///< tasks hold a reference
     size_t running_ = 0;      ///< tasks that share the queue
     List<Item> pending_;
-    std::atomic<int> suspended_{0};  ///< written under the lock, read between the tasks of a batch
-    std::mutex lock_;
+    std::atomic<bool> arrived_{false};  ///< a hint: pending_ is not empty
+    std::atomic<int> suspended_{0};     ///< written under the lock, read between the tasks of a batch
+    BriefLock lock_;
 
     struct Drain : Work {
         WorkQueue* queue;
