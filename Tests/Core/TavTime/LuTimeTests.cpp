@@ -100,6 +100,7 @@ TEST(MediaTime, addsAtTheCommonTimescaleAndGivesUpPrecisionBeforeRange)
     EXPECT_EQ(LuTimeAdd(exact(1, 1000000007), exact(1, 1000000009)), rounded(2, 1000000000));
     EXPECT_EQ(LuTimeAdd(exact(kMax, 1), exact(1, 1)), kLuTimePositiveInfinity);
     EXPECT_EQ(LuTimeAdd(exact(kMax, 2), exact(1, 2)), rounded(4611686018427387905, 1));
+    EXPECT_EQ(LuTimeAdd(exact(kMin, 1), exact(kMin, 1)), kLuTimeNegativeInfinity);  // wraps to 0
     EXPECT_EQ(LuTimeSubtract(exact(0, 7), exact(kMin, 1)), kLuTimePositiveInfinity);
     // Epochs: equal ones cancel, one takes on the other, two others exclude each other.
     EXPECT_EQ(LuTimeAdd(exact(1, 2, 3), exact(1, 2, 3)), exact(2, 2));
