@@ -18,7 +18,7 @@ if(LUVIA_WERROR)
     target_compile_options(luvia_flags INTERFACE -Werror)
 endif()
 # One function or datum a section, and only libraries that are called: a program carries what it uses.
-target_compile_options(luvia_flags INTERFACE -ffunction-sections -fdata-sections -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+target_compile_options(luvia_flags INTERFACE -ffunction-sections -fdata-sections -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fmacro-prefix-map=../../=)
 target_link_options(luvia_flags INTERFACE -Wl,--gc-sections -Wl,--as-needed)
 if(LUVIA_SANITIZE)
     target_compile_options(luvia_flags INTERFACE -fsanitize=${LUVIA_SANITIZE} -fno-omit-frame-pointer)

@@ -271,27 +271,27 @@ static bool resolveAmounts(ResolvedConversion& resolved, FormatArguments& argume
     return true;
 }
 
-static int printWithLibrary(char* buffer, size_t size, const char* spec, ArgumentKind kind, const FormatValue& value)
+static int printWithLibrary(char* buffer, size_t size, const char* format, ArgumentKind kind, const FormatValue& value)
 {
     switch (kind) {
-        case ArgumentKind::None: return snprintf(buffer, size, spec, 0);
-        case ArgumentKind::Int: return snprintf(buffer, size, spec, static_cast<int>(value.integer));
-        case ArgumentKind::Word: return snprintf(buffer, size, spec, static_cast<long long>(value.integer));
-        case ArgumentKind::Double: return snprintf(buffer, size, spec, static_cast<double>(value.real));
-        case ArgumentKind::LongDouble: return snprintf(buffer, size, spec, value.real);
-        case ArgumentKind::Pointer: return snprintf(buffer, size, spec, value.pointer);
+        case ArgumentKind::None: return snprintf(buffer, size, format, 0);
+        case ArgumentKind::Int: return snprintf(buffer, size, format, static_cast<int>(value.integer));
+        case ArgumentKind::Word: return snprintf(buffer, size, format, static_cast<long long>(value.integer));
+        case ArgumentKind::Double: return snprintf(buffer, size, format, static_cast<double>(value.real));
+        case ArgumentKind::LongDouble: return snprintf(buffer, size, format, value.real);
+        case ArgumentKind::Pointer: return snprintf(buffer, size, format, value.pointer);
     }
     return -1;
 }
 
 /// The conversion as snprintf(3) takes it, with its amounts written out.
-static void writeSpec(const ResolvedConversion& resolved, char (&spec)[64])
+static void writeConversion(const ResolvedConversion& resolved, char (&text)[64])
 {
-    char* to = spec;
+    char* to = text;
     *to++ = '%';
     for (int i = 0; kFlagCharacters[i]; ++i)
         if (resolved.conversion.flags & (1 << i)) *to++ = kFlagCharacters[i];
-    char* const end = spec + sizeof spec;
+    char* const end = text + sizeof text;
     if (resolved.width >= 0) to = std::to_chars(to, end, resolved.width).ptr;
     if (resolved.precision >= 0) {
         *to++ = '.';
@@ -305,11 +305,11 @@ static void writeSpec(const ResolvedConversion& resolved, char (&spec)[64])
 static bool appendFromLibrary(TextBuffer& out, ZoAllocatorRef allocator, const ResolvedConversion& resolved,
                               ArgumentKind kind, const FormatValue& value, int savedErrno)
 {
-    char spec[64];
-    writeSpec(resolved, spec);
+    char format[64];
+    writeConversion(resolved, format);
     char buffer[256];
     errno = savedErrno;  // "%m" prints it
-    const int length = printWithLibrary(buffer, sizeof buffer, spec, kind, value);
+    const int length = printWithLibrary(buffer, sizeof buffer, format, kind, value);
     if (length < 0) return false;
     if (static_cast<size_t>(length) < sizeof buffer) {
         zo::decodeUTF8Leniently(reinterpret_cast<const uint8_t*>(buffer), static_cast<size_t>(length), out);
@@ -319,7 +319,7 @@ static bool appendFromLibrary(TextBuffer& out, ZoAllocatorRef allocator, const R
     auto* text = static_cast<char*>(ZoAllocatorAllocate(allocator, size, 0));
     if (!text) return false;
     errno = savedErrno;
-    printWithLibrary(text, static_cast<size_t>(size), spec, kind, value);
+    printWithLibrary(text, static_cast<size_t>(size), format, kind, value);
     zo::decodeUTF8Leniently(reinterpret_cast<const uint8_t*>(text), static_cast<size_t>(length), out);
     ZoAllocatorDeallocate(allocator, text);
     return out.ok();

@@ -140,7 +140,7 @@ void refreshRegisteredNotes()
 void refresh_registered_tavnote_variables(void*)
 {
     tav_log(1, 1, 0, 0, "|TavNote| %s: SIGNALLED!", __func__);
-    tav_note_read_control_preferences();
+    TavNote_RefreshControlPreferences();
     refreshRegisteredNotes();
 }
 

@@ -141,6 +141,8 @@ void tav_note_initialize_logging()
 void TavNote_RefreshControlPreferences(void)
 {
     tav_note_initialize_logging();
+    // What another process stored meanwhile is seen from here on.
+    ZoPreferencesSynchronize(ZOSTR(kTavApplicationID), kZoPreferencesCurrentUser, kZoPreferencesAnyHost);
     tav_note_read_control_preferences();
 }
 

@@ -1,0 +1,81 @@
+#include "Tests/Platform/Diagnostics/DiagnosticsSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+
+static std::mutex sSyslogMutex;
+static std::vector<std::pair<int, std::string>> sSyslog;
+
+extern "C" void __wrap_syslog(int priority, const char* format, ...)
+{
+    char text[4096];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    const std::lock_guard lock(sSyslogMutex);
+    sSyslog.emplace_back(priority, text);
+}
+
+namespace luvia_test {
+
+// Before anything reads a preference.
+[[gnu::constructor]] static void usePreferencesOfOurOwn()
+{
+    setenv("LUVIA_PREFERENCES_DIR", (temporaryFolder() + "/preferences").c_str(), 1);
+}
+
+const std::string& temporaryFolder()
+{
+    static const std::string sFolder = [] {
+        char pattern[] = "/tmp/luvia-diagnostics-XXXXXX";
+        const std::string folder = mkdtemp(pattern);
+        std::filesystem::create_directory(folder + "/preferences");
+        atexit([] { std::filesystem::remove_all(temporaryFolder()); });
+        return folder;
+    }();
+    return sFolder;
+}
+
+std::string contentsOf(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void setPreference(ZoStringRef key, ZoTypeRef value)
+{
+    const void* keys[] = {key};
+    const void* values[] = {value};
+    const auto pair = zoAdopt(
+        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    TavNote_SetPreferences(ZOSTR(kTavApplicationID), pair.get());
+}
+
+void setPreference(ZoStringRef key, const char* text)
+{
+    setPreference(key, zoAdopt(ZoStringCreateWithCString(nullptr, text, kZoStringEncodingUTF8)).get());
+}
+
+void setPreference(ZoStringRef key, int64_t number)
+{
+    setPreference(key, zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &number)).get());
+}
+
+LogDestination::LogDestination(const char* destination) { setPreference(ZOSTR("tav_notes"), destination); }
+LogDestination::~LogDestination() { setPreference(ZOSTR("tav_notes"), "off"); }
+
+std::vector<std::pair<int, std::string>> takeSyslog()
+{
+    const std::lock_guard lock(sSyslogMutex);
+    return std::exchange(sSyslog, {});
+}
+
+}  // namespace luvia_test

@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <regex>
+#include <thread>
+
+#include "Platform/Common/TavLog.h"
+#include "Platform/Common/TavLogPrivate.h"
+#include "Tests/Platform/Diagnostics/DiagnosticsSupport.h"
+
+namespace {
+
+using luvia_test::contentsOf;
+using luvia_test::LogDestination;
+using luvia_test::setPreference;
+
+constexpr uint32_t kNoStamp = kTavLogFlag_NoTimeStamp;
+
+// The lines that were logged behind the banner of a new file.
+std::vector<std::string> linesOf(const std::string& contents)
+{
+    std::vector<std::string> lines;
+    size_t at = contents.rfind("=== New Log Starting At ");
+    at = contents.find('\n', at) + 1;
+    for (size_t end; (end = contents.find('\n', at)) != std::string::npos; at = end + 1)
+        lines.push_back(contents.substr(at, end - at));
+    return lines;
+}
+
+class ExternalLog : public ::testing::Test {
+protected:
+    ExternalLog()
+    {
+        static int sCount = 0;
+        path_ = luvia_test::temporaryFolder() + "/log" + std::to_string(++sCount);
+        setPreference(ZOSTR("tav_notes_log"), path_.c_str());
+        setPreference(ZOSTR("tav_notes_log_limit"), int64_t{0});
+    }
+    ~ExternalLog() override { setPreference(ZOSTR("tav_notes"), "off"); }
+    void open() { setPreference(ZOSTR("tav_notes"), "external"); }
+
+    std::string path_;
+};
+
+TEST(LogFormat, losesItsAnnotationsAndFindsObjects)
+{
+    struct Row {
+        std::string format, filtered;
+        bool hasObject = false;
+    };
+    const std::string fill(508, 'x');
+    for (const Row& row : {
+             Row{"%{public}s and %{private}d", "%s and %d"}, Row{"plain", "plain"}, Row{"", ""}, Row{"%@", "%@", true},
+             Row{"%%@", "%%@", true}, Row{"%{public}@!", "%@!", true}, Row{"a@b", "a@b"}, Row{"{%d}", "{%d}"},
+             Row{"% {x}", "% {x}"}, Row{"%{never closed", "%"}, Row{"<%{tag}*.P>", "<(%zu) %p>"},
+             Row{"%{a}%{b}s", "%%s"}, Row{fill + "abcdef", fill + "abc"},  // 511 characters
+             Row{fill + "ab%d", fill + "ab%"},                             // cut inside a conversion
+             Row{fill + "%{x}*.P", fill + "(%z"},                          // no room for the whole replacement
+         }) {
+        char filtered[kTavLogFilteredFormatSize];
+        EXPECT_EQ(CopyFilteredFormatString(row.format.c_str(), filtered), row.hasObject) << row.format;
+        EXPECT_EQ(filtered, row.filtered);
+    }
+}
+
+TEST(Log, goesWhereItIsSent)
+{
+    {
+        LogDestination destination("stderr");
+        testing::internal::CaptureStderr();
+        tav_log(1, kNoStamp, 0, 0, "one %{public}d", 1);
+        tav_log_Zo1(1, kNoStamp, 0, 0, "two %@", ZOSTR("objects"));
+        tav_log(1, kNoStamp, 0, 0, "");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "one 1\ntwo objects\n\n");
+    }
+    {
+        LogDestination destination("stdout");
+        testing::internal::CaptureStdout();
+        tav_log_emit(0, 1, kNoStamp, 0, 0, "emitted");
+        fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "emitted\n");
+    }
+    {
+        LogDestination destination("syslog");
+        luvia_test::takeSyslog();
+        for (uint32_t type : {0u, 1u, 2u, 3u}) tav_log(type, kNoStamp, 0, 0, "type %u", type);
+        const auto lines = luvia_test::takeSyslog();
+        ASSERT_EQ(lines.size(), 4u);
+        for (size_t type = 0; type < 4; ++type) {
+            EXPECT_EQ(lines[type].first, type % 2 == 0 ? 3 : 5) << "an error or a notice";
+            EXPECT_EQ(lines[type].second, "type " + std::to_string(type));
+        }
+    }
+    {
+        LogDestination destination("bbuf");
+        EXPECT_TRUE(zoAdopt(TavNote_CopyAndClearNoteBBuf()));
+        tav_log(1, kNoStamp, 0, 0, "collected %d", 1);
+        tav_log(1, kNoStamp, 0, 0, "collected %@", ZOSTR("2"));
+        const auto collected = zoAdopt(TavNote_CopyAndClearNoteBBuf());
+        std::string text(LuBlockBufferGetDataLength(collected.get()), 'x');
+        LuBlockBufferCopyDataBytes(collected.get(), 0, text.size(), text.data());
+        EXPECT_EQ(text, std::string("collected 1\n\0collected 2\n\0", 26));
+        EXPECT_EQ(LuBlockBufferGetDataLength(zoAdopt(TavNote_CopyAndClearNoteBBuf()).get()), 0u);
+    }
+    {
+        LogDestination destination("ring");
+        EXPECT_FALSE(zoAdopt(TavNote_CopyAndClearNoteBBuf())) << "nothing but with the block buffer";
+        testing::internal::CaptureStderr();
+        tav_log(1, kNoStamp, 0, 0, "formatted and dropped");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
+    // Off: no argument is touched.
+    LogDestination destination("off");
+    tav_log(1, kNoStamp, 0, 0, "%s", reinterpret_cast<const char*>(1));
+    tav_log(1, kNoStamp, 0, 0, nullptr);
+}
+
+TEST(Log, writesTimeStampsAsAsked)
+{
+    struct Row {
+        uint32_t flags;
+        const char* pattern;
+    };
+    LogDestination destination("stderr");
+    for (const Row& row :
+         {Row{kTavLogFlag_LocalTime, R"(\[\d\d:\d\d:\d\d\.\d\d\d\] x\n)"},
+          Row{kTavLogFlag_TimeSinceStart, R"(\[\d\d:\d\d\.\d{6}\] x\n)"}, Row{kTavLogFlag_Blank, R"(\[ \] x\n)"},
+          Row{kTavLogFlag_LocalTime | 4, R"(\[\d\d:\d\d:\d\d\.\d\d\d\] x\n)"}}) {
+        testing::internal::CaptureStderr();
+        tav_log(1, row.flags, 0, 0, "x");
+        const std::string line = testing::internal::GetCapturedStderr();
+        EXPECT_TRUE(std::regex_match(line, std::regex(row.pattern))) << line;
+    }
+}
+
+TEST(Log, neverCutsALongLine)
+{
+    LogDestination destination("stderr");
+    for (size_t length : {1534, 1535, 1536, 1537, 20000}) {
+        const std::string text(length, 'y');
+        testing::internal::CaptureStderr();
+        tav_log(1, kNoStamp, 0, 0, "%s", text.c_str());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), text + "\n") << length;
+    }
+    const std::string format = std::string(509, 'f') + "%d%d";  // the second conversion is cut off
+    testing::internal::CaptureStderr();
+    tav_log(1, kNoStamp, 0, 0, format.c_str(), 5, 6);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(509, 'f') + "5\n");
+}
+
+TEST_F(ExternalLog, beginsWithItsBannerAndGoesOnBehindWhatIsThere)
+{
+    open();
+    EXPECT_EQ(gTavLogControl, kTavLogControl_ExternalFile);
+    tav_log(1, kNoStamp, 0, 0, "first");
+    open();
+    tav_log(1, kNoStamp, 0, 0, "second");
+    const std::string contents = contentsOf(path_);
+    EXPECT_TRUE(std::regex_search(contents, std::regex("^\n\n\n=== New Log Starting At \\w{3} \\w{3} [ \\d]\\d "
+                                                       "\\d\\d:\\d\\d:\\d\\d \\d{4} ={61}\nfirst\n\n\n\n=== New")))
+        << contents;
+    EXPECT_EQ(linesOf(contents), std::vector<std::string>{"second"});
+}
+
+TEST_F(ExternalLog, startsAfreshPastItsLimit)
+{
+    setPreference(ZOSTR("tav_notes_log_limit"), "1000");  // raised to 65536
+    open();
+    const std::string line(999, 'z');
+    for (int i = 0; i < 64; ++i) tav_log(1, kNoStamp, 0, 0, "%s", line.c_str());
+    EXPECT_EQ(linesOf(contentsOf(path_)).size(), 64u) << "64,000 bytes and a banner are within the limit";
+    for (int i = 0; i < 3; ++i) tav_log(1, kNoStamp, 0, 0, "%s", line.c_str());
+    const std::string contents = contentsOf(path_);
+    EXPECT_EQ(contents.find("\n\n\n=== New Log"), 0u);
+    EXPECT_LT(linesOf(contents).size(), 3u);
+}
+
+TEST_F(ExternalLog, countsWhatTheFileHeldBefore)
+{
+    FILE* file = fopen(path_.c_str(), "w");
+    fputs(std::string(70000, 'o').c_str(), file);
+    fclose(file);
+    setPreference(ZOSTR("tav_notes_log_limit"), int64_t{65536});
+    open();
+    tav_log(1, kNoStamp, 0, 0, "the line that is too much");
+    EXPECT_EQ(contentsOf(path_).find('o' + std::string("oo")), std::string::npos);
+    EXPECT_TRUE(linesOf(contentsOf(path_)).empty());
+}
+
+TEST_F(ExternalLog, fallsBackOnTheSystemLogWhereItCannotBeOpened)
+{
+    setPreference(ZOSTR("tav_notes_log"), "/nonexistent/folder/tav.log");
+    open();
+    EXPECT_EQ(gTavLogControl, kTavLogControl_Syslog);
+    setPreference(ZOSTR("tav_notes_log"), "/dev/full");  // opens, and takes nothing
+    open();
+    tav_log(1, kNoStamp, 0, 0, "lost, and nobody is told");
+    SUCCEED();
+}
+
+TEST_F(ExternalLog, hasAPublicName)
+{
+    setPreference(ZOSTR("tav_notes"), "public");
+    ASSERT_EQ(gTavLogControl, kTavLogControl_ExternalFile);
+    bool found = false;
+    for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
+        const std::string name = entry.path().filename();
+        if (!std::regex_match(name, std::regex(R"(luviad_log_\d{4}-\d\d-\d\d-\d{6}\.txt)"))) continue;
+        found = true;
+        unlink(entry.path().c_str());
+    }
+    EXPECT_TRUE(found);
+}
+
+// No line is lost or torn, and each thread's lines stay in order.
+TEST_F(ExternalLog, takesLinesFromManyThreads)
+{
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr int kThreads = 8, kLines = 2000;
+#else
+    constexpr int kThreads = 8, kLines = 100000;
+#endif
+    open();
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread)
+        threads.emplace_back([thread] {
+            for (int line = 0; line < kLines; ++line)
+                tav_log(1, kNoStamp, 0, 0, "thread %d line %d %@", thread, line,
+                        line % 100 == 0 ? ZOSTR("object") : ZOSTR(""));
+        });
+    for (std::thread& thread : threads) thread.join();
+    int next[kThreads] = {};
+    const auto lines = linesOf(contentsOf(path_));
+    for (const std::string& line : lines) {
+        int thread = -1, number = -1, used = 0;
+        ASSERT_EQ(sscanf(line.c_str(), "thread %d line %d %n", &thread, &number, &used), 2) << line;
+        ASSERT_TRUE(thread >= 0 && thread < kThreads) << line;
+        ASSERT_EQ(line.substr(static_cast<size_t>(used)), number % 100 == 0 ? "object" : "") << line;
+        ASSERT_EQ(number, next[thread]++) << line;
+    }
+    EXPECT_EQ(lines.size(), size_t{kThreads} * kLines);
+}
+
+}  // namespace
