@@ -33,13 +33,20 @@ void allocatorFinalize(ZoTypeRef object)
     if (context.release) context.release(context.info);
 }
 
+ZoStringRef allocatorCopyDescription(ZoTypeRef object)
+{
+    const ZoAllocatorContext& context = static_cast<ZoAllocatorRef>(object)->context;
+    return context.copyDescription ? context.copyDescription(context.info) : nullptr;
+}
+
 }  // namespace
 
 constinit const ZoAllocatorRef kZoAllocatorDefault = &kDefaultAllocator;
 constinit const ZoAllocatorRef kZoAllocatorMalloc = &kMallocAllocator;
 constinit const ZoAllocatorRef kZoAllocatorNull = &kNullAllocator;
 
-const ZoRuntimeClass __ZoAllocatorClass = {.className = "ZoAllocator", .finalize = allocatorFinalize};
+const ZoRuntimeClass __ZoAllocatorClass = {
+    .className = "ZoAllocator", .finalize = allocatorFinalize, .copyDebugDesc = allocatorCopyDescription};
 
 ZoTypeID ZoAllocatorGetTypeID() { return kZoTypeIDAllocator; }
 

@@ -119,6 +119,7 @@ static inline ZoMutableStringRef stringAllocate(ZoAllocatorRef allocator, ZoInde
     auto* string = zoCreateBare<ZoString_>(allocator, kZoTypeIDString, &__ZoStringClass, tailBytes);
     if (!string) return nullptr;
     string->base.info |= flags;
+    if (!(flags & (kZoStringMutable | kZoStringBorrowed))) string->base.info |= kZoInfoNeedsNoFinalizer;
     string->contents = nullptr;
     string->length = 0;
     string->hashOrCapacity = 0;

@@ -37,6 +37,7 @@ TEST(Description, isTheSameForEqualContents)
     auto inner = zoAdopt<ZoTypeRef>(ZoArrayCreate(nullptr, values, 2, &kZoTypeArrayCallBacks));
     const void* nested[] = {inner.get(), inner.get()};
     const void* pointers[] = {bytes};
+    const ZoAllocatorContext context = {.copyDescription = [](const void*) { return ZOSTR("a pool"); }};
     const struct {
         ZoRef<ZoTypeRef> object;
         std::string text;
@@ -45,6 +46,7 @@ TEST(Description, isTheSameForEqualContents)
         {ZoRef<ZoTypeRef>::retain(kZoNull), "null"},
         {ZoRef<ZoTypeRef>::retain(kZoBooleanTrue), "true"},
         {ZoRef<ZoTypeRef>::retain(kZoAllocatorDefault), "<ZoAllocator>"},
+        {zoAdopt<ZoTypeRef>(ZoAllocatorCreate(nullptr, &context)), "a pool"},
         {number(kZoNumberSInt64Type, INT64_MIN), "-9223372036854775808"},
         {number(kZoNumberSInt128Type, ZoSInt128{INT64_MIN, 0}), "-170141183460469231731687303715884105728"},
         {number(kZoNumberDoubleType, 0.1), "0.1"},
