@@ -83,8 +83,10 @@ TEST(SignalSource, CallsTheHandlerThatStoodBeforeAndServesSeveralSources)
         kill(getpid(), SIGUSR2);
         EXPECT_TRUE(second.seen.await(2)) << "still watched for the other source";
         EXPECT_EQ(first.seen.step(), 1);
-        second.source.reset();  // released without being cancelled
-        sync(second.queue, [] {});
+        dispatch_set_finalizer_f(second.source,
+                                 [](void* context) { static_cast<Watcher*>(context)->cancelled.reach(9); });
+        second.source.reset();  // without being cancelled
+        EXPECT_TRUE(second.cancelled.await(9));
     }
     EXPECT_NE(dispositionOf(SIGUSR2).sa_flags & SA_SIGINFO, SA_SIGINFO) << "the plain handler stands again";
     signal(SIGUSR2, SIG_DFL);

@@ -1,0 +1,206 @@
+#include "Core/TavFormatDescription/TavFormatDescriptionPrivate.h"
+#include "Foundation/ZoPropertyList.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Platform/Common/CommonThread.h"
+#include "Platform/Common/TavLog.h"
+#include "Platform/Ostra/OstraDebug.h"
+#include "Platform/Ostra/OstraThread.h"
+#include "Utilities/TavZoUtilities.h"
+
+ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimSampleDescription, "VerbatimSampleDescription");
+ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimISOSampleEntry, "VerbatimISOSampleEntry");
+ZO_DEFINE_STRING(kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms, "SampleDescriptionExtensionAtoms");
+
+struct LuFormatDescription_ {
+    ZoRuntimeBase base;
+    LuMediaType mediaType;  // 0 until the object is complete
+    OSType mediaSubType;
+    ZoDictionaryRef extensions;  // retained, may be absent
+    // derived storage follows
+};
+static_assert(sizeof(LuFormatDescription_) % 8 == 0 && sizeof(TavDerivedFormatDescriptionCallbacks) == 36);
+
+static LuFormatDescription_* asDescription(ZoTypeRef object)
+{
+    return static_cast<LuFormatDescription_*>(const_cast<void*>(object));
+}
+
+// MARK: the class
+
+static void tavFormatDescriptionInit(ZoTypeRef object)
+{
+    LuFormatDescription_* description = asDescription(object);
+    description->mediaType = 0;
+    description->mediaSubType = 0;
+    description->extensions = nullptr;
+}
+
+static void tavFormatDescriptionFinalize(ZoTypeRef object)
+{
+    LuFormatDescription_* description = asDescription(object);
+    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKindOrGeneric(description->mediaType);
+    if (kind && kind->finalize) kind->finalize(description);
+    if (description->extensions) ZoRelease(description->extensions);
+    description->extensions = nullptr;
+}
+
+static Boolean tavFormatDescriptionEqual(ZoTypeRef object1, ZoTypeRef object2)
+{
+    return LuFormatDescriptionEqualIgnoringExtensionKeys(asDescription(object1), asDescription(object2), nullptr,
+                                                         nullptr);
+}
+
+static ZoStringRef tavFormatDescriptionKindName(LuMediaType mediaType)
+{
+    switch (mediaType) {
+        case kLuMediaType_Video: return ZOSTR("Video");
+        case kLuMediaType_AuxiliaryPicture: return ZOSTR("AuxiliaryPicture");
+        case kLuMediaType_Audio: return ZOSTR("Audio");
+        case kLuMediaType_Metadata: return ZOSTR("Metadata");
+        case kLuMediaType_Muxed: return ZOSTR("Muxed");
+        case kLuMediaType_TaggedBufferGroup: return ZOSTR("TaggedBufferGroup");
+        case kLuMediaType_Text: return ZOSTR("Text");
+        case kLuMediaType_ClosedCaption: return ZOSTR("ClosedCaption");
+        case kLuMediaType_Subtitle: return ZOSTR("Subtitle");
+        case kLuMediaType_Scene: return ZOSTR("Scene");
+        case kLuMediaType_PointCloud: return ZOSTR("PointCloud");
+        default: return ZOSTR("");
+    }
+}
+
+static ZoStringRef tavFormatDescriptionCopyDebugDesc(ZoTypeRef object)
+{
+    const LuFormatDescription_* description = asDescription(object);
+    const OSType type = description->mediaType, subType = description->mediaSubType;
+    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKindOrGeneric(type);
+    const auto mediaSpecific = zoAdopt(kind && kind->copyDebugDesc ? kind->copyDebugDesc(description) : nullptr);
+    return ZoStringCreateWithFormat(
+        nullptr, nullptr,
+        ZOSTR("<Lu%@FormatDescription %p [%p]> {\n\tmediaType:'%c%c%c%c' \n\tmediaSubType:'%c%c%c%c' "
+              "\n\tmediaSpecific: {\n%@ \n\t} \n\textensions: {%@}\n}"),
+        tavFormatDescriptionKindName(type), object, static_cast<const void*>(ZoGetAllocator(object)), type >> 24 & 0xFF,
+        type >> 16 & 0xFF, type >> 8 & 0xFF, type & 0xFF, subType >> 24 & 0xFF, subType >> 16 & 0xFF,
+        subType >> 8 & 0xFF, subType & 0xFF, mediaSpecific.get(), description->extensions);
+}
+
+static ZoTypeID sTypeID;
+
+static void tavFormatDescriptionRegisterClass()
+{
+    static constexpr ZoRuntimeClass kClass = {.version = 0,
+                                              .className = "LuFormatDescription",
+                                              .init = tavFormatDescriptionInit,
+                                              .copy = nullptr,
+                                              .finalize = tavFormatDescriptionFinalize,
+                                              .equal = tavFormatDescriptionEqual,
+                                              .hash = nullptr,
+                                              .copyFormattingDesc = nullptr,
+                                              .copyDebugDesc = tavFormatDescriptionCopyDebugDesc,
+                                              .unused = {}};
+    sTypeID = _ZoRuntimeRegisterClass(&kClass);
+}
+
+ZoTypeID LuFormatDescriptionGetTypeID(void)
+{
+    static TavThreadOnce sOnce = PTHREAD_ONCE_INIT;
+    TavThreadRunOnce(&sOnce, tavFormatDescriptionRegisterClass);
+    return sTypeID;
+}
+
+// MARK: creation
+
+static OSStatus tavFormatDescriptionSignalExtensions(ZoDictionaryRef extensions)
+{
+    const OSStatus status =
+        TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "couldn't copy extensions dictionary");
+    tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0,
+            TAV_SUBSYSTEM
+            " %s: Failed since extensions dictionary contains key/value that cannot be in a property list",
+            __func__);
+    tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: extensions: %@", __func__, extensions);
+    TavLogBacktrace();
+    return status;
+}
+
+OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
+                                           ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut)
+{
+    if (!descriptionOut) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "NULL == descOut");
+    if (mediaType == 0) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!mediaType");
+    if (!tavFormatDescriptionRegistryExists())
+        return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!sTavFormatDescriptionRegistry");
+    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionFindKind(mediaType);
+    if (!kind) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "unregistered mediaType");
+
+    constexpr size_t kFieldBytes = sizeof(LuFormatDescription_) - sizeof(ZoRuntimeBase);
+    ZoIndex extraBytes;
+    ZoRef<LuFormatDescriptionRef> description;
+    if (!__builtin_add_overflow(kFieldBytes, kind->derivedStorageSize, &extraBytes))
+        description = zoAdopt(static_cast<LuFormatDescriptionRef>(
+            _ZoRuntimeCreateInstance(allocator, LuFormatDescriptionGetTypeID(), extraBytes, nullptr)));
+    if (!description) return TAV_SIGNAL(kTavFormatDescriptionError_AllocationFailed, "allocation failed");
+
+    LuFormatDescription_* fields = asDescription(description.get());
+    fields->mediaType = mediaType;
+    fields->mediaSubType = mediaSubType;
+    if (extensions) {
+        constexpr ZoOptionFlags kImmutable = 0;
+        fields->extensions =
+            static_cast<ZoDictionaryRef>(ZoPropertyListCreateDeepCopy(allocator, extensions, kImmutable));
+        if (!fields->extensions) {
+            description.reset();
+            return tavFormatDescriptionSignalExtensions(extensions);
+        }
+    }
+    *descriptionOut = description.release();
+    return 0;
+}
+
+OSStatus LuFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
+                                   ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut)
+{
+    if (!descriptionOut) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!outDesc");
+    tavFormatDescriptionRegisterGenericKind();
+    return TavDerivedFormatDescriptionCreate(allocator, mediaType, mediaSubType, extensions, descriptionOut);
+}
+
+// MARK: fields
+
+void* TavDerivedFormatDescriptionGetDerivedStorage(LuFormatDescriptionRef description)
+{
+    if (description) return asDescription(description) + 1;
+    (void)TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!desc");
+    return nullptr;
+}
+
+LuMediaType LuFormatDescriptionGetMediaType(LuFormatDescriptionRef description)
+{
+    return description ? description->mediaType : 0;
+}
+
+OSType LuFormatDescriptionGetMediaSubType(LuFormatDescriptionRef description)
+{
+    return description ? description->mediaSubType : 0;
+}
+
+ZoDictionaryRef LuFormatDescriptionGetExtensions(LuFormatDescriptionRef description)
+{
+    return description ? description->extensions : nullptr;
+}
+
+ZoPropertyListRef LuFormatDescriptionGetExtension(LuFormatDescriptionRef description, ZoStringRef key)
+{
+    return TavZoDictionaryGetValue(LuFormatDescriptionGetExtensions(description), key);
+}
+
+LuFormatDescriptionRef TavFormatDescriptionRetain(LuFormatDescriptionRef description)
+{
+    if (description) ZoRetain(description);
+    return description;
+}
+
+void TavFormatDescriptionRelease(LuFormatDescriptionRef description)
+{
+    if (description) ZoRelease(description);
+}
