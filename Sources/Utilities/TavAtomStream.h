@@ -145,4 +145,15 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStreamWithSize(LuByteStreamRef 
 OSStatus TavAtomUtilityGetAtomTypeAndLengthInBBuf(LuBlockBufferRef blockBuffer, size_t offset, OSType* typeOut,
                                                   int64_t* sizeOut, size_t* headerSizeOut);
 
+// What went wrong, for reporters and for people.
+
+typedef struct AtomTypeText {
+    char text[11];
+} AtomTypeText;
+/// The four characters if all are printable, else "0x" and eight hexadecimal digits.
+AtomTypeText AtomTypeToString(OSType type);
+/// Adds a message to the reporter: status, text, and the atom's type unless it is 0. Nothing happens without a
+/// reporter.
+void AtomStreamReportErrorMessage(TavAssetAnalysisReporterRef reporter, OSStatus status, OSType type, const char* text);
+
 ZO_EXTERN_C_END

@@ -9,12 +9,6 @@
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavAtomStream.h"
 
-struct AtomTypeText {
-    char text[11];
-};
-/// The four characters if all are printable, else "0x" and eight hexadecimal digits.
-AtomTypeText AtomTypeToString(OSType type);
-
 /// A failure with its text, which is cut at the end of its buffer. Made only where something failed.
 struct AtomStreamFailure {
     OSStatus code;

@@ -40,6 +40,7 @@ LuBlockBufferRef asBlockBuffer(const void* source) { return static_cast<LuBlockB
 OSStatus bbufReadBytes(const void* source, int64_t, size_t count, int64_t offset, void* destination, size_t* countRead)
 {
     *countRead = 0;
+    if (count == 0) return 0;
     TAV_TRY(LuBlockBufferCopyDataBytes(asBlockBuffer(source), static_cast<size_t>(offset), count, destination));
     *countRead = count;
     return 0;
