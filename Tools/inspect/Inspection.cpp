@@ -137,9 +137,10 @@ private:
     void printField(const PayloadField& field)
     {
         if (options_.json)
-            fprintf(out_, ",\"%s\":%s", field.name, field.isNumber ? field.value.c_str() : quoted(field.value).c_str());
+            fprintf(out_, ",\"%s\":%s", field.name.c_str(),
+                    field.isNumber ? field.value.c_str() : quoted(field.value).c_str());
         else
-            fprintf(out_, "  %s %s", field.name, field.value.c_str());
+            fprintf(out_, "  %s %s", field.name.c_str(), field.value.c_str());
     }
 
     void descend(const TavAtomStream& stream, size_t childrenOffset, const TavAtomParent& self, int depth)

@@ -11,7 +11,7 @@
 
 /// One value of a box. Numbers are printed as they stand, texts quoted where the format asks for it.
 struct PayloadField {
-    const char* name;
+    std::string name;
     std::string value;
     bool isNumber = false;
 };
