@@ -34,9 +34,10 @@ struct Header {
     uint8_t uuid[16] = {};
 };
 
-OSStatus refuse(const TavAtomStream& stream, const HeaderSearch& search, OSType type, AtomStreamFailure failure)
+OSStatus refuse(const TavAtomStream& stream, const HeaderSearch& search, OSType type, const AtomStreamFailure& failure,
+                const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
 {
-    return atomStreamRefuse(stream.reporter, failure, type, search.signalErrors);
+    return atomStreamRefuse(stream.reporter, failure, type, search.signalErrors, function, __FILE__, line);
 }
 
 // Reads one part of a header; what the source does not give ends the walk.

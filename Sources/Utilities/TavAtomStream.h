@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "Core/TavBlockBuffer/LuBlockBuffer.h"
+#include "Core/TavBlockBuffer/TavBlockBuffer.h"
 #include "DataIO/TavByteStreams/LuByteStream.h"
 #include "Platform/Common/LuBase.h"
 #include "Utilities/TavAssetAnalysisSupport.h"
@@ -53,6 +53,7 @@ typedef struct TavAtomStream {
     const uint8_t* window;  ///< memory of the source around the cursor: bytes `windowStart` to `windowEnd`
     int64_t windowStart;
     int64_t windowEnd;
+    TavBlockBufferPlace place;  ///< of the window, where the source is a block buffer
 } TavAtomStream;
 
 // Opening. Each puts the cursor on the first atom. `offset` is where the run starts in the source, `allowZeroSizeAtom`
@@ -144,5 +145,16 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStreamWithSize(LuByteStreamRef 
                                                                 size_t* headerSizeOut);
 OSStatus TavAtomUtilityGetAtomTypeAndLengthInBBuf(LuBlockBufferRef blockBuffer, size_t offset, OSType* typeOut,
                                                   int64_t* sizeOut, size_t* headerSizeOut);
+
+// What went wrong, for reporters and for people.
+
+typedef struct AtomTypeText {
+    char text[11];
+} AtomTypeText;
+/// The four characters if all are printable, else "0x" and eight hexadecimal digits.
+AtomTypeText AtomTypeToString(OSType type);
+/// Adds a message to the reporter: status, text, and the atom's type unless it is 0. Nothing happens without a
+/// reporter.
+void AtomStreamReportErrorMessage(TavAssetAnalysisReporterRef reporter, OSStatus status, OSType type, const char* text);
 
 ZO_EXTERN_C_END

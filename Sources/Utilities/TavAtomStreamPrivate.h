@@ -9,12 +9,6 @@
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavAtomStream.h"
 
-struct AtomTypeText {
-    char text[11];
-};
-/// The four characters if all are printable, else "0x" and eight hexadecimal digits.
-AtomTypeText AtomTypeToString(OSType type);
-
 /// A failure with its text, which is cut at the end of its buffer. Made only where something failed.
 struct AtomStreamFailure {
     OSStatus code;
@@ -32,6 +26,9 @@ OSStatus atomStreamRefuse(TavAssetAnalysisReporterRef reporter, const AtomStream
                           bool signalError, const char* function = __builtin_FUNCTION(),
                           const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
+/// What the window does not hold.
+OSStatus atomStreamReadOutsideOfWindow(const TavAtomStream& stream, size_t count, int64_t offset, void* destination,
+                                       size_t* countRead);
 /// From the window where the range lies inside of it, else from the source. `countRead` may come out smaller.
 inline OSStatus atomStreamRead(const TavAtomStream& stream, size_t count, int64_t offset, void* destination,
                                size_t* countRead)
@@ -42,7 +39,7 @@ inline OSStatus atomStreamRead(const TavAtomStream& stream, size_t count, int64_
         *countRead = count;
         return 0;
     }
-    return stream.readBytes(stream.source, stream.sourceLength, count, offset, destination, countRead);
+    return atomStreamReadOutsideOfWindow(stream, count, offset, destination, countRead);
 }
 
 /// A contiguous block buffer of what the source gives, at most `count` bytes.

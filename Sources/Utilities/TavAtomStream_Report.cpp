@@ -41,17 +41,16 @@ static void setNumber(ZoMutableDictionaryRef dictionary, ZoStringRef key, int32_
         ZoDictionarySetValue(dictionary, key, number.get());
 }
 
-static void AtomStreamReportErrorMessage(TavAssetAnalysisReporterRef reporter, const AtomStreamFailure& failure,
-                                         OSType type)
+void AtomStreamReportErrorMessage(TavAssetAnalysisReporterRef reporter, OSStatus status, OSType type, const char* text)
 {
     if (!reporter) return;
     const auto message = zoAdopt(
         ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
     if (!message) return;
-    setNumber(message.get(), kTavAssetAnalysisMovieMessageKey_FailureCode, failure.code);
+    setNumber(message.get(), kTavAssetAnalysisMovieMessageKey_FailureCode, status);
     if (type != 0) setNumber(message.get(), kTavAssetAnalysisAtomStreamMessageKey_AtomType, static_cast<int32_t>(type));
-    if (const auto text = zoAdopt(ZoStringCreateWithCString(nullptr, failure.text, kZoStringEncodingASCII)))
-        ZoDictionarySetValue(message.get(), kTavAssetAnalysisKey_DiagnosticInformation, text.get());
+    if (const auto diagnostic = zoAdopt(ZoStringCreateWithCString(nullptr, text, kZoStringEncodingASCII)))
+        ZoDictionarySetValue(message.get(), kTavAssetAnalysisKey_DiagnosticInformation, diagnostic.get());
     setNumber(message.get(), kTavAssetAnalysisKey_AnalysisType, LU_FOURCC('a', 't', 'o', 'm'));
     TavAssetAnalysisReporterAddMessage(reporter, message.get());
 }
@@ -62,6 +61,6 @@ OSStatus atomStreamRefuse(TavAssetAnalysisReporterRef reporter, const AtomStream
     if (signalError)
         TavSignalErrorAt3(kTavSignalFormat, 0, failure.code, atomStreamErrorName(failure.code), failure.text,
                           TAV_SUBSYSTEM, function, file, line, __builtin_return_address(0), 0);
-    AtomStreamReportErrorMessage(reporter, failure, type);
+    AtomStreamReportErrorMessage(reporter, failure.code, type, failure.text);
     return failure.code;
 }

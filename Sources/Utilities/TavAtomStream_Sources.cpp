@@ -116,12 +116,32 @@ void atomStreamFindWindow(TavAtomStream& stream, int64_t offset)
     if (stream.readBytes != bbufReadBytes) return;  // memory is one window, byte streams have none
     char* pointer = nullptr;
     size_t length = 0;
-    if (LuBlockBufferGetDataPointer(asBlockBuffer(stream.source), static_cast<size_t>(offset), &length, nullptr,
-                                    &pointer) != 0)
+    if (TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset), &stream.place,
+                                         &length, &pointer) != 0)
         return;
     stream.window = reinterpret_cast<const uint8_t*>(pointer);
     stream.windowStart = offset;
     stream.windowEnd = atomStreamSaturatingAdd(offset, length);
+}
+
+OSStatus atomStreamReadOutsideOfWindow(const TavAtomStream& stream, size_t count, int64_t offset, void* destination,
+                                       size_t* countRead)
+{
+    if (stream.readBytes != bbufReadBytes)
+        return stream.readBytes(stream.source, stream.sourceLength, count, offset, destination, countRead);
+    // What straddles pieces is gathered from the cursor's place on, and not by a look-up from the start.
+    TavBlockBufferPlace place = stream.place;
+    auto* to = static_cast<uint8_t*>(destination);
+    for (*countRead = 0; *countRead < count;) {
+        char* run = nullptr;
+        size_t length = 0;
+        TAV_TRY(TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset) + *countRead,
+                                                 &place, &length, &run));
+        length = std::min(length, count - *countRead);
+        memcpy(to + *countRead, run, length);
+        *countRead += length;
+    }
+    return 0;
 }
 
 OSStatus atomStreamReadContiguous(const TavAtomStream& stream, size_t count, int64_t offset,

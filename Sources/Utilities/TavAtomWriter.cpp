@@ -65,7 +65,10 @@ OSStatus TavAtomWriterInitWithParent(TavAtomWriter* parent, TavAtomWriter* write
 OSStatus TavAtomWriterBeginAtom(TavAtomWriter* writer, OSType type, uint8_t isWide)
 {
     if (writer->atomStarted) return TAV_SIGNAL(kTavAtomWriter_NewAtomAlreadyStarted, "Previous atom not ended");
-    if (writer->parent) TAV_TRY(atomWriterRequireStarted(writer->parent));
+    if (writer->parent) {
+        TAV_TRY(atomWriterRequireStarted(writer->parent));
+        writer->byteStream = writer->parent->byteStream;  // it makes a new one for each of its atoms
+    }
     if (!writer->parent && writer->blockBuffer && !writer->byteStream)
         TAV_TRY(LuByteStreamCreateWritableForBlockBuffer(nullptr, writer->blockBuffer, 0, nullptr, nullptr,
                                                          &writer->byteStream));

@@ -1,5 +1,5 @@
 // What the framework itself uses of block buffers, beyond LuBlockBuffer.h: null-safe ownership, the origin of a byte,
-// and the cursor that walks a buffer from piece to piece.
+// and two ways from piece to piece: look-ups that remember their place, and a cursor.
 
 #pragma once
 
@@ -17,6 +17,24 @@ OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t o
                                                size_t* totalLengthOut, char** dataPointerOut,
                                                LuBlockBufferRef* returnedOriginBBuf,
                                                size_t* returnedOffsetWithinOriginBBuf);
+
+/// Where a look-up ended: a plain record, zero at first, which may be copied and retains nothing. Borrows the buffer.
+enum { kTavBlockBufferPlaceDepth = 3 };
+typedef struct TavBlockBufferPlace {
+    int32_t depth;  ///< of the levels in use; from the buffer itself inwards, through references
+    struct {
+        LuBlockBufferRef table;
+        int32_t index;
+        size_t within;  ///< bytes into piece `index`, at offset `at` of the whole buffer
+        size_t at;
+        size_t end;  ///< what of the buffer this level holds
+    } levels[kTavBlockBufferPlaceDepth];
+} TavBlockBufferPlace;
+
+/// As LuBlockBufferGetDataPointer, and goes on from `place`, which must be zero or of an earlier look-up in the same
+/// buffer: look-ups at rising offsets take time linear in the number of pieces altogether. Nothing is signalled.
+OSStatus TavBlockBufferGetDataPointerNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* place,
+                                          size_t* lengthAtOffsetOut, char** dataPointerOut);
 
 /// Makes block buffers attachment bearers; done by itself before there is one.
 void TavAttachmentsRegisterBlockBuffer(void);

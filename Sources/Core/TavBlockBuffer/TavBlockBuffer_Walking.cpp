@@ -67,6 +67,33 @@ struct TavBlockBufferWalk {
         }
         return kTavBlockBufferBadOffsetParameterErr;
     }
+
+    // The same, from the deepest level of `memo` that holds the offset, and noting down the levels that are passed.
+    static OSStatus findNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* memo, Place* place)
+    {
+        const size_t total = LuBlockBufferGetDataLength(buffer);
+        if (offset >= total) return kTavBlockBufferBadOffsetParameterErr;
+        *place = {buffer, 0, offset, total - offset};
+        int32_t level = memo->depth;
+        for (; level > 0; --level) {
+            const auto& known = memo->levels[level - 1];
+            if (offset < known.at || offset >= known.end) continue;
+            *place = {known.table, known.index, known.within + (offset - known.at), known.end - offset};
+            --level;
+            break;
+        }
+        for (uint32_t depth = 0; depth < kMaximumReferenceDepth; ++depth) {
+            if (!settle(place)) break;
+            if (level < kTavBlockBufferPlaceDepth)
+                memo->levels[level++] = {place->table, place->index, place->within, offset, offset + place->left};
+            memo->depth = level;
+            if (!piece(*place).isReference()) return 0;
+            Place rest;
+            if (!enter(place, &rest)) break;
+        }
+        memo->depth = 0;
+        return kTavBlockBufferBadOffsetParameterErr;
+    }
 };
 
 using Walk = TavBlockBufferWalk;
@@ -167,6 +194,16 @@ OSStatus LuBlockBufferGetDataPointer(LuBlockBufferRef theBuffer, size_t offset, 
     }
     Walk::Place place;
     return lookUp(theBuffer, offset, lengthAtOffsetOut, totalLengthOut, dataPointerOut, &place);
+}
+
+OSStatus TavBlockBufferGetDataPointerNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* place,
+                                          size_t* lengthAtOffsetOut, char** dataPointerOut)
+{
+    *lengthAtOffsetOut = 0;
+    *dataPointerOut = nullptr;
+    Walk::Place found;
+    TAV_TRY(Walk::findNear(buffer, offset, place, &found));
+    return Walk::run(found, dataPointerOut, lengthAtOffsetOut);
 }
 
 OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t offset, size_t* lengthAtOffsetOut,

@@ -162,6 +162,7 @@ static bool tagIsOrderly(const LuTag& tag)
 OSStatus tagCollectionInsertMany(LuTagCollection_* collection, const LuTag* tags, ZoIndex tagCount)
 {
     constexpr ZoIndex kFewTags = 64, kMostUnorderlyTags = 16384;
+    if (tagCount <= 0) return 0;
     const bool orderly = std::all_of(tags, tags + tagCount, tagIsOrderly) &&
                          std::all_of(collection->tags, collection->tags + collection->count, tagIsOrderly);
     if (tagCount <= kFewTags || !orderly) {
