@@ -1,5 +1,5 @@
-// bar: SerialAsyncAndWait_luvia <= 1.5 * SerialAsyncAndWait_mutexAndCondition
-// Beside the ratio: items_per_second of the first is to be at least 2e6.
+// bar: SerialAsyncAndWait_luvia/real_time <= 1.5 * SerialAsyncAndWait_mutexAndCondition/real_time
+// bar: SerialAsyncAndWait_luvia/real_time >= 2e6 items/s
 
 #include <benchmark/benchmark.h>
 #include <dispatch/dispatch.h>

@@ -1,6 +1,5 @@
 #include "Utilities/TavDispatchUtilities.h"
 
-#include <atomic>
 #include <memory>
 #include <new>
 
@@ -8,6 +7,7 @@
 #include "Foundation/ZoString.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavSignal.h"
+#include "Platform/Ostra/OstraAtomics.h"
 
 // MARK: queues
 
@@ -38,7 +38,7 @@ OSStatus TavDispatchQueueSetPriorityAndClientPID(dispatch_queue_t queue, uint32_
 void TavDispatchOnceInitWithinObject(dispatch_once_t* once)
 {
     *once = 0;
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    TavMemoryBarrier();
 }
 
 // MARK: deferred release

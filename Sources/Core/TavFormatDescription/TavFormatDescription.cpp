@@ -110,17 +110,14 @@ ZoTypeID LuFormatDescriptionGetTypeID(void)
 
 // MARK: creation
 
-static OSStatus tavFormatDescriptionSignalExtensions(ZoDictionaryRef extensions)
+static void tavFormatDescriptionLogExtensions(const char* function, ZoDictionaryRef extensions)
 {
-    const OSStatus status =
-        TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "couldn't copy extensions dictionary");
     tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0,
             TAV_SUBSYSTEM
             " %s: Failed since extensions dictionary contains key/value that cannot be in a property list",
-            __func__);
-    tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: extensions: %@", __func__, extensions);
+            function);
+    tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: extensions: %@", function, extensions);
     TavLogBacktrace();
-    return status;
 }
 
 OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
@@ -150,7 +147,10 @@ OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType
             static_cast<ZoDictionaryRef>(ZoPropertyListCreateDeepCopy(allocator, extensions, kImmutable));
         if (!fields->extensions) {
             description.reset();
-            return tavFormatDescriptionSignalExtensions(extensions);
+            const OSStatus status =
+                TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "couldn't copy extensions dictionary");
+            tavFormatDescriptionLogExtensions(__func__, extensions);
+            return status;
         }
     }
     *descriptionOut = description.release();

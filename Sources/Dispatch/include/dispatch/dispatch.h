@@ -1,5 +1,6 @@
 // Task queues under libdispatch's header and names, for systems that do not package it: function forms only.
 // Everything here may be called from any thread. A task may block; a blocked worker never starves another queue.
+// A child of fork(2) has no workers: it may only exec.
 
 #pragma once
 
