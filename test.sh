@@ -26,7 +26,7 @@ run_step() {
         format) Scripts/check-format.sh ;;
         release | debug | asan | tsan)
             build "$1"
-            ctest --preset "$1" -j "$jobs" --quiet --output-log "build/$1/ctest.log" || { cat "build/$1/ctest.log"; return 1; }
+            ctest --preset "$1" -j "$jobs" --no-tests=error >"build/$1/ctest.log" 2>&1 || { cat "build/$1/ctest.log"; return 1; }
             tail -n 12 "build/$1/ctest.log" ;;
         fuzz)
             build fuzz

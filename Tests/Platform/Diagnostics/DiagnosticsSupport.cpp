@@ -34,14 +34,15 @@ namespace luvia_test {
 
 const std::string& temporaryFolder()
 {
-    static const std::string sFolder = [] {
+    // Never destroyed: it is needed to the very end.
+    static const auto* sFolder = [] {
         char pattern[] = "/tmp/luvia-diagnostics-XXXXXX";
-        const std::string folder = mkdtemp(pattern);
-        std::filesystem::create_directory(folder + "/preferences");
+        const auto* folder = new std::string(mkdtemp(pattern));
+        std::filesystem::create_directory(*folder + "/preferences");
         atexit([] { std::filesystem::remove_all(temporaryFolder()); });
         return folder;
     }();
-    return sFolder;
+    return *sFolder;
 }
 
 std::string contentsOf(const std::string& path)
