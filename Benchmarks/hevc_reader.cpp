@@ -132,3 +132,5 @@ void Reads_floor(benchmark::State& state)
 BENCHMARK(Reads_floor)->UseManualTime()->Iterations(10);
 
 }  // namespace
+
+BENCHMARK_MAIN();

@@ -27,6 +27,8 @@ static uint32_t clearBytesAhead(const HEVCBitstream* reader)
         return left < 4 ? 0 : static_cast<uint32_t>(std::min<uint64_t>(left - 4, UINT32_MAX - 1)) + 1;
     }
     if (reader->lookaheadCount != 4 || reader->removedMask != 0) return 0;
+    // A long skip may land between 00 and its emulation prevention byte, which no bit of the mask then tells of.
+    if (memcmp(reader->lookahead, reader->position, 4) != 0) return 0;
     const uint64_t left = bytesFrom(reader, reader->rawNext);
     const uint64_t most = std::min(left, kWindow);
     uint64_t clear = 0;

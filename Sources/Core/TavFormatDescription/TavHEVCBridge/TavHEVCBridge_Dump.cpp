@@ -5,6 +5,7 @@
 
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeDump.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
+#include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoRef.h"
 
 namespace {

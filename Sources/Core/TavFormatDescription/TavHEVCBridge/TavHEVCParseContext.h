@@ -110,7 +110,7 @@ inline constexpr HEVCFilterGroup kHEVCFilterGroups[] = {
     {HEVCField::poly_order_minus1, offsetof(HEVCBridgeParseContext, rpuMappingParamFilter)},
     {HEVCField::ext_block_length, offsetof(HEVCBridgeParseContext, rpuExtHeaderFilter)},
     {HEVCField::level_1_min_PQ, offsetof(HEVCBridgeParseContext, rpuExtBlockFilter)},
-    {HEVCField::level_11_content_type, offsetof(HEVCBridgeParseContext, rpuExtBlockHighFilter)},
+    {HEVCField::level_10_target_primary_white_y, offsetof(HEVCBridgeParseContext, rpuExtBlockHighFilter)},
     {HEVCField::num_ext_blocks2, offsetof(HEVCBridgeParseContext, rpuExtHeader2Filter)},
 };
 // clang-format on
