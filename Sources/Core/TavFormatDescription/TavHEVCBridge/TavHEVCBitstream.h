@@ -50,8 +50,10 @@ constexpr HEVCBitstream hevcbridgeBitstreamOver(const uint8_t* data, uint64_t si
 OSStatus hevcbridgeAdvanceWithCare(HEVCBitstream* reader, uint32_t numBits);
 OSStatus hevcbridgeUEPullLongBitByBit(HEVCBitstream* reader, uint32_t* out);
 OSStatus hevcbridgeUESkipBitByBit(HEVCBitstream* reader);
-/// Signals for the operation named.
+/// Signals for the operation named, and gives the code.
 OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message) __attribute__((cold, noinline));
+/// The same for what a walker finds wrong with the syntax.
+OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message) __attribute__((cold, noinline));
 
 /// Moves the read position forward and refreshes `bits`; by 0 bits it primes a fresh reader. To stand exactly at the
 /// end is no failure. "end of bitstream"

@@ -28,8 +28,9 @@ Boolean hevcbridgeShouldParseDolbyRPUNAL(void);
 OSStatus hevcbridgeParseProfileTierLevel(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
                                          bool profilePresentFlag, uint32_t maxNumSubLayersMinus1);
 
-// Walkers of NAL units, from behind the two bytes of the header. They are weak: one that a program does not carry is
-// null, and its NAL units end with their header.
+// Walkers of NAL units, from behind the two bytes of the header. Marked ones are weak: one that the library does not
+// have yet is null, and its NAL units end with their header. The mark goes when the walker comes, since a weak
+// reference fetches nothing from an archive.
 
 #define HEVC_WALKER __attribute__((weak))
 HEVC_WALKER OSStatus hevcbridgeParseSliceSegmentLayer(HEVCBitstream* reader, const HEVCBridgeParseContext* context,

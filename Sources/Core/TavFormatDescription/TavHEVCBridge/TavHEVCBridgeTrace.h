@@ -9,5 +9,5 @@
 
 extern TavTraceNote gTavHEVCBridgeTrace;
 
-/// For operations that trace; once is enough, more do nothing.
+/// For entry points that trace.
 void hevcbridgeRegisterTrace(void);

@@ -3,12 +3,20 @@
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
 
+static OSStatus signalInvalid(const char* errorName, const char* operation, const char* message, int64_t line)
+{
+    return TavSignalErrorAt3(kTavSignalFormat, 0, kTavBridgeInvalidSerializedSampleDescriptionErr, errorName, message,
+                             TAV_SUBSYSTEM, operation, __FILE__, line, __builtin_return_address(0), 0);
+}
+
 OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message)
 {
-    constexpr OSStatus kStatus = kTavBridgeInvalidSerializedSampleDescriptionErr;
-    return TavSignalErrorAt3(kTavSignalFormat, gTavHEVCBridgeTrace.emitter, kStatus,
-                             "kTavBridgeInvalidSerializedSampleDescriptionErr", message, TAV_SUBSYSTEM, operation,
-                             __FILE__, __LINE__, __builtin_return_address(0), 0);
+    return signalInvalid("kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
+}
+
+OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message)
+{
+    return signalInvalid("err = kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
 }
 
 static uint64_t bytesFrom(const HEVCBitstream* reader, const uint8_t* place)

@@ -8,7 +8,11 @@
 
 TavTraceNote gTavHEVCBridgeTrace;
 
-void hevcbridgeRegisterTrace(void) { tavTraceNoteRegister(&gTavHEVCBridgeTrace, "hevc_bridge_trace", 0); }
+void hevcbridgeRegisterTrace(void)
+{
+    static dispatch_once_t sOnce;
+    dispatch_once_f(&sOnce, nullptr, [](void*) { tavTraceNoteRegister(&gTavHEVCBridgeTrace, "hevc_bridge_trace", 0); });
+}
 
 const HEVCWalkers kHEVCWalkers = {
     .sliceSegmentLayer = hevcbridgeParseSliceSegmentLayer,
@@ -18,14 +22,6 @@ const HEVCWalkers kHEVCWalkers = {
     .seiMessage = hevcbridgeParseSEIMessage,
     .dolbyRPUData = hevcbridgeParseDolbyRPUDataRBSP,
 };
-
-OSStatus HEVCWalker::signalSyntaxError(const char* message, const char* operation)
-{
-    constexpr OSStatus kStatus = kTavBridgeInvalidSerializedSampleDescriptionErr;
-    return TavSignalErrorAt3(kTavSignalFormat, gTavHEVCBridgeTrace.emitter, kStatus,
-                             "err = kTavBridgeInvalidSerializedSampleDescriptionErr", message, TAV_SUBSYSTEM, operation,
-                             __FILE__, __LINE__, __builtin_return_address(0), 0);
-}
 
 OSStatus hevcbridgeSEPullIfRequested(HEVCBitstream* reader, const HEVCBridgeParseContext* context, bool requested,
                                      uint32_t fieldIdentifier)
@@ -65,7 +61,7 @@ static OSStatus hevcbridgeParseSEIRBSP(HEVCBitstream* reader, const HEVCBridgePa
     return w.status();
 }
 
-// Table 7-1.
+// nal_unit_type, table 7-1.
 namespace {
 enum : uint32_t {
     kRASL_R = 9,

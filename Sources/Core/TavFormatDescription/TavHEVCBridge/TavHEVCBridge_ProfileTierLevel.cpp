@@ -1,3 +1,5 @@
+// profile_tier_level, ITU-T H.265 7.3.3.
+
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeParser.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCWalker.h"
 

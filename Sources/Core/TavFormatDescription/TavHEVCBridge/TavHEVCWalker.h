@@ -75,7 +75,7 @@ public:
     /// Fails unless the condition holds; signals with the name of the function that asks.
     void require(bool condition, const char* message, const char* operation = __builtin_FUNCTION())
     {
-        if (ok() && ZO_UNLIKELY(!condition)) status_ = signalSyntaxError(message, operation);
+        if (ok() && ZO_UNLIKELY(!condition)) status_ = hevcbridgeSignalSyntaxError(operation, message);
     }
 
 private:
@@ -146,8 +146,6 @@ private:
     {
         if (ok()) status_ = operation(reader_, arguments...);
     }
-
-    static OSStatus signalSyntaxError(const char* message, const char* operation) __attribute__((cold, noinline));
 
     static constexpr int32_t kNoIndex = -1;
 
