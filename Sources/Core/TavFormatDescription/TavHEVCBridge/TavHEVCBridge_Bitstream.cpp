@@ -1,0 +1,171 @@
+#include <algorithm>
+
+#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
+#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
+
+static OSStatus signalInvalid(const char* errorName, const char* operation, const char* message, int64_t line)
+{
+    return TavSignalErrorAt3(kTavSignalFormat, 0, kTavBridgeInvalidSerializedSampleDescriptionErr, errorName, message,
+                             TAV_SUBSYSTEM, operation, __FILE__, line, __builtin_return_address(0), 0);
+}
+
+OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message)
+{
+    return signalInvalid("kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
+}
+
+OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message)
+{
+    return signalInvalid("err = kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
+}
+
+static uint64_t bytesFrom(const HEVCBitstream* reader, const uint8_t* place)
+{
+    return reader->size - static_cast<uint64_t>(place - reader->data);
+}
+
+static bool isEscapeAt(const uint8_t* place) { return place[0] == 0 && place[1] == 0 && place[2] == 3; }
+
+// How far the position may move with nothing to look for, and one more. A few hundred bits are looked at at a time.
+static uint32_t clearBytesAhead(const HEVCBitstream* reader)
+{
+    constexpr uint64_t kWindow = 64;
+    if (!reader->removeEmulationPrevention) {
+        const uint64_t left = bytesFrom(reader, reader->position);
+        return left < 4 ? 0 : static_cast<uint32_t>(std::min<uint64_t>(left - 4, UINT32_MAX - 1)) + 1;
+    }
+    if (reader->lookaheadCount != 4 || reader->removedMask != 0) return 0;
+    // A long skip may land between 00 and its emulation prevention byte, which no bit of the mask then tells of.
+    if (memcmp(reader->lookahead, reader->position, 4) != 0) return 0;
+    const uint64_t left = bytesFrom(reader, reader->rawNext);
+    const uint64_t most = std::min(left, kWindow);
+    uint64_t clear = 0;
+    while (clear < most && (left - clear < 3 || !isEscapeAt(reader->rawNext + clear))) ++clear;
+    return static_cast<uint32_t>(clear) + 1;
+}
+
+static void append(HEVCBitstream* reader, uint8_t byte)
+{
+    if (reader->lookaheadCount >= 0) reader->lookahead[reader->lookaheadCount] = byte;
+    ++reader->lookaheadCount;
+}
+
+static void refill(HEVCBitstream* reader)
+{
+    const uint8_t* end = reader->data + reader->size;
+    while (reader->rawNext != end && reader->lookaheadCount < 4) {
+        if (end - reader->rawNext >= 3 && isEscapeAt(reader->rawNext)) {
+            append(reader, 0);
+            append(reader, 0);
+            reader->rawNext += 3;
+            ++reader->removedCount;
+            if (reader->lookaheadCount - 1 > 0) reader->removedMask |= 1u << (reader->lookaheadCount - 1);
+        } else {
+            append(reader, *reader->rawNext++);
+        }
+    }
+}
+
+// The first `count` bytes, followed by zeros, without the bits already consumed.
+static uint32_t nextBits(const uint8_t* bytes, uint64_t count, uint32_t bitOffset)
+{
+    uint32_t word = 0;
+    for (uint64_t i = 0; i < std::min<uint64_t>(count, 4); ++i) word |= uint32_t{bytes[i]} << (24 - 8 * i);
+    return word << bitOffset;
+}
+
+static OSStatus advanceEscaped(HEVCBitstream* reader, uint32_t numBits, uint64_t bytes)
+{
+    const int32_t held = std::max(reader->lookaheadCount, 0);
+    reader->lookaheadCount -= static_cast<int32_t>(bytes);
+    if (numBits == 0 || bytes != 0) {
+        reader->removedMask >>= std::min<uint64_t>(bytes, 8);
+        if (reader->lookaheadCount > 0 && bytes != 0)
+            memmove(reader->lookahead, reader->lookahead + (held - reader->lookaheadCount),
+                    static_cast<size_t>(reader->lookaheadCount));
+        refill(reader);
+    }
+    const int32_t ahead = std::max(reader->lookaheadCount, 0);
+    reader->position = reader->rawNext - ahead - __builtin_popcount(reader->removedMask);
+    if (reader->lookaheadCount < 1) {
+        reader->endOfData = true;
+        if (reader->lookaheadCount != 0 || reader->bitOffset != 0)
+            return hevcbridgeSignalBitstreamError("hevcbridgeAdvanceInBitstream", "end of bitstream");
+    }
+    reader->bits = nextBits(reader->lookahead, static_cast<uint64_t>(ahead), reader->bitOffset);
+    return 0;
+}
+
+static OSStatus advancePlain(HEVCBitstream* reader, uint64_t bytes)
+{
+    const uint64_t held = bytesFrom(reader, reader->position);
+    reader->position += std::min(bytes, held);
+    const uint64_t left = bytesFrom(reader, reader->position);
+    reader->bits = nextBits(reader->position, left, reader->bitOffset);
+    if (left != 0) return 0;
+    reader->endOfData = true;
+    if (bytes > held || reader->bitOffset != 0)
+        return hevcbridgeSignalBitstreamError("hevcbridgeAdvanceInBitstream", "end of bitstream");
+    return 0;
+}
+
+OSStatus hevcbridgeAdvanceWithCare(HEVCBitstream* reader, uint32_t numBits)
+{
+    const uint64_t total = uint64_t{reader->bitOffset} + numBits;
+    const uint64_t bytes = total >> 3;
+    reader->bitOffset = total & 7;
+    reader->clearBytes = 0;
+    const OSStatus status =
+        reader->removeEmulationPrevention ? advanceEscaped(reader, numBits, bytes) : advancePlain(reader, bytes);
+    if (status == 0) reader->clearBytes = clearBytesAhead(reader);
+    return status;
+}
+
+// The leading zeros of a code word that is too long for `bits`, and the 1 behind them. `tooLarge` says what 32 are.
+static OSStatus pullLeadingZeros(HEVCBitstream* reader, const char* operation, const char* tooLarge,
+                                 uint32_t* leadingZerosOut)
+{
+    OSStatus status = hevcbridgeAdvanceInBitstream(reader, 1);
+    uint32_t count = 0;
+    for (uint32_t bit = 0; status == 0 && bit == 0; ++count) status = hevcbridgeUPull(reader, 1, &bit);
+    if (status == 0 && count >= 32) status = hevcbridgeSignalBitstreamError(operation, tooLarge);
+    *leadingZerosOut = count;
+    return status;
+}
+
+OSStatus hevcbridgeUEPullLongBitByBit(HEVCBitstream* reader, uint32_t* out)
+{
+    *out = 0;
+    uint32_t zeros, suffix;
+    OSStatus status = pullLeadingZeros(reader, "hevcbridgeUEPullLong", "UE_PULLlong: data too large for UINT", &zeros);
+    if (status == 0) status = hevcbridgeUPullLong(reader, static_cast<int32_t>(zeros), &suffix);
+    if (status == 0) *out = (1u << zeros) - 1 + suffix;
+    return status;
+}
+
+OSStatus hevcbridgeUESkipBitByBit(HEVCBitstream* reader)
+{
+    uint32_t zeros;
+    const OSStatus status =
+        pullLeadingZeros(reader, "hevcbridgeUESkip", "UE_SKIPlong: data too large for UINT", &zeros);
+    return status == 0 ? hevcbridgeAdvanceInBitstream(reader, zeros) : status;
+}
+
+bool hevcbridgeMoreRBSPData(const HEVCBitstream* reader, const uint8_t** nonZeroBehind)
+{
+    if (nonZeroBehind && *nonZeroBehind && reader->position < *nonZeroBehind) return true;
+    if (bytesFrom(reader, reader->position) <= 1) return false;
+
+    HEVCBitstream ahead = *reader;
+    uint32_t value = 0;
+    const uint8_t* found = ahead.position;
+    if (hevcbridgeUSkip(&ahead, 1) != 0) return false;
+    if (ahead.bitOffset != 0 && hevcbridgeUPull(&ahead, static_cast<int32_t>(8 - ahead.bitOffset), &value) != 0)
+        return false;
+    while (value == 0) {
+        found = ahead.position;
+        if (ahead.endOfData || hevcbridgeUPull(&ahead, 8, &value) != 0) return false;
+    }
+    if (nonZeroBehind) *nonZeroBehind = found;
+    return true;
+}

@@ -1,0 +1,172 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
+#include "Tests/Support/BitWriter.h"
+#include "Tests/Support/HEVCReaderModel.h"
+#include "Tests/Support/SignalProbe.h"
+
+using namespace std::string_literals;
+using luvia_test::BitWriter;
+using luvia_test::SignalProbe;
+
+namespace {
+
+HEVCBitstream primed(const std::string& bytes, bool escaped = true)
+{
+    HEVCBitstream reader =
+        hevcbridgeBitstreamOver(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), escaped);
+    EXPECT_EQ(hevcbridgeAdvanceInBitstream(&reader, 0), 0);
+    return reader;
+}
+
+ptrdiff_t at(const HEVCBitstream& reader) { return reader.position - reader.data; }
+
+}  // namespace
+
+// Random operations over random bytes, a third of them zeros and threes, until the first failure.
+TEST(HEVCBitstream, agreesWithANaiveReader)
+{
+    const uint32_t seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int round = 0; round < 6000; ++round) {
+        const uint32_t density = random() % 4;
+        std::string bytes(random() % 200, '\0'), operations(120, '\0');
+        for (char& c : bytes) c = random() % 4 < density ? "\0\0\0\3"[random() % 4] : static_cast<char>(random() % 256);
+        for (char& c : operations) c = static_cast<char>(random() % 256);
+        for (size_t i = 1; i < operations.size(); i += 2)  // mostly short skips and reads that can be
+            if (random() % 8 != 0) operations[i] = static_cast<char>(random() % 24 + 1);
+        SignalProbe probe;
+        const std::string what =
+            luvia_test::readerDisagrees(bytes, round % 3 != 0, operations, [&] { return probe.message(); });
+        ASSERT_EQ(what, "") << "round " << round;
+    }
+}
+
+TEST(HEVCBitstream, namesSourceBytesAcrossRemovedOnes)
+{
+    // Two in a row, and one at the very end.
+    const std::string bytes = "\x00\x00\x03\x00\x00\x03\xAB\x00\x00\x03"s;
+    HEVCBitstream reader = primed(bytes);
+    const std::vector<ptrdiff_t> expected = {0, 1, 3, 4, 6, 7, 8, 10};
+    std::vector<ptrdiff_t> seen = {at(reader)};
+    uint32_t value = 0;
+    while (!reader.endOfData) {
+        ASSERT_EQ(hevcbridgeUPull(&reader, 8, &value), 0);
+        seen.push_back(at(reader));
+    }
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(reader.removedCount, 3u);
+
+    // 00 00 at the end is data, and in a plain buffer 03 is too.
+    for (const auto& [text, escaped, count] :
+         {std::tuple{"\x00\x00"s, true, 2}, {"\x01\x00\x00\x03"s, true, 3}, {"\x01\x00\x00\x03"s, false, 4}}) {
+        reader = primed(text, escaped);
+        int read = 0;
+        for (; !reader.endOfData; ++read) ASSERT_EQ(hevcbridgeUPull(&reader, 8, &value), 0);
+        EXPECT_EQ(read, count);
+    }
+}
+
+TEST(HEVCBitstream, tellsEachFailureByItsMessage)
+{
+    struct Row {
+        const char* message;
+        const char* operation;
+        std::string bytes;
+        OSStatus (*act)(HEVCBitstream*, uint32_t*);
+    };
+    const std::string zeros31 = BitWriter().ue(0xFFFFFFFE).align().bytes();
+    const std::string zeros32 = BitWriter().zeros(32).flag(true).zeros(39).bytes();
+    const Row rows[] = {
+        {"end of bit stream", "hevcbridgeUPull", "", [](auto* r, auto* v) { return hevcbridgeUPull(r, 1, v); }},
+        {"end of bit stream", "hevcbridgeUPullLong", "", [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 1, v); }},
+        {"end of bit stream", "hevcbridgeUEPullLong", "", [](auto* r, auto* v) { return hevcbridgeUEPullLong(r, v); }},
+        {"end of bit stream", "hevcbridgeUESkip", "", [](auto* r, auto*) { return hevcbridgeUESkip(r); }},
+        {"end of bitstream", "hevcbridgeAdvanceInBitstream", "a",
+         [](auto* r, auto* v) { return hevcbridgeUPull(r, 9, v); }},
+        {"end of bitstream", "hevcbridgeAdvanceInBitstream", "ab",
+         [](auto* r, auto*) { return hevcbridgeUSkip(r, UINT32_MAX); }},
+        {"U_PULL should: (numBits)>0", "hevcbridgeUPull", "abcd",
+         [](auto* r, auto* v) { return hevcbridgeUPull(r, 0, v); }},
+        {"U_PULL should: (numBits)<=25", "hevcbridgeUPull", "abcd",
+         [](auto* r, auto* v) { return hevcbridgeUPull(r, 26, v); }},
+        {"U_PULLlong should: numBits>0", "hevcbridgeUPullLong", "abcd",
+         [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 0, v); }},
+        {"U_PULLlong should: numBits<=32", "hevcbridgeUPullLong", "abcdefgh",
+         [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 33, v); }},
+        {"UE_PULLlong: data too large for UINT", "hevcbridgeUEPullLong", zeros32,
+         [](auto* r, auto* v) { return hevcbridgeUEPullLong(r, v); }},
+        {"UE_SKIPlong: data too large for UINT", "hevcbridgeUESkip", zeros32,
+         [](auto* r, auto*) { return hevcbridgeUESkip(r); }},
+    };
+    for (const bool escaped : {true, false}) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.message);
+            HEVCBitstream reader = primed(row.bytes, escaped);
+            SignalProbe probe;
+            uint32_t value = 0;
+            EXPECT_EQ(row.act(&reader, &value), kTavBridgeInvalidSerializedSampleDescriptionErr);
+            EXPECT_EQ(value, 0u);
+            EXPECT_EQ(probe.count(), 1u);
+            EXPECT_EQ(probe.message(), row.message);
+            EXPECT_EQ(probe.function(), row.operation);
+            EXPECT_EQ(probe.subsystem(), "<<<< HEVCBridge >>>>");
+        }
+        HEVCBitstream reader = primed(zeros31, escaped);
+        uint32_t value = 0;
+        EXPECT_EQ(hevcbridgeUEPullLong(&reader, &value), 0);
+        EXPECT_EQ(value, 0xFFFFFFFEu);
+    }
+}
+
+TEST(HEVCBitstream, readsTheWidestSignedValues)
+{
+    const int32_t values[] = {0, 1, -1, 2, -2, 4095, -4096, INT32_MAX, -INT32_MAX};
+    BitWriter w;
+    for (const int32_t value : values) w.se(value).u(32, static_cast<uint32_t>(value));
+    const std::string bytes = w.u(3, 4).trailing().escaped();
+    HEVCBitstream reader = primed(bytes);
+    int32_t value = 0;
+    for (const int32_t expected : values) {
+        ASSERT_EQ(hevcbridgeSEPullLong(&reader, &value), 0);
+        EXPECT_EQ(value, expected);
+        ASSERT_EQ(hevcbridgeSPullLong(&reader, 32, &value), 0);
+        EXPECT_EQ(value, expected);
+    }
+    ASSERT_EQ(hevcbridgeSPullLong(&reader, 3, &value), 0);
+    EXPECT_EQ(value, -4);
+}
+
+TEST(HEVCBitstream, tellsTrailingBitsFromData)
+{
+    struct Row {
+        const char* what;
+        std::string bytes;
+        uint32_t skip;
+        bool more;
+    };
+    const Row rows[] = {
+        {"only the trailing byte", "\x80"s, 0, false},
+        {"an empty buffer", "", 0, false},
+        {"trailing bits in the middle of a byte", "\xA8\x00\x00"s, 4, false},
+        {"data behind the next bit", "\xAC\x00"s, 4, true},
+        {"data that only a later byte has", "\x80\x00\x00\x01"s, 0, true},
+        {"an emulation prevention byte is no data", "\x80\x00\x00\x03"s, 0, false},
+        {"the last bit of a byte, then data", "\x01\x01"s, 7, true},
+        {"the last bit of a byte, then nothing", "\x01\x00"s, 7, false},
+    };
+    SignalProbe probe;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        HEVCBitstream reader = primed(row.bytes);
+        ASSERT_EQ(hevcbridgeUSkip(&reader, row.skip), 0);
+        const HEVCBitstream before = reader;
+        EXPECT_EQ(hevcbridgeMoreRBSPData(&reader, nullptr), row.more);
+        EXPECT_EQ(reader.position, before.position);
+        EXPECT_EQ(reader.bits, before.bits);
+    }
+    EXPECT_EQ(probe.count(), 0u);
+}

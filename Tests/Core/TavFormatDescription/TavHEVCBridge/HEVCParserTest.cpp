@@ -1,0 +1,381 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "HEVCRecorder.h"
+#include "Tests/Support/BitWriter.h"
+#include "Tests/Support/SignalProbe.h"
+
+using namespace std::string_literals;
+using luvia_test::BitWriter;
+using luvia_test::HEVCRecorder;
+using luvia_test::nalHeader;
+using luvia_test::Report;
+using luvia_test::SignalProbe;
+using Reports = std::vector<Report>;
+
+namespace {
+
+constexpr OSStatus kInvalid = kTavBridgeInvalidSerializedSampleDescriptionErr;
+
+// Which walker was called last, with what.
+std::string sCalled;
+
+const HEVCWalkers kTellingWalkers = {
+    .sliceSegmentLayer =
+        [](HEVCBitstream*, const HEVCBridgeParseContext*, uint32_t type, uint32_t layer, uint32_t temporal) {
+            sCalled = "slice " + std::to_string(type) + " " + std::to_string(layer) + " " + std::to_string(temporal);
+            return OSStatus{0};
+        },
+    .videoParameterSet = [](HEVCBitstream*, const HEVCBridgeParseContext*) { return sCalled = "vps", OSStatus{0}; },
+    .sequenceParameterSet = [](HEVCBitstream*, const HEVCBridgeParseContext*,
+                               uint32_t layer) { return sCalled = "sps " + std::to_string(layer), OSStatus{0}; },
+    .pictureParameterSet = [](HEVCBitstream*, const HEVCBridgeParseContext*) { return sCalled = "pps", OSStatus{0}; },
+    .seiMessage =
+        [](HEVCBitstream* reader, const HEVCBridgeParseContext* context, uint32_t type) {
+            sCalled = "sei " + std::to_string(type);
+            return luvia_test::walkPlainSEIMessage(reader, context, type);
+        },
+    .dolbyRPUData = [](HEVCBitstream*, const HEVCBridgeParseContext*) { return sCalled = "rpu", OSStatus{0}; },
+};
+
+std::string expectedCall(uint32_t type)
+{
+    if (type <= 9 || (type >= 16 && type <= 21)) return "slice " + std::to_string(type) + " 37 5";
+    static const std::map<uint32_t, std::string> kCalls = {{32, "vps"},    {33, "sps 37"}, {34, "pps"},
+                                                           {39, "sei 39"}, {40, "sei 40"}, {62, "rpu"}};
+    const auto found = kCalls.find(type);
+    return found == kCalls.end() ? "" : found->second;
+}
+
+// general part with one value an element; then the level.
+BitWriter profile(uint32_t idc, uint32_t compatibility, uint64_t constraints, uint32_t level)
+{
+    BitWriter w;
+    w.u(2, 1).flag(true).u(5, idc).u(32, compatibility).u(48, constraints).u(8, level);
+    return w;
+}
+
+OSStatus walkProfile(HEVCRecorder& recorder, const std::string& bytes, bool isPresent, uint32_t subLayers)
+{
+    return recorder.over(bytes, [=](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+        return hevcbridgeParseProfileTierLevel(reader, context, isPresent, subLayers);
+    });
+}
+
+std::vector<uint32_t> fieldsOf(const Reports& reports)
+{
+    std::vector<uint32_t> fields;
+    for (const Report& report : reports) fields.push_back(std::get<0>(report));
+    return fields;
+}
+
+}  // namespace
+
+TEST(HEVCFieldTable, standsWhereTheGroupsSay)
+{
+    const std::pair<uint32_t, const char*> kPlaces[] = {
+        {0, "nal_unit_type"},
+        {3, "vps_video_parameter_set_id"},
+        {64, "conf_win_vps_bottom_offset"},
+        {65, "sps_video_parameter_set_id"},
+        {116, "video_format"},
+        {162, "cabac_bypass_alignment_enabled_flag"},
+        {262, "pps_extension_data_flag"},
+        {307, "alignment_bit_equal_to_one"},
+        {311, "general_profile_compatibility_flags"},
+        {328, "general_level_idc"},
+        {341, "dpb_output_delay_length_minus1"},
+        {347, "sei_payload"},
+        {355, "alpha_channel_clip_type_flag"},
+        {358, "ambient_light_y"},
+        {371, "three_dimensional_reference_displays_extension_flag"},
+        {375, "itu_t_t35_terminal_provider_oriented_code"},
+        {411, "color_saturation_weight"},
+        {593, "ext_block_level2"},
+    };
+    static_assert(HEVCField::count == 594);
+    for (const auto& [field, name] : kPlaces) EXPECT_STREQ(NALFieldsStrings[field], name) << field;
+    EXPECT_STREQ(nalUnitTypeString(62), "Dolby62");
+    EXPECT_STREQ(nalUnitTypeString(40), "SUFFIX_SEI_NUT");
+    EXPECT_STREQ(nalUnitTypeString(64), "?");
+}
+
+// No two fields that one walk can report share a bit.
+TEST(HEVCFieldTable, givesEachFieldABitOfItsOwn)
+{
+    std::map<std::pair<uint32_t, uint32_t>, uint32_t> taken;
+    for (uint32_t field = 0; field < HEVCField::count; ++field) {
+        const HEVCFieldPlace place = HEVCFieldPlace::of(field);
+        const bool isShared = place.word - offsetof(HEVCBridgeParseContext, syntaxFilter) < 16;
+        EXPECT_TRUE(isShared || taken.emplace(std::pair{place.word, place.bit}, field).second) << field;
+    }
+    HEVCBridgeParseContext context = {};
+    hevcbridgeRequest(&context, HEVCField::pps_extension_data_flag);
+    hevcbridgeRequest(&context, HEVCField::general_level_idc);
+    hevcbridgeRequest(&context, HEVCField::ext_block_level2);
+    hevcbridgeRequest(&context, HEVCField::ext_block_level);
+    hevcbridgeRequest(&context, HEVCFieldPlace::of(577));
+    hevcbridgeRequest(&context, HEVCFieldPlace::of(578));
+    hevcbridgeRequest(&context, HEVCFieldPlace::of(495));
+    hevcbridgeRequest(&context, HEVCFieldPlace::of(498));
+    hevcbridgeRequest(&context, HEVCFieldPlace::of(499));
+    EXPECT_EQ(context.syntaxFilter[1], uint64_t{1} << (262 - 163 - 64));
+    EXPECT_EQ(context.profileTierLevelFilter, uint64_t{1} << 20);
+    EXPECT_EQ(context.rpuExtHeader2Filter, 4u);
+    EXPECT_EQ(context.rpuExtHeaderFilter, 2u);
+    EXPECT_EQ(context.rpuExtBlockFilter, uint64_t{1} << 63);
+    EXPECT_EQ(context.rpuExtBlockHighFilter, 1u);
+    EXPECT_EQ(context.rpuDmFilter, uint64_t{1} << 35);
+    EXPECT_EQ(context.rpuMappingFilter, 4u);
+    EXPECT_EQ(context.rpuMappingParamFilter, 1u);
+    hevcbridgeRequest(&context, HEVCField::general_level_idc, false);
+    EXPECT_EQ(context.profileTierLevelFilter, 0u);
+}
+
+TEST(HEVCNALUnit, reachesTheWalkerOfItsKind)
+{
+    for (uint32_t type = 0; type < 64; ++type) {
+        SCOPED_TRACE(type);
+        sCalled.clear();
+        HEVCRecorder recorder;
+        recorder.request(0, 2);
+        const std::string unit = nalHeader(type, 37, 5) + "\x04\x00\x80"s;
+        EXPECT_EQ(recorder.unit(unit, kTellingWalkers), 0);
+        EXPECT_EQ(recorder.reports, (Reports{{0, type, -1}, {1, 37, -1}, {2, 5, -1}}));
+        EXPECT_EQ(sCalled, expectedCall(type));
+        EXPECT_EQ(HEVCRecorder().unit(nalHeader(type)), 0) << "without walkers";
+    }
+}
+
+TEST(HEVCNALUnit, endsInItsHeader)
+{
+    struct Row {
+        const char* what;
+        std::string bytes;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"an empty buffer", "", "end of bit stream"},
+        {"one byte", "\x46"s, "end of bitstream"},
+        {"a forbidden bit", "\xC6\x01"s, "{hevcbridgeParseNALUnit} ERROR: Wrong forbidden_bit in NAL unit"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        SignalProbe probe;
+        EXPECT_EQ(HEVCRecorder().unit(row.bytes), kInvalid);
+        EXPECT_EQ(probe.message(), row.message);
+        EXPECT_EQ(probe.count(), 1u);
+    }
+    // A callback's answer on each field: a stop is no error, and nothing is dispatched behind it.
+    for (uint32_t field = 0; field < 3; ++field) {
+        for (const OSStatus answer : {OSStatus{kTavBridgeStopParsing}, OSStatus{-50}}) {
+            sCalled.clear();
+            HEVCRecorder recorder;
+            recorder.request(0, 2).answer = [=](uint32_t told) { return told == field ? answer : 0; };
+            EXPECT_EQ(recorder.unit(nalHeader(32), kTellingWalkers), answer == 1 ? 0 : answer);
+            EXPECT_EQ(recorder.reports.size(), field + 1);
+            EXPECT_EQ(sCalled, "");
+        }
+    }
+    HEVCRecorder late;
+    late.request(0, 0).answer = [&](uint32_t) {
+        hevcbridgeRequest(&late.context, HEVCField::nuh_temporal_id_plus1);
+        return 0;
+    };
+    EXPECT_EQ(late.unit(nalHeader(35, 0, 3)), 0);
+    EXPECT_EQ(late.reports, (Reports{{0, 35, -1}, {2, 3, -1}}));
+}
+
+TEST(HEVCNALUnit, leavesRPUsAloneWhereThePreferenceSaysSo)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process decides once: this needs one of its own
+    EXPECT_EXIT(
+        {
+            const auto folder = std::filesystem::temp_directory_path() / ("hevc_rpu_" + std::to_string(getpid()));
+            std::filesystem::create_directories(folder);
+            std::ofstream(folder / "com.orvane.luvia.plist")
+                << "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>dolbyrpu</key><integer>0</integer></dict>"
+                   "</plist>";
+            setenv("LUVIA_PREFERENCES_DIR", folder.c_str(), 1);
+            sCalled.clear();
+            const OSStatus status = HEVCRecorder().unit(nalHeader(62), kTellingWalkers);
+            std::filesystem::remove_all(folder);
+            _exit(status == 0 && sCalled.empty() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(HEVCSEI, walksMessageAfterMessage)
+{
+    const HEVCWalkers walkers = {.seiMessage = luvia_test::walkPlainSEIMessage};
+    const char* const kTrailing = "{hevcbridgeParseSEIRBSP} ERROR: Wrong rbps_trailing_bits in SEI RBSP";
+    struct Row {
+        const char* what;
+        std::string payload;
+        size_t messages;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"one", "\x05\x01\xAA\x80"s, 1, ""},
+        {"three, one of them of zeros", "\x05\x01\xAA\x00\x00\x03\x06\x01\x00\x80"s, 3, ""},
+        {"zeros behind the trailing bits", "\x05\x00\x80\x00\x00"s, 1, ""},
+        {"trailing bits that are not", "\x05\x00\x40"s, 1, kTrailing},
+        {"no trailing bits", "\x05\x00"s, 1, "end of bit stream"},
+        {"a payload past the end", "\x05\x09\x01\x80"s, 1, "end of bitstream"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        HEVCRecorder recorder;
+        recorder.request(HEVCField::sei_payload_type, HEVCField::sei_payload_type);
+        SignalProbe probe;
+        EXPECT_EQ(recorder.unit(nalHeader(39) + row.payload, walkers), *row.message ? kInvalid : 0);
+        EXPECT_EQ(recorder.reports.size(), row.messages);
+        EXPECT_EQ(probe.message(), row.message);
+    }
+    HEVCRecorder stopping;
+    stopping.request(344, 344).answer = [](uint32_t) { return kTavBridgeStopParsing; };
+    EXPECT_EQ(stopping.unit(nalHeader(40) + "\x05\x01\xAA\x06\x01\xAA\x80"s, walkers), 0);
+    EXPECT_EQ(stopping.reports.size(), 1u);
+}
+
+// Half a million messages of nothing in front of one set bit: looking for it from each would take minutes.
+TEST(HEVCSEI, takesTimeInProportionToItsLength)
+{
+    const std::string unit = nalHeader(39) + std::string(1 << 20, '\0') + "\x80";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(HEVCRecorder().unit(unit, {.seiMessage = luvia_test::walkPlainSEIMessage}), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST(HEVCWalker, skipsReadsOrReportsEachElement)
+{
+    const std::string bytes =
+        BitWriter().flag(true).u(8, 77).u(32, 0xFFFFFFFE).ue(500).se(-9).u(4, 13).ue(3).u(5, 9).trailing().escaped();
+    const auto walk = [](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+        HEVCWalker w(reader, context);
+        w.flag(HEVCField::conformance_window_flag);
+        w.u(8, HEVCField::aspect_ratio_idc);
+        w.u(32, HEVCField::vui_time_scale);
+        w.ue(HEVCField::conf_win_left_offset);
+        w.se(HEVCField::bit_depth_luma_minus8);
+        w.s(4, HEVCField::bit_depth_chroma_minus8);
+        EXPECT_TRUE(!w.ok() || w.needUE(HEVCField::chroma_format_idc) == 3);
+        w.report(HEVCField::video_format, 4, 2);
+        w.require(!w.ok() || w.pull(5) == 9, "misread");
+        w.require(false, "nothing more");
+        return w.status();
+    };
+    const Reports all = {{76, 1, -1},  {110, 77, -1}, {135, 0xFFFFFFFE, -1}, {77, 500, -1},
+                         {81, -9, -1}, {82, -3, -1},  {72, 3, -1},           {116, 4, 2}};
+    for (const bool isRequested : {true, false}) {
+        HEVCRecorder recorder;
+        if (isRequested) recorder.request(65, 162);
+        SignalProbe probe;
+        EXPECT_EQ(recorder.over(bytes, walk), kInvalid);
+        EXPECT_EQ(probe.message(), "nothing more");
+        EXPECT_EQ(probe.errorName().substr(0, 16), "err = kTavBridge");  // the record keeps its beginning
+        EXPECT_EQ(recorder.reports, isRequested ? all : Reports{});
+    }
+    for (size_t last = 0; last < all.size(); ++last) {  // a stop on each
+        HEVCRecorder recorder;
+        const uint32_t field = std::get<0>(all[last]);
+        recorder.request(65, 162).answer = [=](uint32_t told) { return told == field ? kTavBridgeStopParsing : 0; };
+        EXPECT_EQ(recorder.over(bytes, walk), kTavBridgeStopParsing);
+        EXPECT_EQ(recorder.reports, Reports(all.begin(), all.begin() + static_cast<ptrdiff_t>(last) + 1));
+    }
+}
+
+TEST(HEVCWalker, pullsASignedCodeIfRequested)
+{
+    for (const bool requested : {true, false}) {
+        HEVCRecorder recorder;
+        EXPECT_EQ(recorder.over(BitWriter().se(-4).trailing().bytes(),
+                                [=](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                    return hevcbridgeSEPullIfRequested(reader, context, requested, 172);
+                                }),
+                  0);
+        EXPECT_EQ(recorder.reports, requested ? (Reports{{172, -4, -1}}) : Reports{});
+    }
+}
+
+TEST(HEVCProfileTierLevel, reportsTheFlagsThatTheProfileHas)
+{
+    struct Row {
+        const char* what;
+        uint32_t idc, compatibility;
+        bool hasRangeFlags, hasInbld;
+    };
+    const Row rows[] = {
+        {"Main", 1, 0, false, true},
+        {"Main by compatibility", 0, 1u << 30, false, true},
+        {"Range extensions", 4, 0, true, true},
+        {"High throughput", 5, 0, true, true},
+        {"Multiview", 6, 0, true, false},
+        {"7 by compatibility", 31, 1u << 24, true, false},
+        {"8 has neither", 8, 1u << 23, false, false},
+        {"none, but flag 0", 0, 1u << 31, false, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const std::string bytes = profile(row.idc, row.compatibility, 0xAAAAAAAAAAAB, 93).bytes();
+        std::vector<uint32_t> expected = {308, 309, 310, 311, 314, 315, 316, 317};
+        if (row.hasRangeFlags) expected.insert(expected.end(), {318, 319, 320, 321, 322, 323, 324, 325, 326});
+        if (row.hasInbld) expected.push_back(327);
+        expected.push_back(328);
+        HEVCRecorder recorder;
+        recorder.request(308, 311).request(314, 328);
+        EXPECT_EQ(walkProfile(recorder, bytes, true, 0), 0);
+        EXPECT_EQ(fieldsOf(recorder.reports), expected);
+        for (const auto& [field, value, index] : recorder.reports) {
+            if (field < 314 || field > 327) continue;
+            EXPECT_EQ(value, field % 2 == 0 || field == 327) << field;
+        }
+        EXPECT_EQ(recorder.reports.back(), Report(328, 93, -1));
+
+        // Either word of the constraint bits takes the flags' place.
+        for (const uint32_t word : {312u, 313u}) {
+            HEVCRecorder words;
+            words.request(314, 328).request(word, word);
+            EXPECT_EQ(walkProfile(words, bytes, true, 0), 0);
+            EXPECT_EQ(words.reports, (Reports{{word, word == 312 ? 0xAAAA : 0xAAAAAAAB, -1}, {328, 93, -1}}));
+        }
+    }
+}
+
+TEST(HEVCProfileTierLevel, stepsOverSubLayers)
+{
+    BitWriter w = profile(1, 0, 0, 120);
+    w.flag(true).flag(true).flag(false).flag(true).flag(false).flag(false);  // of 3 sub-layers
+    for (int i = 3; i < 8; ++i) w.u(2, 0);
+    w.u(44, 0x12345678901).u(44, 0).u(8, 60).u(8, 90).u(8, 0x5A);  // one profile, two levels, and what follows
+    uint32_t next = 0;
+    HEVCRecorder recorder;
+    recorder.request(328, 328);
+    EXPECT_EQ(recorder.over(w.escaped(),
+                            [&](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                const OSStatus status = hevcbridgeParseProfileTierLevel(reader, context, true, 3);
+                                return status != 0 ? status : hevcbridgeUPull(reader, 8, &next);
+                            }),
+              0);
+    EXPECT_EQ(next, 0x5Au);
+    EXPECT_EQ(recorder.reports, (Reports{{328, 120, -1}}));
+
+    HEVCRecorder absent;
+    absent.request(308, 328);
+    EXPECT_EQ(walkProfile(absent, "\x21"s, false, 0), 0);
+    EXPECT_EQ(absent.reports, (Reports{{328, 0x21, -1}}));
+
+    SignalProbe probe;
+    EXPECT_EQ(walkProfile(absent, "\x21"s, false, 7), kInvalid);
+    EXPECT_EQ(probe.message(), "{hevcbridgeParseProfileTierLevel} ERROR: maxNumSubLayersMinus1 out of range");
+    EXPECT_EQ(probe.function(), "hevcbridgeParseProfileTierLevel");
+
+    const std::string whole = w.escaped();
+    for (size_t size = 0; size + 1 < whole.size(); ++size)
+        EXPECT_EQ(walkProfile(absent, whole.substr(0, size), true, 3), kInvalid) << size;
+}
