@@ -1,4 +1,5 @@
 #include "Core/TavFormatDescription/TavFormatDescriptionPrivate.h"
+#include "Foundation/ZoHashing.h"
 #include "Foundation/ZoPropertyList.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
@@ -12,14 +13,7 @@ ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimSampleDescription, "Verba
 ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimISOSampleEntry, "VerbatimISOSampleEntry");
 ZO_DEFINE_STRING(kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms, "SampleDescriptionExtensionAtoms");
 
-struct LuFormatDescription_ {
-    ZoRuntimeBase base;
-    LuMediaType mediaType;  // 0 until the object is complete
-    OSType mediaSubType;
-    ZoDictionaryRef extensions;  // retained, may be absent
-    // derived storage follows
-};
-static_assert(sizeof(LuFormatDescription_) % 8 == 0 && sizeof(TavDerivedFormatDescriptionCallbacks) == 36);
+static_assert(sizeof(TavDerivedFormatDescriptionCallbacks) == 36);
 
 static LuFormatDescription_* asDescription(ZoTypeRef object)
 {
@@ -34,13 +28,13 @@ static void tavFormatDescriptionInit(ZoTypeRef object)
     description->mediaType = 0;
     description->mediaSubType = 0;
     description->extensions = nullptr;
+    description->kind = nullptr;
 }
 
 static void tavFormatDescriptionFinalize(ZoTypeRef object)
 {
     LuFormatDescription_* description = asDescription(object);
-    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKindOrGeneric(description->mediaType);
-    if (kind && kind->finalize) kind->finalize(description);
+    if (description->kind && description->kind->finalize) description->kind->finalize(description);
     if (description->extensions) ZoRelease(description->extensions);
     description->extensions = nullptr;
 }
@@ -49,6 +43,12 @@ static Boolean tavFormatDescriptionEqual(ZoTypeRef object1, ZoTypeRef object2)
 {
     return LuFormatDescriptionEqualIgnoringExtensionKeys(asDescription(object1), asDescription(object2), nullptr,
                                                          nullptr);
+}
+
+// Of what equal ones of every kind have in common.
+static ZoHashCode tavFormatDescriptionHash(ZoTypeRef object)
+{
+    return zoHashMix(asDescription(object)->mediaType, asDescription(object)->mediaSubType);
 }
 
 static ZoStringRef tavFormatDescriptionKindName(LuMediaType mediaType)
@@ -73,7 +73,7 @@ static ZoStringRef tavFormatDescriptionCopyDebugDesc(ZoTypeRef object)
 {
     const LuFormatDescription_* description = asDescription(object);
     const OSType type = description->mediaType, subType = description->mediaSubType;
-    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKindOrGeneric(type);
+    const TavDerivedFormatDescriptionCallbacks* kind = description->kind;
     const auto mediaSpecific = zoAdopt(kind && kind->copyDebugDesc ? kind->copyDebugDesc(description) : nullptr);
     return ZoStringCreateWithFormat(
         nullptr, nullptr,
@@ -94,7 +94,7 @@ static void tavFormatDescriptionRegisterClass()
                                               .copy = nullptr,
                                               .finalize = tavFormatDescriptionFinalize,
                                               .equal = tavFormatDescriptionEqual,
-                                              .hash = nullptr,
+                                              .hash = tavFormatDescriptionHash,
                                               .copyFormattingDesc = nullptr,
                                               .copyDebugDesc = tavFormatDescriptionCopyDebugDesc,
                                               .unused = {}};
@@ -139,6 +139,7 @@ OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType
     if (!description) return TAV_SIGNAL(kTavFormatDescriptionError_AllocationFailed, "allocation failed");
 
     LuFormatDescription_* fields = asDescription(description.get());
+    fields->kind = kind;
     fields->mediaType = mediaType;
     fields->mediaSubType = mediaSubType;
     if (extensions) {

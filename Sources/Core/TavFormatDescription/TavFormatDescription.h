@@ -30,7 +30,8 @@ typedef struct TavDerivedFormatDescriptionCallbacks {
 } TavDerivedFormatDescriptionCallbacks;
 #pragma pack(pop)
 
-/// Copies `callbacks`. The first registration of a media type stands; later ones succeed without effect.
+/// Copies `callbacks`. The first registration of a media type stands; later ones succeed without effect. Descriptions
+/// that are older than their kind stay as they are, generic.
 ///
 /// kTavFormatDescriptionError_InvalidParameter  no record, another version, no equal callback
 /// kTavFormatDescriptionError_AllocationFailed  no memory
@@ -41,8 +42,8 @@ OSStatus TavDerivedFormatDescriptionRegister(LuMediaType mediaType,
 OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
                                            ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut);
 
-/// The bytes that the kind asked for, 8-byte aligned: written once after creation. Nothing, which is signalled, for an
-/// absent description.
+/// The bytes that the kind asked for, aligned for every type: written once after creation. Nothing, which is signalled,
+/// for an absent description.
 void* TavDerivedFormatDescriptionGetDerivedStorage(LuFormatDescriptionRef description);
 
 /// How LuFormatDescriptionEqualIgnoringExtensionKeys compares extensions. An absent dictionary equals an empty one.

@@ -1,46 +1,57 @@
 #include "Core/TavFormatDescription/TavFormatDescriptionPrivate.h"
 #include "Foundation/ZoArray.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/ZoDictionary.h"
 #include "Foundation/ZoString.h"
 #include "Utilities/TavZoUtilities.h"
 
-/// `keys` is a string or an array of strings; anything else removes nothing.
-static void tavFormatDescriptionRemoveKeys(ZoMutableDictionaryRef dictionary, ZoTypeRef keys)
-{
-    if (!keys) return;
-    if (ZoGetTypeID(keys) == ZoStringGetTypeID()) {
-        ZoDictionaryRemoveValue(dictionary, keys);
-    } else if (ZoGetTypeID(keys) == ZoArrayGetTypeID()) {
-        const auto array = static_cast<ZoArrayRef>(keys);
-        for (ZoIndex i = 0; i < ZoArrayGetCount(array); ++i)
-            ZoDictionaryRemoveValue(dictionary, ZoArrayGetValueAtIndex(array, i));
-    }
-}
-
 namespace {
 
-/// The extensions of one description on their way to a comparison.
-struct Compared {
-    ZoRef<ZoMutableDictionaryRef> extensions;
-    ZoRef<ZoMutableDictionaryRef> atoms;
+// `keys` is a string or an array of strings; anything else names no key.
+bool isAmong(ZoTypeRef keys, const void* key)
+{
+    if (!keys) return false;
+    if (ZoGetTypeID(keys) == ZoStringGetTypeID()) return ZoEqual(keys, key);
+    if (ZoGetTypeID(keys) != ZoArrayGetTypeID()) return false;
+    const auto array = static_cast<ZoArrayRef>(keys);
+    for (ZoIndex i = 0; i < ZoArrayGetCount(array); ++i)
+        if (TavZoEqual(ZoArrayGetValueAtIndex(array, i), key)) return true;
+    return false;
+}
 
-    Compared(ZoDictionaryRef dictionary, ZoTypeRef keysToIgnore)
-        : extensions(zoAdopt(TavZoDictionaryCreateMutableCopy(nullptr, 0, dictionary)))
-    {
-        ZoDictionaryRemoveValue(extensions.get(), kLuFormatDescriptionExtension_VerbatimSampleDescription);
-        ZoDictionaryRemoveValue(extensions.get(), kLuFormatDescriptionExtension_VerbatimISOSampleEntry);
-        tavFormatDescriptionRemoveKeys(extensions.get(), keysToIgnore);
-    }
+template <typename Visit>
+void forEachPair(ZoDictionaryRef dictionary, Visit visit)
+{
+    if (!dictionary) return;
+    const auto apply = [](const void* key, const void* value, void* context) {
+        (*static_cast<Visit*>(context))(key, value);
+    };
+    ZoDictionaryApplyFunction(dictionary, apply, &visit);
+}
 
-    void takeAtomsOut(ZoTypeRef atomKeysToIgnore)
-    {
-        const ZoStringRef key = kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
-        const ZoDictionaryRef all = TavZoDictionaryGetDictionaryValue(extensions.get(), key);
-        atoms = zoAdopt(TavZoDictionaryCreateMutableCopy(nullptr, 0, all));
-        if (all) ZoDictionaryRemoveValue(extensions.get(), key);
-        tavFormatDescriptionRemoveKeys(atoms.get(), atomKeysToIgnore);
-    }
-};
+// Of the pairs that count, each must have its like in the other, and neither may have more of them. Nothing is copied.
+template <typename IsIgnored>
+bool equalButFor(ZoDictionaryRef dictionary1, ZoDictionaryRef dictionary2, IsIgnored isIgnored)
+{
+    ZoIndex count1 = 0, count2 = 0;
+    bool sameValues = true;
+    forEachPair(dictionary1, [&](const void* key, const void* value) {
+        if (!sameValues || isIgnored(key)) return;
+        ++count1;
+        sameValues = TavZoEqual(value, TavZoDictionaryGetValue(dictionary2, key));
+    });
+    if (!sameValues) return false;
+    forEachPair(dictionary2, [&](const void* key, const void*) { count2 += isIgnored(key) ? 0 : 1; });
+    return count1 == count2;
+}
+
+bool isAbsentOrDictionary(ZoTypeRef object) { return !object || ZoGetTypeID(object) == ZoDictionaryGetTypeID(); }
+
+bool atomsAreEqual(ZoTypeRef atoms1, ZoTypeRef atoms2, ZoTypeRef keysToIgnore)
+{
+    if (!isAbsentOrDictionary(atoms1) || !isAbsentOrDictionary(atoms2)) return TavZoEqual(atoms1, atoms2);
+    return equalButFor(static_cast<ZoDictionaryRef>(atoms1), static_cast<ZoDictionaryRef>(atoms2),
+                       [&](const void* key) { return isAmong(keysToIgnore, key); });
+}
 
 }  // namespace
 
@@ -52,13 +63,16 @@ Boolean TavFormatDescriptionExtensionsDictionariesEqualIgnoringKeys(ZoDictionary
         const bool bothEmpty = TavZoDictionaryGetCount(dictionary1) == 0 && TavZoDictionaryGetCount(dictionary2) == 0;
         return bothEmpty || TavZoEqual(dictionary1, dictionary2);
     }
-    Compared side1(dictionary1, keysToIgnore), side2(dictionary2, keysToIgnore);
-    if (extensionAtomKeysToIgnore) {
-        side1.takeAtomsOut(extensionAtomKeysToIgnore);
-        side2.takeAtomsOut(extensionAtomKeysToIgnore);
-        if (!TavZoEqual(side1.atoms.get(), side2.atoms.get())) return false;
-    }
-    return TavZoEqual(side1.extensions.get(), side2.extensions.get());
+    const ZoStringRef atomsKey = kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
+    const bool atomsApart = extensionAtomKeysToIgnore && !isAmong(keysToIgnore, atomsKey);
+    if (atomsApart && !atomsAreEqual(TavZoDictionaryGetValue(dictionary1, atomsKey),
+                                     TavZoDictionaryGetValue(dictionary2, atomsKey), extensionAtomKeysToIgnore))
+        return false;
+    return equalButFor(dictionary1, dictionary2, [&](const void* key) {
+        return ZoEqual(key, kLuFormatDescriptionExtension_VerbatimSampleDescription) ||
+               ZoEqual(key, kLuFormatDescriptionExtension_VerbatimISOSampleEntry) ||
+               (atomsApart && ZoEqual(key, atomsKey)) || isAmong(keysToIgnore, key);
+    });
 }
 
 Boolean LuFormatDescriptionEqual(LuFormatDescriptionRef description1, LuFormatDescriptionRef description2)
@@ -71,11 +85,10 @@ Boolean LuFormatDescriptionEqualIgnoringExtensionKeys(LuFormatDescriptionRef des
                                                       ZoTypeRef extensionAtomKeysToIgnore)
 {
     if (!description1 || !description2) return description1 == description2;
-    const LuMediaType mediaType = LuFormatDescriptionGetMediaType(description1);
-    if (mediaType != LuFormatDescriptionGetMediaType(description2)) return false;
-    if (LuFormatDescriptionGetMediaSubType(description1) != LuFormatDescriptionGetMediaSubType(description2))
+    if (description1->mediaType != description2->mediaType || description1->mediaSubType != description2->mediaSubType)
         return false;
-    if (mediaType == 0) return true;
-    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKindOrGeneric(mediaType);
+    // One may be older than the kind of their media type; its storage is not what that kind expects.
+    const TavDerivedFormatDescriptionCallbacks* kind = description1->kind;
+    if (kind != description2->kind) return false;
     return !kind || kind->equal(description1, description2, keysToIgnore, extensionAtomKeysToIgnore);
 }

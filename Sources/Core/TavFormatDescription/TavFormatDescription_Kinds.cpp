@@ -36,29 +36,26 @@ static const OnDemandKind kOnDemandKinds[] = {
     {kLuMediaType_TimeCode, TavTimeCodeFormatDescriptionRegister},
 };
 
-static void tavFormatDescriptionRegisterOnDemand(LuMediaType mediaType)
+static void tavFormatDescriptionRegisterOnDemand(const OnDemandKind& kind)
 {
-    for (const OnDemandKind& kind : kOnDemandKinds) {
-        if (kind.mediaType != mediaType || !kind.registerKind) continue;
-        if (tavTraceIsOn(&gTavFormatDescTrace))
-            tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: registering '%c%c%c%c'",
-                    __func__, static_cast<char>(mediaType >> 24), static_cast<char>(mediaType >> 16),
-                    static_cast<char>(mediaType >> 8), static_cast<char>(mediaType));
-        kind.registerKind();
-    }
-}
-
-const TavDerivedFormatDescriptionCallbacks* tavFormatDescriptionGetKindOrGeneric(LuMediaType mediaType)
-{
-    const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKind(mediaType);
-    return kind ? kind : tavFormatDescriptionGetKind(kGenericMediaType);
+    const LuMediaType mediaType = kind.mediaType;
+    if (tavTraceIsOn(&gTavFormatDescTrace))
+        tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: registering '%c%c%c%c'", __func__,
+                static_cast<char>(mediaType >> 24), static_cast<char>(mediaType >> 16),
+                static_cast<char>(mediaType >> 8), static_cast<char>(mediaType));
+    kind.registerKind();
 }
 
 const TavDerivedFormatDescriptionCallbacks* tavFormatDescriptionFindKind(LuMediaType mediaType)
 {
     if (const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionGetKind(mediaType)) return kind;
-    tavFormatDescriptionRegisterOnDemand(mediaType);
-    return tavFormatDescriptionGetKindOrGeneric(mediaType);
+    for (const OnDemandKind& kind : kOnDemandKinds) {
+        if (kind.mediaType != mediaType || !kind.registerKind) continue;
+        tavFormatDescriptionRegisterOnDemand(kind);
+        // Where that failed, the generic kind must not stand in: the storage that the kind counts on would be missing.
+        return tavFormatDescriptionGetKind(mediaType);
+    }
+    return tavFormatDescriptionGetKind(kGenericMediaType);
 }
 
 // MARK: the generic kind

@@ -1,7 +1,14 @@
+// A small family of classes: a shape with a type of its own, a square and a circle below it, and a stranger beside
+// them.
+
+#include <gtest/gtest.h>
+
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "Core/TavBaseObject/TavBaseObject.h"
+#include "Foundation/ZoArray.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 #include "Tests/Support/FailingAllocator.h"
@@ -9,272 +16,443 @@
 
 using namespace luvia_test;
 
+static bool sCallocFails;
+extern "C" {
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size) { return sCallocFails ? nullptr : __real_calloc(count, size); }
+}
+
 namespace {
 
 using Object = ZoRef<LuBaseObjectRef>;
 
-constexpr TavClassDescription kShapeDesc = {1, "TestShape", nullptr, nullptr};
-constexpr TavClassDescription kOtherDesc = {1, "TestOther", nullptr, nullptr};
-constexpr TavClassDescription kRoundDesc = {1, "TestRound", nullptr, nullptr};
-
-LuClassID registered(const TavClassDescription& description, LuClassID parent, uint32_t flags)
+std::string textOf(ZoRef<ZoStringRef> string)
 {
-    LuClassID made = nullptr;
-    EXPECT_EQ(TavBaseClassRegisterClass(&description, parent, flags, &made), 0);
-    return made;
-}
-// A class with a type, one below it without, and a class of another type.
-LuClassID shapeClass()
-{
-    static const LuClassID made = registered(kShapeDesc, TavBaseGetClassID(), kTavBaseClassRegister_OwnType);
-    return made;
-}
-LuClassID roundClass()
-{
-    static const LuClassID made = registered(kRoundDesc, shapeClass(), 0);
-    return made;
-}
-LuClassID otherClass()
-{
-    static const LuClassID made = registered(kOtherDesc, LuBaseGetClassID(), kTavBaseClassRegister_OwnType);
-    return made;
-}
-
-struct Storage {
-    int32_t value;
-    char more[100];
-};
-Storage& storageOf(LuBaseObjectRef object) { return *static_cast<Storage*>(LuBaseObjectGetDerivedStorage(object)); }
-
-int gFinalized, gRegistered, gUnregistered;
-void finalizeShape(LuBaseObjectRef object)
-{
-    EXPECT_NE(LuBaseObjectGetVTable(object), nullptr);
-    ++gFinalized;
-}
-Boolean equalShapes(LuBaseObjectRef object1, LuBaseObjectRef object2)
-{
-    return storageOf(object1).value == storageOf(object2).value;
-}
-ZoStringRef describeNothing(LuBaseObjectRef) { return nullptr; }
-ZoStringRef describeProtocol(LuBaseObjectRef) { return ZoStringCreateCopy(nullptr, ZOSTR("drawn")); }
-
-LuProtocolID protocol(int index)
-{
-    static LuProtocolID made[3];
-    if (!made[index]) {
-        const TavProtocolDescription description = {1, "TestProtocol", {}};
-        EXPECT_EQ(TavBaseProtocolRegisterProtocol(&description, 0, &made[index]), 0);
-    }
-    return made[index];
-}
-constexpr LuBaseProtocol kProtocolBase = {nullptr, describeProtocol};
-constexpr LuProtocolVTable kDrawing = {nullptr, &kProtocolBase}, kSilent = {nullptr, nullptr};
-constexpr LuProtocolTableEntry kEntries[] = {
-    {nullptr, &kSilent},
-    {[] { return protocol(0); }, &kDrawing},
-    {[] { return protocol(1); }, nullptr},
-    {[] { return protocol(0); }, &kSilent},
-};
-constexpr LuProtocolTable kProtocols = {1, 4, kEntries};
-
-LuBaseClass baseTable(ZoIndex version)
-{
-    return {.version = version,
-            .derivedStorageSize = sizeof(Storage),
-            .equal = equalShapes,
-            .unused = nullptr,
-            .finalize = finalizeShape,
-            .copyDebugDescription = describeNothing,
-            .copyProperty = nullptr,
-            .setProperty = nullptr,
-            .notificationBarrier = nullptr,
-            .protocolTable = nullptr};
-}
-
-Object make(const LuVTable& vtable, LuClassID classID)
-{
-    Object made;
-    EXPECT_EQ(TavDerivedObjectCreate(nullptr, &vtable, classID, made.outParam()), 0);
-    return made;
-}
-
-std::string textOf(ZoStringRef owned)
-{
-    const auto string = zoAdopt(owned);
     char text[512] = "";
     ZoStringGetCString(string.get(), text, sizeof text, kZoStringEncodingUTF8);
     return text;
 }
 
-std::string formatted(const char* format, auto... arguments)
+TavClassDescription descriptionOf(const char* name)
 {
-    char text[512];
-    snprintf(text, sizeof text, format, arguments...);
-    return text;
+    return {.version = 1, .className = name, .reserved = nullptr, .copyFormattingDescription = nullptr};
+}
+
+LuClassID makeClass(const TavClassDescription* description, LuClassID parent, uint32_t flags)
+{
+    LuClassID made = nullptr;
+    EXPECT_EQ(TavBaseClassRegisterClass(description, parent, flags, &made), 0);
+    return made;
+}
+
+struct Classes {
+    TavClassDescription shapeDescription = descriptionOf("Shape"), squareDescription = descriptionOf("Square"),
+                        abstractDescription = descriptionOf("Abstract"),
+                        strangerDescription = descriptionOf("Stranger");
+    LuClassID abstract = makeClass(&abstractDescription, LuBaseGetClassID(), 0);  // between the root and a type
+    LuClassID shape = makeClass(&shapeDescription, abstract, kTavBaseClassRegister_OwnType);
+    LuClassID square = makeClass(&squareDescription, shape, 0);
+    LuClassID circle = makeClass(&squareDescription, shape, 0);
+    LuClassID stranger = makeClass(&strangerDescription, LuBaseGetClassID(), kTavBaseClassRegister_OwnType);
+};
+
+const Classes& classes()
+{
+    static const Classes sClasses;
+    return sClasses;
+}
+
+constexpr size_t kStorageSize = 24;
+int sFinalized, sRegistered, sUnregistered, sBarriers;
+OSStatus sRegisterStatus;
+
+void countFinalize(LuBaseObjectRef object)
+{
+    ++sFinalized;
+    EXPECT_NE(LuBaseObjectGetVTable(object), nullptr) << "the class's own operations work to the end";
+}
+Boolean equalFirstByte(LuBaseObjectRef object1, LuBaseObjectRef object2)
+{
+    return *static_cast<char*>(LuBaseObjectGetDerivedStorage(object1)) ==
+           *static_cast<char*>(LuBaseObjectGetDerivedStorage(object2));
+}
+ZoStringRef describeOrNot(LuBaseObjectRef object)
+{
+    const char* text = static_cast<const char*>(LuBaseObjectGetDerivedStorage(object));
+    return *text ? ZoStringCreateWithCString(nullptr, text, kZoStringEncodingUTF8) : nullptr;
+}
+
+constexpr LuBaseClass kFullBase = {.version = 5,
+                                   .derivedStorageSize = kStorageSize,
+                                   .equal = equalFirstByte,
+                                   .finalize = countFinalize,
+                                   .copyDebugDescription = describeOrNot};
+constexpr LuBaseClass kBareBase = {.version = 1, .derivedStorageSize = 0};
+constexpr LuVTable kFull = {.reserved = nullptr, .base = &kFullBase, .derived = nullptr};
+constexpr LuVTable kBare = {.reserved = nullptr, .base = &kBareBase, .derived = nullptr};
+
+Object make(const LuVTable& vtable, LuClassID classID = classes().shape, char first = 0)
+{
+    Object object;
+    EXPECT_EQ(LuDerivedObjectCreate(nullptr, &vtable, classID, object.outParam()), 0);
+    if (object && vtable.base->derivedStorageSize > 0)
+        *static_cast<char*>(LuBaseObjectGetDerivedStorage(object.get())) = first;
+    return object;
+}
+
+class BaseObject : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        classes();
+        sFinalized = sRegistered = sUnregistered = sBarriers = 0;
+        sRegisterStatus = 0;
+    }
+    void TearDown() override
+    {
+        TavBaseObjectSetBarrierSupport(nullptr);
+        sCallocFails = false;
+    }
+};
+
+struct Refusal {
+    const char* message;
+    OSStatus code;
+    OSStatus (*operation)();
+};
+
+OSStatus createWith(const LuVTable* vtable, LuClassID classID)
+{
+    LuBaseObjectRef object = nullptr;
+    const OSStatus status = LuDerivedObjectCreate(nullptr, vtable, classID, &object);
+    EXPECT_EQ(object, nullptr);
+    return status;
+}
+
+OSStatus createWithVersion(ZoIndex version)
+{
+    const LuBaseClass base = {.version = version, .derivedStorageSize = 0};
+    const LuVTable vtable = {.reserved = &base, .base = &base, .derived = nullptr};  // the version is looked at first
+    return createWith(&vtable, nullptr);
+}
+
+OSStatus registerBelow(LuClassID parent, uint32_t flags, bool withOut = true)
+{
+    static const TavClassDescription sDescription = descriptionOf("Refused");
+    LuClassID made = nullptr;
+    const OSStatus status = TavBaseClassRegisterClass(&sDescription, parent, flags, withOut ? &made : nullptr);
+    EXPECT_EQ(made, nullptr);
+    return status;
+}
+
+const Refusal kRefusals[] = {
+    {"bad param", -12780, [] { return registerBelow(nullptr, 0); }},
+    {"bad param", -12780, [] { return registerBelow(LuBaseGetClassID(), 0, false); }},
+    {"bad param", -12780,
+     [] {
+         LuClassID made = nullptr;
+         return TavBaseClassRegisterClass(nullptr, LuBaseGetClassID(), 0, &made);
+     }},
+    {"already rooted in Zo", -12780, [] { return registerBelow(classes().shape, 1); }},
+    {"already rooted in Zo", -12780, [] { return registerBelow(classes().square, 1); }},
+    {"malloc failure", -12786,
+     [] {
+         sCallocFails = true;
+         return registerBelow(LuBaseGetClassID(), 0);
+     }},
+    {"malloc failure", -12786,
+     [] {
+         const TavProtocolDescription description = {};
+         LuProtocolID protocol = nullptr;
+         sCallocFails = true;
+         return TavBaseProtocolRegisterProtocol(&description, 0, &protocol);
+     }},
+    {"bad param", -12780,
+     [] {
+         LuProtocolID protocol = nullptr;
+         return TavBaseProtocolRegisterProtocol(nullptr, 0, &protocol);
+     }},
+    {"bad param", -12780,
+     [] {
+         const TavProtocolDescription description = {};
+         return TavBaseProtocolRegisterProtocol(&description, 0, nullptr);
+     }},
+    {"bad param", -12780, [] { return createWith(nullptr, classes().shape); }},
+    {"bad param", -12780, [] { return LuDerivedObjectCreate(nullptr, &kFull, classes().shape, nullptr); }},
+    {"bad version < 1", -12781, [] { return createWithVersion(0); }},
+    {"bad version > 5", -12781, [] { return createWithVersion(6); }},
+    {"reserved must be NULL", -12780, [] { return createWithVersion(5); }},
+    {"ZoTypeID must not be 0", -12780, [] { return createWith(&kFull, nullptr); }},
+    {"ZoTypeID must not be 0", -12780, [] { return createWith(&kFull, classes().abstract); }},
+    {"Zo failure", -12786,
+     [] {
+         const LuBaseClass base = {.version = 1, .derivedStorageSize = SIZE_MAX - 20};
+         const LuVTable vtable = {.reserved = nullptr, .base = &base, .derived = nullptr};
+         return createWith(&vtable, classes().shape);
+     }},
+};
+
+}  // namespace
+
+TEST_F(BaseObject, refusesWithOneSignal)
+{
+    for (const Refusal& row : kRefusals) {
+        SCOPED_TRACE(row.message);
+        const SignalProbe probe;
+        EXPECT_EQ(row.operation(), row.code);
+        sCallocFails = false;
+        EXPECT_EQ(probe.count(), 1u);
+        EXPECT_EQ(probe.code(), row.code);
+        EXPECT_EQ(probe.message(), row.message);
+    }
+}
+
+TEST_F(BaseObject, sharesTheTypeOfItsNearestClassThatHasOne)
+{
+    const ZoTypeID type = LuBaseClassGetZoTypeID(classes().shape);
+    EXPECT_NE(type, 0u);
+    EXPECT_EQ(LuBaseClassGetZoTypeID(classes().square), type);
+    EXPECT_EQ(LuBaseClassGetZoTypeID(classes().abstract), 0u);
+    EXPECT_EQ(LuBaseClassGetZoTypeID(LuBaseGetClassID()), 0u);
+    EXPECT_EQ(LuBaseClassGetZoTypeID(nullptr), 0u);
+    EXPECT_NE(LuBaseClassGetZoTypeID(classes().stranger), type);
+
+    const Object square = make(kFull, classes().square);
+    EXPECT_EQ(ZoGetTypeID(square.get()), type);
+    EXPECT_EQ(LuBaseObjectGetClassID(square.get()), classes().square);
+    EXPECT_STREQ(_ZoRuntimeGetClassWithTypeID(type)->className, "Shape");
+}
+
+TEST_F(BaseObject, isAMemberOfItsClassAndOfThoseAbove)
+{
+    const Object square = make(kFull, classes().square);
+    const struct {
+        LuClassID classID;
+        bool isMember;
+    } rows[] = {{classes().square, true},
+                {classes().shape, true},
+                {classes().abstract, true},
+                {LuBaseGetClassID(), true},
+                {classes().circle, false},
+                {classes().stranger, false},
+                {nullptr, false}};
+    for (const auto& row : rows) EXPECT_EQ(LuBaseObjectIsMemberOfClass(square.get(), row.classID), row.isMember);
+    const Object shape = make(kFull, classes().shape);
+    EXPECT_FALSE(LuBaseObjectIsMemberOfClass(shape.get(), classes().square));
+    EXPECT_FALSE(LuBaseObjectIsMemberOfClass(nullptr, classes().shape));
+
+    // What only looks like one: an array has no class record where a base object has it.
+    const auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, nullptr));
+    const auto foreign = static_cast<LuBaseObjectRef>(static_cast<void*>(array.get()));
+    for (LuClassID classID : {classes().shape, classes().abstract, LuBaseGetClassID()})
+        EXPECT_FALSE(LuBaseObjectIsMemberOfClass(foreign, classID));
+    EXPECT_TRUE(ZoTypeIsLuBaseObject(square.get()));
+    EXPECT_FALSE(ZoTypeIsLuBaseObject(array.get()));
+    EXPECT_FALSE(ZoTypeIsLuBaseObject(nullptr));
+}
+
+TEST_F(BaseObject, startsWithClearStorageAndIsFinalizedOnce)
+{
+    FailingAllocator dirty;  // hands out memory that is not zero
+    LuBaseObjectRef object = nullptr;
+    ASSERT_EQ(TavDerivedObjectCreate(dirty.get(), &kFull, classes().square, &object), 0);
+    static const char kZeros[kStorageSize] = {};
+    EXPECT_EQ(std::memcmp(LuBaseObjectGetDerivedStorage(object), kZeros, kStorageSize), 0);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(LuBaseObjectGetDerivedStorage(object)) % alignof(max_align_t), 0u);
+    EXPECT_EQ(LuBaseObjectGetVTable(object), &kFull);
+    std::memset(LuBaseObjectGetDerivedStorage(object), 1, kStorageSize);
+    ZoRetain(object);
+    ZoRelease(object);
+    EXPECT_EQ(sFinalized, 0);
+    ZoRelease(object);
+    EXPECT_EQ(sFinalized, 1);
+    EXPECT_EQ(dirty.liveBlocks(), 0);
+    EXPECT_EQ(LuBaseObjectGetVTable(nullptr), nullptr);
+    EXPECT_EQ(LuBaseObjectGetDerivedStorage(nullptr), nullptr);
+
+    sFinalized = 0;
+    const int64_t failures = sweepAllocationFailures([](FailingAllocator& allocator) {
+        LuBaseObjectRef made = nullptr;
+        const OSStatus status = LuDerivedObjectCreate(allocator.get(), &kFull, classes().shape, &made);
+        EXPECT_EQ(status, allocator.hasFailed() ? kTavBaseObjectError_AllocationFailed : 0);
+        EXPECT_EQ(made != nullptr, status == 0);
+        if (made) ZoRelease(made);
+    });
+    EXPECT_EQ(failures, 1);
+    EXPECT_EQ(sFinalized, 1) << "what was never completed is not finalized";
+}
+
+TEST_F(BaseObject, leavesEqualityToItsTable)
+{
+    static constexpr LuVTable kFullToo = kFull;  // the same operations, but another class's
+    const Object a = make(kFull, classes().square, 'a'), same = make(kFull, classes().circle, 'a');
+    const Object b = make(kFull, classes().square, 'b'), otherTable = make(kFullToo, classes().square, 'a');
+    EXPECT_TRUE(ZoEqual(a.get(), same.get()));
+    EXPECT_FALSE(ZoEqual(a.get(), b.get()));
+    EXPECT_FALSE(ZoEqual(a.get(), otherTable.get()));
+    const Object bare = make(kBare), otherBare = make(kBare);
+    EXPECT_TRUE(ZoEqual(bare.get(), bare.get()));
+    EXPECT_FALSE(ZoEqual(bare.get(), otherBare.get())) << "without an operation only the same one is equal";
+}
+
+TEST_F(BaseObject, describesItselfOrIsDescribed)
+{
+    const Object described = make(kFull, classes().square, 'q');
+    EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(described.get()))), "q");
+    const Object silent = make(kFull), bare = make(kBare);  // an operation that gives nothing, and none
+    for (const Object* object : {&silent, &bare}) {
+        char expected[200];
+        std::snprintf(expected, sizeof expected, "<LuBaseObject: instance<%p> storage<%p> class<%p> allocator<%p>>",
+                      static_cast<void*>(object->get()), LuBaseObjectGetDerivedStorage(object->get()),
+                      static_cast<const void*>(LuBaseObjectGetVTable(object->get())),
+                      static_cast<const void*>(ZoGetAllocator(object->get())));
+        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(object->get()))), expected);
+    }
+}
+
+// MARK: barriers
+
+namespace {
+
+constexpr TavBaseObjectBarrierSupport kCountingSupport = {
+    .registerObject = [](LuBaseObjectRef) { return ++sRegistered, sRegisterStatus; },
+    .unregisterObject = [](LuBaseObjectRef) { ++sUnregistered; },
+    .barrier = [](LuBaseObjectRef) { return OSStatus{++sBarriers}; },
+};
+
+LuBaseClass baseWithBarrier(ZoIndex version, OSStatus (*barrier)(LuBaseObjectRef))
+{
+    return {.version = version, .derivedStorageSize = 0, .finalize = countFinalize, .notificationBarrier = barrier};
 }
 
 }  // namespace
 
-TEST(BaseObject, ClassesFormATreeWithOneTypeOnEachPath)
+TEST_F(BaseObject, registersForBarriersWhereItsTableHasTheStandardOne)
 {
-    EXPECT_NE(LuBaseClassGetZoTypeID(shapeClass()), 0u);
-    EXPECT_EQ(LuBaseClassGetZoTypeID(roundClass()), LuBaseClassGetZoTypeID(shapeClass()));
-    EXPECT_NE(LuBaseClassGetZoTypeID(otherClass()), LuBaseClassGetZoTypeID(shapeClass()));
-    EXPECT_EQ(LuBaseClassGetZoTypeID(kTavBaseClassID), 0u);
-    EXPECT_EQ(LuBaseClassGetZoTypeID(nullptr), 0u);
-
-    LuClassID none = nullptr;
-    SignalProbe probe;
-    EXPECT_EQ(TavBaseClassRegisterClass(&kRoundDesc, roundClass(), kTavBaseClassRegister_OwnType, &none), -12780);
-    EXPECT_EQ(probe.message(), "already rooted in Zo");
-    EXPECT_EQ(TavBaseClassRegisterClass(nullptr, shapeClass(), 0, &none), -12780);
-    EXPECT_EQ(TavBaseClassRegisterClass(&kRoundDesc, nullptr, 0, &none), -12780);
-    EXPECT_EQ(TavBaseClassRegisterClass(&kRoundDesc, shapeClass(), 0, nullptr), -12780);
-    EXPECT_EQ(TavBaseProtocolRegisterProtocol(nullptr, 0, nullptr), -12780);
-    EXPECT_EQ(probe.message(), "bad param");
-    EXPECT_EQ(none, nullptr);
-
-    const LuBaseClass base = baseTable(1);
-    const LuVTable vtable = {nullptr, &base, nullptr};
-    const Object round = make(vtable, roundClass());
-    EXPECT_EQ(ZoGetTypeID(round.get()), LuBaseClassGetZoTypeID(shapeClass()));
-    EXPECT_EQ(LuBaseObjectGetClassID(round.get()), roundClass());
-    EXPECT_TRUE(LuBaseObjectIsMemberOfClass(round.get(), roundClass()));
-    EXPECT_TRUE(LuBaseObjectIsMemberOfClass(round.get(), shapeClass()));
-    EXPECT_TRUE(LuBaseObjectIsMemberOfClass(round.get(), LuBaseGetClassID()));
-    EXPECT_FALSE(LuBaseObjectIsMemberOfClass(round.get(), otherClass()));
-    EXPECT_FALSE(LuBaseObjectIsMemberOfClass(round.get(), nullptr));
-    EXPECT_FALSE(LuBaseObjectIsMemberOfClass(make(vtable, shapeClass()).get(), roundClass()));
-    EXPECT_TRUE(ZoTypeIsLuBaseObject(round.get()));
-    EXPECT_FALSE(ZoTypeIsLuBaseObject(ZOSTR("text")));
-}
-
-TEST(BaseObject, CreationChecksTheTableBeforeItAllocates)
-{
-    const LuBaseClass base = baseTable(5), tooOld = baseTable(0), tooNew = baseTable(6);
-    LuBaseClass tooLarge = baseTable(1);
-    tooLarge.derivedStorageSize = SIZE_MAX - 4;
-    const LuVTable good = {nullptr, &base, nullptr}, old = {nullptr, &tooOld, nullptr},
-                   future = {&good, &tooNew, nullptr}, reserved = {&good, &base, nullptr},
-                   large = {nullptr, &tooLarge, nullptr};
-    struct {
-        const LuVTable* vtable;
-        LuClassID classID;
-        OSStatus status;
-        const char* message;
-    } const rows[] = {
-        {nullptr, shapeClass(), -12780, "bad param"},
-        {&old, shapeClass(), -12781, "bad version < 1"},
-        {&future, shapeClass(), -12781, "bad version > 5"},
-        {&reserved, nullptr, -12780, "reserved must be NULL"},
-        {&good, nullptr, -12780, "ZoTypeID must not be 0"},
-        {&good, LuBaseGetClassID(), -12780, "ZoTypeID must not be 0"},
-        {&large, shapeClass(), -12786, "Zo failure"},
-        {&good, shapeClass(), 0, ""},
-    };
+    const LuBaseClass standard = baseWithBarrier(2, TavBaseObjectStandardNotificationBarrier);
+    const LuBaseClass tooOld = baseWithBarrier(1, TavBaseObjectStandardNotificationBarrier);
+    const LuBaseClass own = baseWithBarrier(5, [](LuBaseObjectRef) { return OSStatus{0}; });
+    const LuBaseClass none = baseWithBarrier(5, nullptr);
+    const struct {
+        const LuBaseClass* base;
+        int times;
+    } rows[] = {{&standard, 1}, {&tooOld, 0}, {&own, 0}, {&none, 0}};
+    TavBaseObjectSetBarrierSupport(&kCountingSupport);
     for (const auto& row : rows) {
-        SignalProbe probe;
-        Object object;
-        EXPECT_EQ(LuDerivedObjectCreate(nullptr, row.vtable, row.classID, object.outParam()), row.status);
-        EXPECT_EQ(probe.message(), row.message);
-        EXPECT_EQ(!object, row.status != 0);
+        const LuVTable vtable = {.reserved = nullptr, .base = row.base, .derived = nullptr};
+        sRegistered = sUnregistered = 0;
+        Object object = make(vtable);
+        EXPECT_EQ(sRegistered, row.times);
+        EXPECT_EQ(sUnregistered, 0);
+        object.reset();
+        EXPECT_EQ(sUnregistered, row.times);
     }
-    EXPECT_EQ(LuDerivedObjectCreate(nullptr, &good, shapeClass(), nullptr), -12780);
-    FailingAllocator none(1);
-    LuBaseObjectRef object = nullptr;
-    EXPECT_EQ(LuDerivedObjectCreate(none.get(), &good, shapeClass(), &object), -12786);
+    EXPECT_EQ(TavBaseObjectStandardNotificationBarrier(nullptr), 1);
+    TavBaseObjectSetBarrierSupport(nullptr);
+    EXPECT_EQ(TavBaseObjectStandardNotificationBarrier(nullptr), 0) << "nothing to wait for without a center";
 }
 
-TEST(BaseObject, StorageEqualityAndDescriptionComeFromTheTable)
+TEST_F(BaseObject, isGoneWhereItCannotBeRegisteredForBarriers)
 {
-    const LuBaseClass base = baseTable(1);
-    LuBaseClass bare = baseTable(1);
-    bare.equal = nullptr;
-    bare.finalize = nullptr;
-    const LuVTable vtable = {nullptr, &base, nullptr}, twin = {nullptr, &base, nullptr},
-                   plain = {nullptr, &bare, nullptr};
-    gFinalized = 0;
-    {
-        const Object one = make(vtable, shapeClass()), same = make(vtable, shapeClass()),
-                     two = make(vtable, shapeClass()), foreign = make(twin, shapeClass());
-        EXPECT_EQ(storageOf(one.get()).value, 0);
-        EXPECT_EQ(storageOf(one.get()).more[99], 0);
-        storageOf(two.get()).value = 2;
-        EXPECT_TRUE(ZoEqual(one.get(), same.get()));
-        EXPECT_FALSE(ZoEqual(one.get(), two.get()));
-        EXPECT_FALSE(ZoEqual(one.get(), foreign.get())) << "another table";
-        EXPECT_EQ(textOf(ZoCopyDescription(one.get())),
-                  formatted("<LuBaseObject: instance<%p> storage<%p> class<%p> allocator<%p>>",
-                            static_cast<const void*>(one.get()), LuBaseObjectGetDerivedStorage(one.get()),
-                            static_cast<const void*>(&vtable), static_cast<const void*>(ZoGetAllocator(one.get()))));
-        const Object bare1 = make(plain, shapeClass()), bare2 = make(plain, shapeClass());
-        EXPECT_TRUE(ZoEqual(bare1.get(), bare1.get()));
-        EXPECT_FALSE(ZoEqual(bare1.get(), bare2.get()));
-    }
-    EXPECT_EQ(gFinalized, 4);
-    EXPECT_EQ(LuBaseObjectGetVTable(nullptr), nullptr);
-    EXPECT_EQ(LuBaseObjectGetDerivedStorage(nullptr), nullptr);
+    const LuBaseClass standard = baseWithBarrier(3, TavBaseObjectStandardNotificationBarrier);
+    const LuVTable vtable = {.reserved = nullptr, .base = &standard, .derived = nullptr};
+    TavBaseObjectSetBarrierSupport(&kCountingSupport);
+    sRegisterStatus = -7;
+    EXPECT_EQ(createWith(&vtable, classes().shape), -7);
+    EXPECT_EQ(sFinalized, 1);
 }
 
-TEST(BaseObject, ProtocolsAreLookedUpFromVersion3On)
+// MARK: protocols
+
+namespace {
+
+LuProtocolID makeProtocol()
 {
-    LuBaseClass base = baseTable(3), older = baseTable(2);
-    base.protocolTable = older.protocolTable = &kProtocols;
-    const LuVTable vtable = {nullptr, &base, nullptr}, oldVTable = {nullptr, &older, nullptr};
-    const Object object = make(vtable, shapeClass()), old = make(oldVTable, shapeClass());
-    EXPECT_EQ(LuBaseObjectGetProtocolVTable(object.get(), protocol(0)), &kDrawing) << "the first match";
-    EXPECT_FALSE(LuBaseObjectImplementsProtocol(object.get(), protocol(1))) << "an entry with an empty table";
-    EXPECT_FALSE(LuBaseObjectImplementsProtocol(object.get(), protocol(2)));
+    const TavProtocolDescription description = {.version = 1, .protocolName = "Protocol", .reserved = {}};
+    LuProtocolID protocol = nullptr;
+    EXPECT_EQ(TavBaseProtocolRegisterProtocol(&description, 0, &protocol), 0);
+    return protocol;
+}
+
+LuProtocolID drawing()
+{
+    static const LuProtocolID sProtocol = makeProtocol();
+    return sProtocol;
+}
+LuProtocolID silent()
+{
+    static const LuProtocolID sProtocol = makeProtocol();
+    return sProtocol;
+}
+LuProtocolID withoutTable()
+{
+    static const LuProtocolID sProtocol = makeProtocol();
+    return sProtocol;
+}
+
+LuProtocolID unknown()
+{
+    static const LuProtocolID sProtocol = makeProtocol();
+    return sProtocol;
+}
+
+constexpr LuBaseProtocol kDescribes = {.reserved = nullptr, .copyDebugDescription = [](LuBaseObjectRef) {
+                                           return ZoStringCreateWithCString(nullptr, "draws", kZoStringEncodingUTF8);
+                                       }};
+constexpr LuBaseProtocol kSaysNothing = {
+    .reserved = nullptr, .copyDebugDescription = [](LuBaseObjectRef) -> ZoStringRef { return nullptr; }};
+constexpr LuProtocolVTable kDrawing = {.reserved = nullptr, .base = &kDescribes};
+constexpr LuProtocolVTable kDrawingAgain = {.reserved = nullptr, .base = nullptr};
+constexpr LuProtocolVTable kSilent = {.reserved = nullptr, .base = &kSaysNothing};
+
+const LuProtocolTableEntry kEntries[] = {{nullptr, &kDrawingAgain},
+                                         {withoutTable, nullptr},
+                                         {drawing, &kDrawing},
+                                         {silent, &kSilent},
+                                         {drawing, &kDrawingAgain}};
+constexpr LuProtocolTable kProtocols = {.version = 77, .entryCount = std::size(kEntries), .entries = kEntries};
+
+}  // namespace
+
+TEST_F(BaseObject, findsItsProtocols)
+{
+    const LuBaseClass base = {.version = 3, .derivedStorageSize = 0, .protocolTable = &kProtocols};
+    const LuVTable vtable = {.reserved = nullptr, .base = &base, .derived = nullptr};
+    const Object object = make(vtable);
+    EXPECT_EQ(LuBaseObjectGetProtocolVTable(object.get(), drawing()), &kDrawing) << "the first entry";
+    EXPECT_EQ(LuBaseObjectGetProtocolVTable(object.get(), silent()), &kSilent);
+    EXPECT_TRUE(LuBaseObjectImplementsProtocol(object.get(), silent()));
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(object.get(), withoutTable()));
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(object.get(), unknown()));
     EXPECT_FALSE(LuBaseObjectImplementsProtocol(object.get(), nullptr));
-    EXPECT_FALSE(LuBaseObjectImplementsProtocol(nullptr, protocol(0)));
-    EXPECT_FALSE(LuBaseObjectImplementsProtocol(old.get(), protocol(0)));
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(nullptr, drawing()));
 
-    const auto header = [](const Object& of, int index) {
-        return formatted("<LuBaseProtocol on LuBaseObject: protocol<%p> instance<%p> allocator<%p>>{",
-                         static_cast<const void*>(protocol(index)), static_cast<const void*>(of.get()),
-                         static_cast<const void*>(ZoGetAllocator(of.get())));
-    };
-    EXPECT_EQ(textOf(LuBaseProtocolCopyDebugDescription(object.get(), protocol(0))), header(object, 0) + "\ndrawn\n}");
-    EXPECT_EQ(textOf(LuBaseProtocolCopyDebugDescription(object.get(), protocol(2))),
-              header(object, 2) + "UNIMPLEMENTED}");
+    const LuBaseClass tooOld = {.version = 2, .derivedStorageSize = 0, .protocolTable = &kProtocols};
+    const LuVTable tooOldTable = {.reserved = nullptr, .base = &tooOld, .derived = nullptr};
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(make(tooOldTable).get(), drawing()));
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(make(kFull).get(), drawing()));
 }
 
-TEST(BaseObject, TheStandardBarrierIsRegisteredFromVersion2On)
+TEST_F(BaseObject, describesItsProtocols)
 {
-    static OSStatus sRegisterStatus;
-    static const TavBaseObjectBarrierSupport kSupport = {[](LuBaseObjectRef) -> OSStatus {
-                                                             ++gRegistered;
-                                                             return sRegisterStatus;
-                                                         },
-                                                         [](LuBaseObjectRef) { ++gUnregistered; },
-                                                         [](LuBaseObjectRef) -> OSStatus { return -3; }};
-    struct {
-        ZoIndex version;
-        OSStatus (*barrier)(LuBaseObjectRef);
-        int registrations;
-    } const rows[] = {
-        {1, TavBaseObjectStandardNotificationBarrier, 0},      {2, TavBaseObjectStandardNotificationBarrier, 1},
-        {5, TavBaseObjectStandardNotificationBarrier, 1},      {2, nullptr, 0},
-        {2, [](LuBaseObjectRef) -> OSStatus { return 0; }, 0},
-    };
+    const LuBaseClass base = {.version = 3, .derivedStorageSize = 0, .protocolTable = &kProtocols};
+    const LuVTable vtable = {.reserved = nullptr, .base = &base, .derived = nullptr};
+    const Object object = make(vtable), without = make(kBare);
+    const struct {
+        LuBaseObjectRef object;
+        LuProtocolID protocol;
+        const char* rest;
+    } rows[] = {{object.get(), drawing(), "\ndraws\n}"},
+                {object.get(), silent(), "UNIMPLEMENTED}"},
+                {object.get(), withoutTable(), "UNIMPLEMENTED}"},
+                {without.get(), drawing(), "UNIMPLEMENTED}"}};
     for (const auto& row : rows) {
-        LuBaseClass base = baseTable(row.version);
-        base.notificationBarrier = row.barrier;
-        const LuVTable vtable = {nullptr, &base, nullptr};
-        const Object early = make(vtable, shapeClass());  // without a notification center there is nothing to wait for
-        TavBaseObjectSetBarrierSupport(&kSupport);
-        gRegistered = gUnregistered = 0;
-        sRegisterStatus = 0;
-        const Object object = make(vtable, shapeClass());
-        EXPECT_EQ(TavBaseObjectStandardNotificationBarrier(object.get()), -3);
-        Object refused;
-        sRegisterStatus = -12721;
-        EXPECT_EQ(LuDerivedObjectCreate(nullptr, &vtable, shapeClass(), refused.outParam()),
-                  row.registrations ? -12721 : 0);
-        EXPECT_EQ(!refused, row.registrations != 0);
-        EXPECT_EQ(gRegistered, 2 * row.registrations);
-        EXPECT_EQ(gUnregistered, row.registrations) << "the one that was refused";
-        TavBaseObjectSetBarrierSupport(nullptr);
+        char expected[300];
+        std::snprintf(expected, sizeof expected,
+                      "<LuBaseProtocol on LuBaseObject: protocol<%p> instance<%p> allocator<%p>>{%s",
+                      static_cast<const void*>(row.protocol), static_cast<void*>(row.object),
+                      static_cast<const void*>(ZoGetAllocator(row.object)), row.rest);
+        EXPECT_EQ(textOf(zoAdopt(LuBaseProtocolCopyDebugDescription(row.object, row.protocol))), expected);
     }
 }

@@ -1,142 +1,146 @@
+// The registry of kinds: before there is one, without memory for one, and raced. What depends on the state of the
+// process runs in a process of its own.
+
+#include <gtest/gtest.h>
+
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <thread>
 #include <vector>
 
-#include "Core/TavFormatDescription/TavFormatDescription.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Platform/Ostra/OstraSynchronization.h"
+#include "Tests/Core/TavFormatDescription/Extensions.h"
 #include "Tests/Support/HandOver.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
 
 namespace {
+std::atomic<bool> sNewFails;
+std::atomic<bool> sMutexesFail;
+}  // namespace
 
-Boolean alwaysEqual(LuFormatDescriptionRef, LuFormatDescriptionRef, ZoTypeRef, ZoTypeRef) { return true; }
+extern "C" {
+void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t&);
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t&);
+TavSimpleMutexRef __real_TavSimpleMutexCreate(void);
+TavSimpleMutexRef __wrap_TavSimpleMutexCreate(void);
 
-constexpr TavDerivedFormatDescriptionCallbacks kPlain = {0, 0, alwaysEqual, nullptr, nullptr};
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& nothrow)
+{
+    return sNewFails ? nullptr : __real__ZnwmRKSt9nothrow_t(size, nothrow);
+}
+TavSimpleMutexRef __wrap_TavSimpleMutexCreate(void) { return sMutexesFail ? nullptr : __real_TavSimpleMutexCreate(); }
+}
 
-/// A kind whose storage counts how often it was finalized.
-constexpr LuMediaType kCountingType = LU_FOURCC('c', 'n', 't', 'g');
-std::atomic<int> gFinalized;
-struct Counting {
-    uint64_t number;
-    uint64_t more[40];
+namespace {
+
+Boolean never(LuFormatDescriptionRef, LuFormatDescriptionRef, ZoTypeRef, ZoTypeRef) { return false; }
+Boolean always(LuFormatDescriptionRef, LuFormatDescriptionRef, ZoTypeRef, ZoTypeRef) { return true; }
+
+TavDerivedFormatDescriptionCallbacks kindWith(decltype(&always) equal, size_t storageSize = 0)
+{
+    return {
+        .version = 0, .derivedStorageSize = storageSize, .equal = equal, .copyDebugDesc = nullptr, .finalize = nullptr};
+}
+
+bool createFails(const char* message, OSStatus code)
+{
+    LuFormatDescriptionRef description = nullptr;
+    const SignalProbe probe;
+    const OSStatus status = TavDerivedFormatDescriptionCreate(nullptr, kSubtitle, kSubType, nullptr, &description);
+    return status == code && !description && probe.message() == message && probe.code() == code;
+}
+
+bool registerFails(const char* message)
+{
+    const TavDerivedFormatDescriptionCallbacks kind = kindWith(always);
+    const SignalProbe probe;
+    return TavDerivedFormatDescriptionRegister(LU_FOURCC('n', 'e', 'w', '1'), &kind) == -12711 &&
+           probe.code() == -12711 && probe.message() == message;
+}
+
+class FormatDescriptionRegistryDeathTest : public ::testing::Test {
+protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
-void finalizeCounting(LuFormatDescriptionRef description)
-{
-    EXPECT_EQ(static_cast<Counting*>(TavDerivedFormatDescriptionGetDerivedStorage(description))->more[39], 0u);
-    ++gFinalized;
-}
-Boolean equalCounting(LuFormatDescriptionRef description1, LuFormatDescriptionRef description2, ZoTypeRef keys,
-                      ZoTypeRef atomKeys)
-{
-    const auto numberOf = [](LuFormatDescriptionRef description) {
-        return static_cast<Counting*>(TavDerivedFormatDescriptionGetDerivedStorage(description))->number;
-    };
-    return keys || atomKeys || numberOf(description1) == numberOf(description2);
-}
-ZoStringRef describeCounting(LuFormatDescriptionRef) { return ZoStringCreateCopy(nullptr, ZOSTR("counting")); }
 
-ZoRef<LuFormatDescriptionRef> counting(uint64_t number)
-{
-    const TavDerivedFormatDescriptionCallbacks callbacks = {0, sizeof(Counting), equalCounting, describeCounting,
-                                                            finalizeCounting};
-    EXPECT_EQ(TavDerivedFormatDescriptionRegister(kCountingType, &callbacks), 0);
-    ZoRef<LuFormatDescriptionRef> made;
-    EXPECT_EQ(TavDerivedFormatDescriptionCreate(nullptr, kCountingType, 1, nullptr, made.outParam()), 0);
-    auto* storage = static_cast<Counting*>(TavDerivedFormatDescriptionGetDerivedStorage(made.get()));
-    EXPECT_EQ(storage->number, 0u);
-    storage->number = number;
-    return made;
-}
+/// `condition` in a new process, in which nothing has been registered.
+#define EXPECT_IN_NEW_PROCESS(condition) EXPECT_EXIT(std::_Exit((condition) ? 0 : 1), ::testing::ExitedWithCode(0), "")
 
 }  // namespace
 
-// In a process of its own, since one registration is enough for all that follows.
-TEST(FormatDescriptionRegistryDeathTest, ComesIntoBeingWithTheFirstRegistration)
+TEST_F(FormatDescriptionRegistryDeathTest, isThereFromTheFirstRegistrationOn)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            SignalProbe probe;
-            LuFormatDescriptionRef description = nullptr;
-            bool right =
-                TavDerivedFormatDescriptionCreate(nullptr, kLuMediaType_Subtitle, 1, nullptr, &description) == -12710;
-            right = right && probe.message() == "!sTavFormatDescriptionRegistry";
-            // Some kind, but not the generic one.
-            right = right && TavDerivedFormatDescriptionRegister(kCountingType, &kPlain) == 0;
-            right = right && TavDerivedFormatDescriptionCreate(nullptr, kLuMediaType_Subtitle, 1, nullptr,
-                                                               &description) == -12710;
-            right = right && probe.message() == "unregistered mediaType";
-            right = right && LuFormatDescriptionCreate(nullptr, kLuMediaType_Subtitle, 1, nullptr, &description) == 0;
-            _exit(right ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+    EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) && describe() &&
+                          LuFormatDescriptionEqual(describe().get(), describe().get()));
+    EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) &&
+                          TavDerivedFormatDescriptionRegister(
+                              LU_FOURCC('n', 'e', 'w', '1'),
+                              [] {
+                                  static const TavDerivedFormatDescriptionCallbacks kind = kindWith(always);
+                                  return &kind;
+                              }()) == 0 &&
+                          createFails("unregistered mediaType", -12710) && describe());
 }
 
-TEST(FormatDescriptionRegistry, RefusesRecordsThatCannotBe)
+TEST_F(FormatDescriptionRegistryDeathTest, isAStatusWhereThereIsNoMemory)
 {
-    TavDerivedFormatDescriptionCallbacks otherVersion = kPlain, noEqual = kPlain;
-    otherVersion.version = 1;
-    noEqual.equal = nullptr;
-    SignalProbe probe;
-    EXPECT_EQ(TavDerivedFormatDescriptionRegister(kCountingType, nullptr), -12710);
-    EXPECT_EQ(probe.message(), "!callbacks");
-    EXPECT_EQ(TavDerivedFormatDescriptionRegister(kCountingType, &otherVersion), -12710);
-    EXPECT_EQ(probe.message(), "callbacks->version != 0");
-    EXPECT_EQ(TavDerivedFormatDescriptionRegister(kCountingType, &noEqual), -12710);
-    EXPECT_EQ(probe.message(), "callbacks->equal == NULL");
-    EXPECT_EQ(TavDerivedFormatDescriptionCreate(nullptr, kCountingType, 1, nullptr, nullptr), -12710);
-    EXPECT_EQ(probe.message(), "NULL == descOut");
+    // What signals has its own locks by then.
+    EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) &&
+                          (sMutexesFail = true, registerFails("one-time setup failed")) &&
+                          (sMutexesFail = false, registerFails("one-time setup failed")) && !describe());
+    EXPECT_IN_NEW_PROCESS(((void)describe(), sNewFails = true, registerFails("callbacks struct")) &&
+                          (sNewFails = false, describe()));
 }
 
-TEST(FormatDescriptionRegistry, AKindBringsStorageEqualityDescriptionAndFinalization)
+TEST(FormatDescriptionRegistry, keepsACopyOfTheFirstKindAndDescriptionsTheirs)
 {
-    gFinalized = 0;
-    {
-        const auto one = counting(1), same = counting(1), two = counting(2);
-        EXPECT_EQ(TavDerivedFormatDescriptionRegister(kCountingType, &kPlain), 0);  // the first registration stands
-        EXPECT_TRUE(LuFormatDescriptionEqual(one.get(), same.get()));
-        EXPECT_FALSE(LuFormatDescriptionEqual(one.get(), two.get()));
-        EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), two.get(), ZOSTR("key"), nullptr));
-        EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), two.get(), nullptr, ZOSTR("key")));
-        const auto text = zoAdopt(ZoCopyDescription(one.get()));
-        EXPECT_NE(ZoStringFind(text.get(), ZOSTR("mediaSpecific: {\ncounting \n"), 0).location, kZoNotFound);
-        EXPECT_TRUE(ZoStringHasPrefix(text.get(), ZOSTR("<LuFormatDescription ")));
-    }
-    EXPECT_EQ(gFinalized, 3);
-
-    // A creation that fails behind the allocation finalizes what is still all zero.
-    const auto other = counting(1);
-    const void *key = ZOSTR("key"), *value = other.get();
-    const auto extensions = zoAdopt(
-        ZoDictionaryCreate(nullptr, &key, &value, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    LuFormatDescriptionRef description = nullptr;
-    EXPECT_EQ(TavDerivedFormatDescriptionCreate(nullptr, kCountingType, 1, extensions.get(), &description), -12710);
-    EXPECT_EQ(description, nullptr);
-    EXPECT_EQ(gFinalized, 4);
+    constexpr OSType code = LU_FOURCC('1', 's', 't', ' ');
+    const auto olderA = describe(nullptr, code), olderB = describe(nullptr, code);  // generic: no such kind yet
+    TavDerivedFormatDescriptionCallbacks kind = kindWith(never, 64);
+    ASSERT_EQ(TavDerivedFormatDescriptionRegister(code, &kind), 0);
+    kind.equal = nullptr;  // the record was copied
+    const TavDerivedFormatDescriptionCallbacks later = kindWith(always);
+    const SignalProbe probe;
+    EXPECT_EQ(TavDerivedFormatDescriptionRegister(code, &later), 0);
+    EXPECT_EQ(probe.count(), 0u);
+    const auto a = describe(nullptr, code), b = describe(nullptr, code);
+    EXPECT_FALSE(LuFormatDescriptionEqual(a.get(), b.get()));
+    EXPECT_TRUE(LuFormatDescriptionEqual(olderA.get(), olderB.get()));
+    EXPECT_FALSE(LuFormatDescriptionEqual(olderA.get(), a.get()));
 }
 
-TEST(FormatDescriptionRegistry, KindsRegisterWhileOthersCreate)
+// Threads register kinds of their own and rivals of one media type, and describe media meanwhile.
+TEST(FormatDescriptionRegistry, letsThreadsRegisterAndDescribe)
 {
-    HandOver steps;
+    constexpr int kThreads = 8, kCodes = 40;
+    constexpr OSType kShared = LU_FOURCC('s', 'h', 'r', 0), kOwn = LU_FOURCC('o', 'w', 0, 0);
+    std::vector<std::vector<Description>> made(kThreads);
+    HandOver start;
     std::vector<std::thread> threads;
-    std::atomic<int> failures{0};
-    for (uint32_t t = 0; t < 4; ++t)
+    for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
-            steps.advance();
-            steps.await(4);
-            for (uint32_t i = 0; i < 50; ++i) {
-                const LuMediaType ours = LU_FOURCC('k', '0', '0', '0') + i;  // the same for all threads
-                LuFormatDescriptionRef description = nullptr;
-                failures += TavDerivedFormatDescriptionRegister(ours, &kPlain) != 0;
-                failures += LuFormatDescriptionCreate(nullptr, t % 2 ? ours : LuMediaType(kLuMediaType_Text), t,
-                                                      nullptr, &description) != 0;
-                TavFormatDescriptionRelease(description);
+            start.advance();
+            start.await(kThreads);
+            for (OSType i = 0; i < kCodes; ++i) {
+                const TavDerivedFormatDescriptionCallbacks rival = kindWith(t % 2 ? always : never, 8 * (t + 1));
+                TavDerivedFormatDescriptionRegister(kShared + i, &rival);
+                const TavDerivedFormatDescriptionCallbacks own = kindWith(always, 16);
+                TavDerivedFormatDescriptionRegister(kOwn + static_cast<OSType>(t << 8) + i, &own);
+                made[static_cast<size_t>(t)].push_back(describe(nullptr, kShared + i));
+                const auto mine = describe(nullptr, kOwn + static_cast<OSType>(t << 8) + i);
+                std::memset(TavDerivedFormatDescriptionGetDerivedStorage(mine.get()), 1, 16);
             }
         });
+    }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(failures, 0);
+    // All threads must have met the same winner, whoever it was: its `equal` answers for every pair alike.
+    for (size_t i = 0; i < kCodes; ++i) {
+        const Boolean answer = LuFormatDescriptionEqual(made[0][i].get(), made[1][i].get());
+        for (size_t t = 1; t < kThreads; ++t)
+            EXPECT_EQ(LuFormatDescriptionEqual(made[0][i].get(), made[t][i].get()), answer) << i;
+    }
 }

@@ -1,12 +1,14 @@
-#include <cstdio>
-#include <string>
+// A description's life: what is refused, what is kept, what it says of itself, what happens without memory.
 
-#include "Core/TavFormatDescription/TavFormatDescription.h"
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+
 #include "Foundation/ZoArray.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/ZoSet.h"
+#include "Foundation/ZoURL.h"
+#include "Tests/Core/TavFormatDescription/Extensions.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/SignalProbe.h"
 
@@ -14,198 +16,278 @@ using namespace luvia_test;
 
 namespace {
 
-using Description = ZoRef<LuFormatDescriptionRef>;
-using Dictionary = ZoRef<ZoMutableDictionaryRef>;
+constexpr OSType kCounted = LU_FOURCC('c', 'n', 't', 'd');
 
-constexpr OSType kSubType = LU_FOURCC('t', 'x', '3', 'g');
+struct CountedStorage {
+    long double alignedForEveryType;
+    ZoStringRef owned;
+    char rest[100];
+};
 
-Dictionary dictionary(std::initializer_list<std::pair<ZoStringRef, ZoTypeRef>> pairs)
+struct Counted {
+    static inline int finalized = 0;
+    static inline bool sawExtensions = false;
+    static inline Boolean answer = true;
+
+    static inline ZoTypeRef keys = nullptr, atomKeys = nullptr;
+    static Boolean equal(LuFormatDescriptionRef, LuFormatDescriptionRef, ZoTypeRef keysToIgnore,
+                         ZoTypeRef atomKeysToIgnore)
+    {
+        keys = keysToIgnore;
+        atomKeys = atomKeysToIgnore;
+        return answer;
+    }
+    static ZoStringRef copyDebugDesc(LuFormatDescriptionRef)
+    {
+        return ZoStringCreateWithCString(nullptr, "\t\tcounted", kZoStringEncodingUTF8);
+    }
+    static void finalize(LuFormatDescriptionRef description)
+    {
+        ++finalized;
+        sawExtensions = LuFormatDescriptionGetExtension(description, ZOSTR("key")) != nullptr;
+        auto* storage = static_cast<CountedStorage*>(TavDerivedFormatDescriptionGetDerivedStorage(description));
+        if (storage->owned) ZoRelease(storage->owned);
+    }
+};
+
+constexpr TavDerivedFormatDescriptionCallbacks kCountedCallbacks = {.version = 0,
+                                                                    .derivedStorageSize = sizeof(CountedStorage),
+                                                                    .equal = Counted::equal,
+                                                                    .copyDebugDesc = Counted::copyDebugDesc,
+                                                                    .finalize = Counted::finalize};
+
+class FormatDescription : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(TavDerivedFormatDescriptionRegister(kCounted, &kCountedCallbacks), 0);
+        ASSERT_TRUE(describe());  // registers the generic kind
+        Counted::finalized = 0;
+        Counted::answer = true;
+    }
+};
+
+OSStatus registerWith(uint32_t version, bool hasEqual)
 {
-    Dictionary made = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    for (const auto& [key, value] : pairs) ZoDictionarySetValue(made.get(), key, value);
-    return made;
+    TavDerivedFormatDescriptionCallbacks callbacks = kCountedCallbacks;
+    callbacks.version = version;
+    if (!hasEqual) callbacks.equal = nullptr;
+    return TavDerivedFormatDescriptionRegister(LU_FOURCC('b', 'a', 'd', ' '), &callbacks);
 }
 
-ZoRef<ZoArrayRef> array(std::initializer_list<ZoStringRef> strings)
+ZoRef<ZoDictionaryRef> notAPropertyList()
 {
-    const void* values[8];
-    ZoIndex count = 0;
-    for (ZoStringRef string : strings) values[count++] = string;
-    return zoAdopt(ZoArrayCreate(nullptr, values, count, &kZoTypeArrayCallBacks));
+    const void* keys[] = {ZOSTR("link")};
+    const auto url = zoAdopt(ZoURLCreateWithString(nullptr, ZOSTR("file:///a"), nullptr));
+    const void* values[] = {url.get()};
+    return zoAdopt(
+        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
 }
 
-Description subtitle(ZoDictionaryRef extensions, OSType subType = kSubType)
-{
-    Description made;
-    EXPECT_EQ(LuFormatDescriptionCreate(nullptr, kLuMediaType_Subtitle, subType, extensions, made.outParam()), 0);
-    return made;
-}
+struct Refusal {
+    const char* message;
+    OSStatus code;
+    OSStatus (*operation)(LuFormatDescriptionRef* out);
+};
 
-std::string textOf(ZoStringRef string)
-{
-    char text[1024] = "";
-    ZoStringGetCString(string, text, sizeof text, kZoStringEncodingUTF8);
-    return text;
-}
+const Refusal kRefusals[] = {
+    {"!callbacks", -12710, [](auto*) { return TavDerivedFormatDescriptionRegister(kCounted, nullptr); }},
+    {"callbacks->version != 0", -12710, [](auto*) { return registerWith(1, true); }},
+    {"callbacks->equal == NULL", -12710, [](auto*) { return registerWith(0, false); }},
+    {"!outDesc", -12710, [](auto*) { return LuFormatDescriptionCreate(nullptr, kSubtitle, 1, nullptr, nullptr); }},
+    {"NULL == descOut", -12710,
+     [](auto*) { return TavDerivedFormatDescriptionCreate(nullptr, 0, 1, nullptr, nullptr); }},
+    {"!mediaType", -12710, [](auto* out) { return LuFormatDescriptionCreate(nullptr, 0, kSubType, nullptr, out); }},
+    {"couldn't copy extensions dictionary", -12710,
+     [](auto* out) { return LuFormatDescriptionCreate(nullptr, kCounted, 1, notAPropertyList().get(), out); }},
+    {"allocation failed", -12711,
+     [](auto* out) {
+         TavDerivedFormatDescriptionCallbacks huge = kCountedCallbacks;
+         huge.derivedStorageSize = SIZE_MAX - 8;
+         TavDerivedFormatDescriptionRegister(LU_FOURCC('h', 'u', 'g', 'e'), &huge);
+         return LuFormatDescriptionCreate(nullptr, LU_FOURCC('h', 'u', 'g', 'e'), 1, nullptr, out);
+     }},
+    {"!desc", -12710,
+     [](auto*) { return TavDerivedFormatDescriptionGetDerivedStorage(nullptr) ? OSStatus{0} : OSStatus{-12710}; }},
+};
 
 }  // namespace
 
-TEST(FormatDescription, KeepsItsTypesAndACopyOfItsExtensions)
+TEST_F(FormatDescription, refusesWithOneSignalAndLeavesTheOutParameterAlone)
 {
-    const Dictionary inner = dictionary({{ZOSTR("avcC"), ZOSTR("atom")}});
-    const Dictionary extensions = dictionary({{ZOSTR("Atoms"), inner.get()}});
-    const Description description = subtitle(extensions.get());
-    ZoDictionaryRemoveAllValues(inner.get());
-    EXPECT_EQ(LuFormatDescriptionGetMediaType(description.get()), LU_FOURCC('s', 'b', 't', 'l'));
-    EXPECT_EQ(LuFormatDescriptionGetMediaSubType(description.get()), kSubType);
-    const auto copied =
-        static_cast<ZoDictionaryRef>(LuFormatDescriptionGetExtension(description.get(), ZOSTR("Atoms")));
-    ASSERT_TRUE(copied);
-    EXPECT_EQ(ZoDictionaryGetCount(copied), 1) << "a deep copy";
-    EXPECT_EQ(LuFormatDescriptionGetExtension(description.get(), ZOSTR("none")), nullptr);
+    const auto before = describe();
+    for (const Refusal& row : kRefusals) {
+        SCOPED_TRACE(row.message);
+        LuFormatDescriptionRef out = before.get();
+        const SignalProbe probe;
+        EXPECT_EQ(row.operation(&out), row.code);
+        EXPECT_EQ(out, before.get());
+        EXPECT_EQ(probe.count(), 1u);
+        EXPECT_EQ(probe.code(), row.code);
+        EXPECT_EQ(probe.message(), row.message);
+        EXPECT_EQ(probe.subsystem(), "<<<< FormatDescription >>>>");
+    }
+    EXPECT_EQ(Counted::finalized, 1) << "the one whose extensions could not be copied";
+}
 
+TEST_F(FormatDescription, keepsTypesAndADeepCopyOfItsExtensions)
+{
+    const Extensions extensions{{"key", "value"}, {"nested", {{"inner", "1"}}}};
+    const auto description = describe(extensions.dictionary(), LU_FOURCC('?', '?', '?', '?'), 0);
+    EXPECT_EQ(LuFormatDescriptionGetMediaType(description.get()), LU_FOURCC('?', '?', '?', '?'));
+    EXPECT_EQ(LuFormatDescriptionGetMediaSubType(description.get()), 0u);
+
+    const Value other("other");
+    auto* inner = static_cast<ZoMutableDictionaryRef>(
+        const_cast<void*>(ZoDictionaryGetValue(extensions.dictionary(), ZOSTR("nested"))));
+    ZoDictionarySetValue(inner, ZOSTR("inner"), other.get());
+    ZoDictionaryRemoveAllValues(static_cast<ZoMutableDictionaryRef>(const_cast<void*>(extensions.get())));
+    const Extensions asGiven{{"key", "value"}, {"nested", {{"inner", "1"}}}};
+    EXPECT_TRUE(ZoEqual(LuFormatDescriptionGetExtensions(description.get()), asGiven.get()));
+    EXPECT_TRUE(ZoEqual(LuFormatDescriptionGetExtension(description.get(), ZOSTR("key")), ZOSTR("value")));
+    EXPECT_EQ(LuFormatDescriptionGetExtension(description.get(), ZOSTR("none")), nullptr);
+}
+
+TEST_F(FormatDescription, answersForAnAbsentDescription)
+{
+    const auto without = describe();
     EXPECT_EQ(LuFormatDescriptionGetMediaType(nullptr), 0u);
     EXPECT_EQ(LuFormatDescriptionGetMediaSubType(nullptr), 0u);
     EXPECT_EQ(LuFormatDescriptionGetExtensions(nullptr), nullptr);
-    EXPECT_EQ(LuFormatDescriptionGetExtension(nullptr, ZOSTR("Atoms")), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(nullptr, ZOSTR("key")), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(without.get(), ZOSTR("key")), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(without.get(), nullptr), nullptr);
     EXPECT_EQ(TavFormatDescriptionRetain(nullptr), nullptr);
     TavFormatDescriptionRelease(nullptr);
-    SignalProbe probe;
-    EXPECT_EQ(TavDerivedFormatDescriptionGetDerivedStorage(nullptr), nullptr);
-    EXPECT_EQ(probe.message(), "!desc");
-    EXPECT_EQ(probe.subsystem(), "<<<< FormatDescription >>>>");
 }
 
-TEST(FormatDescription, RefusesWhatItCannotKeep)
+TEST_F(FormatDescription, givesItsKindClearStorageAndFinalizesItOnceBeforeTheExtensionsGo)
 {
-    LuFormatDescriptionRef untouched = reinterpret_cast<LuFormatDescriptionRef>(&kSubType);
-    const LuFormatDescriptionRef before = untouched;
-    const Description other = subtitle(nullptr);
-    const Dictionary noPropertyList = dictionary({{ZOSTR("key"), other.get()}});
-    struct {
-        LuMediaType mediaType;
-        ZoDictionaryRef extensions;
-        LuFormatDescriptionRef* out;
-        const char* message;
-    } const rows[] = {
-        {kLuMediaType_Subtitle, nullptr, nullptr, "!outDesc"},
-        {0, nullptr, &untouched, "!mediaType"},
-        {kLuMediaType_Subtitle, noPropertyList.get(), &untouched, "couldn't copy extensions dictionary"},
-    };
-    for (const auto& row : rows) {
-        SignalProbe probe;
-        EXPECT_EQ(LuFormatDescriptionCreate(nullptr, row.mediaType, kSubType, row.extensions, row.out), -12710);
-        EXPECT_EQ(probe.message(), row.message);
-        EXPECT_EQ(untouched, before);
-    }
+    const Extensions extensions{{"key", "value"}};
+    FailingAllocator dirty;  // hands out memory that is not zero
+    LuFormatDescriptionRef description = nullptr;
+    ASSERT_EQ(TavDerivedFormatDescriptionCreate(dirty.get(), kCounted, 1, extensions.dictionary(), &description), 0);
+    auto* storage = static_cast<CountedStorage*>(TavDerivedFormatDescriptionGetDerivedStorage(description));
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(storage) % alignof(CountedStorage), 0u);
+    static const char kZeros[sizeof(CountedStorage)] = {};
+    EXPECT_EQ(std::memcmp(storage, kZeros, sizeof kZeros), 0);
+    storage->owned = ZoStringCreateWithCString(dirty.get(), "goes with its description", kZoStringEncodingUTF8);
+
+    TavFormatDescriptionRelease(TavFormatDescriptionRetain(description));
+    EXPECT_EQ(Counted::finalized, 0);
+    TavFormatDescriptionRelease(description);
+    EXPECT_EQ(Counted::finalized, 1);
+    EXPECT_TRUE(Counted::sawExtensions);
+    EXPECT_EQ(dirty.liveBlocks(), 0);
 }
 
-TEST(FormatDescription, LeaksNothingAtAnyFailingAllocation)
+TEST_F(FormatDescription, leavesNothingBehindWhereverMemoryRunsOut)
 {
-    const Dictionary extensions = dictionary({{ZOSTR("key"), ZOSTR("a value that is longer than a few bytes")}});
-    const Description registers = subtitle(nullptr);
-    bool failed = true;
-    for (int64_t n = 1; failed; ++n) {
-        ASSERT_LT(n, 100);
-        FailingAllocator allocator(n);
-        SignalProbe probe;
+    const Extensions extensions{
+        {"key", "value"}, {"a", {{"b", {{"c", "d"}}}}}, {"SampleDescriptionExtensionAtoms", {{"avcC", "e"}}}};
+    const int64_t failures = sweepAllocationFailures([&](FailingAllocator& allocator) {
         LuFormatDescriptionRef description = nullptr;
+        const SignalProbe probe;
         const OSStatus status =
-            LuFormatDescriptionCreate(allocator.get(), kLuMediaType_Text, kSubType, extensions.get(), &description);
-        failed = allocator.hasFailed();
+            LuFormatDescriptionCreate(allocator.get(), kCounted, 1, extensions.dictionary(), &description);
+        EXPECT_EQ(status == 0, !allocator.hasFailed());
         EXPECT_EQ(status == 0, description != nullptr);
-        if (n == 1) {
-            EXPECT_EQ(status, -12711);
-            EXPECT_EQ(probe.message(), "allocation failed");
+        EXPECT_EQ(probe.code(), status);
+        if (status != 0) {
+            EXPECT_EQ(probe.message(), status == -12711 ? "allocation failed" : "couldn't copy extensions dictionary");
         }
         TavFormatDescriptionRelease(description);
-        EXPECT_EQ(allocator.liveBlocks(), 0);
-    }
+    });
+    EXPECT_GT(failures, 5);
 }
 
-TEST(FormatDescription, EqualityLooksAtTypesAndAllExtensions)
+TEST_F(FormatDescription, saysWhatItIs)
 {
-    const Dictionary plain = dictionary({{ZOSTR("a"), ZOSTR("1")}});
-    const Dictionary verbatim =
-        dictionary({{ZOSTR("a"), ZOSTR("1")}, {kLuFormatDescriptionExtension_VerbatimISOSampleEntry, ZOSTR("record")}});
-    const Description one = subtitle(plain.get()), same = subtitle(plain.get()), none = subtitle(nullptr),
-                      withRecord = subtitle(verbatim.get()), otherCodec = subtitle(plain.get(), kSubType + 1);
-    Description made;
-    LuFormatDescriptionCreate(nullptr, kLuMediaType_Text, kSubType, plain.get(), made.outParam());
-    const Description text = std::move(made);
-
-    EXPECT_TRUE(LuFormatDescriptionEqual(one.get(), same.get()));
-    EXPECT_TRUE(LuFormatDescriptionEqual(none.get(), subtitle(dictionary({}).get()).get()));
-    for (const Description* different : {&none, &withRecord, &otherCodec, &text}) {
-        EXPECT_FALSE(LuFormatDescriptionEqual(one.get(), different->get()));
-        EXPECT_FALSE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), different->get(), nullptr, nullptr));
-    }
-    EXPECT_TRUE(LuFormatDescriptionEqual(nullptr, nullptr));
-    EXPECT_FALSE(LuFormatDescriptionEqual(one.get(), nullptr));
-    EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(nullptr, nullptr, ZOSTR("a"), nullptr));
-    EXPECT_FALSE(LuFormatDescriptionEqualIgnoringExtensionKeys(nullptr, one.get(), ZOSTR("a"), nullptr));
-    // Ignoring any key, even one that neither has, ignores the verbatim records.
-    EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), withRecord.get(), ZOSTR("none"), nullptr));
-    EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), withRecord.get(), nullptr, ZOSTR("none")));
-    EXPECT_TRUE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), none.get(), ZOSTR("a"), nullptr));
-    EXPECT_FALSE(LuFormatDescriptionEqualIgnoringExtensionKeys(one.get(), otherCodec.get(), ZOSTR("a"), nullptr));
-}
-
-TEST(FormatDescription, ComparesExtensionsWithoutNamedKeysAndAtoms)
-{
-    const ZoStringRef kAtoms = kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
-    const Dictionary both = dictionary({{ZOSTR("avcC"), ZOSTR("x")}, {ZOSTR("pasp"), ZOSTR("y")}});
-    const Dictionary onlyAVC = dictionary({{ZOSTR("avcC"), ZOSTR("x")}});
-    const Dictionary otherAVC = dictionary({{ZOSTR("avcC"), ZOSTR("z")}});
-    const Dictionary d1 = dictionary({{kAtoms, both.get()}, {ZOSTR("a"), ZOSTR("1")}, {ZOSTR("b"), ZOSTR("2")}});
-    const Dictionary d2 = dictionary({{kAtoms, onlyAVC.get()}, {ZOSTR("a"), ZOSTR("1")}});
-    const Dictionary d3 = dictionary({{kAtoms, otherAVC.get()}, {ZOSTR("a"), ZOSTR("9")}});
-    const Dictionary noAtoms = dictionary({{ZOSTR("a"), ZOSTR("1")}});
-    const Dictionary empty = dictionary({});
-    const auto keysAB = array({ZOSTR("a"), ZOSTR("b")});
-    const auto bothAtoms = array({ZOSTR("pasp"), ZOSTR("avcC")});
-    const int32_t number = 5;
-    const auto notAKey = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &number));
-    struct {
-        const char* name;
-        ZoDictionaryRef dictionary1, dictionary2;
-        ZoTypeRef keys, atomKeys;
-        bool equal;
-    } const rows[] = {
-        {"absent is empty", nullptr, empty.get(), nullptr, nullptr, true},
-        {"absent is empty, ignoring", nullptr, empty.get(), ZOSTR("a"), ZOSTR("avcC"), true},
-        {"absent is not full", nullptr, d2.get(), nullptr, nullptr, false},
-        {"everything counts", d1.get(), d2.get(), nullptr, nullptr, false},
-        {"one key and one atom", d1.get(), d2.get(), ZOSTR("b"), ZOSTR("pasp"), true},
-        {"the key alone is not enough", d1.get(), d2.get(), ZOSTR("b"), nullptr, false},
-        {"the atom alone is not enough", d1.get(), d2.get(), nullptr, ZOSTR("pasp"), false},
-        {"arrays of both", d1.get(), d3.get(), keysAB.get(), bothAtoms.get(), true},
-        {"an atom that differs", d2.get(), d3.get(), ZOSTR("a"), ZOSTR("pasp"), false},
-        {"ignored atoms that only one has", d2.get(), noAtoms.get(), nullptr, ZOSTR("avcC"), true},
-        {"atoms are ignored as a whole by their key", d1.get(), noAtoms.get(), kAtoms, nullptr, false},
-        {"neither string nor array ignores nothing", d1.get(), d2.get(), notAKey.get(), notAKey.get(), false},
+    struct Row {
+        OSType mediaType, mediaSubType;
+        const char *name, *type, *subType;
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(TavFormatDescriptionExtensionsDictionariesEqualIgnoringKeys(row.dictionary1, row.dictionary2,
-                                                                              row.keys, row.atomKeys),
-                  row.equal)
-            << row.name;
-        EXPECT_EQ(TavFormatDescriptionExtensionsDictionariesEqualIgnoringKeys(row.dictionary2, row.dictionary1,
-                                                                              row.keys, row.atomKeys),
-                  row.equal)
-            << row.name << ", the other way round";
+    // Names of the media types that no kind overlays, an unknown one, one with a name of none; odd characters in codes.
+    const Row rows[] = {
+        {kLuMediaType_Text, LU_FOURCC('t', 'x', '3', 'g'), "Text", "text", "tx3g"},
+        {kLuMediaType_ClosedCaption, LU_FOURCC('c', '6', '0', '8'), "ClosedCaption", "clcp", "c608"},
+        {kLuMediaType_Subtitle, LU_FOURCC('s', 't', 'p', 'p'), "Subtitle", "sbtl", "stpp"},
+        {kLuMediaType_Scene, LU_FOURCC(' ', ' ', ' ', '1'), "Scene", "scen", "   1"},
+        {kLuMediaType_PointCloud, LU_FOURCC('%', '@', 'n', 's'), "PointCloud", "pcld", "%@ns"},
+        {LU_FOURCC('n', 'e', 'w', ' '), LU_FOURCC('.', 't', 'x', 't'), "", "new ", ".txt"},
+    };
+    for (const Row& row : rows) {
+        const auto description = describe(nullptr, row.mediaType, row.mediaSubType);
+        char expected[400];
+        std::snprintf(expected, sizeof expected,
+                      "<Lu%sFormatDescription %p [%p]> {\n\tmediaType:'%s' \n\tmediaSubType:'%s' \n\tmediaSpecific: {\n"
+                      "(null) \n\t} \n\textensions: {(null)}\n}",
+                      row.name, static_cast<const void*>(description.get()),
+                      static_cast<const void*>(ZoGetAllocator(description.get())), row.type, row.subType);
+        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get()))), expected);
     }
-    EXPECT_EQ(ZoDictionaryGetCount(d1.get()), 3) << "compared, not changed";
+    const Extensions extensions{{"key", "value"}};
+    const auto counted = describe(extensions.dictionary(), kCounted);
+    const std::string text = textOf(zoAdopt(ZoCopyDescription(counted.get())));
+    EXPECT_NE(text.find("\tmediaSpecific: {\n\t\tcounted \n\t} \n"), std::string::npos) << text;
+    const std::string inner = textOf(zoAdopt(ZoCopyDescription(extensions.get())));
+    EXPECT_NE(text.find(std::string("\textensions: {").append(inner).append("}\n}")), std::string::npos) << text;
+    // The names of those that kinds overlay do not depend on the kind.
+    struct Named {
+        OSType mediaType;
+        const char* start;
+    };
+    for (const Named& row : {Named{kLuMediaType_Video, "<LuVideoFormatDescription 0x"},
+                             Named{kLuMediaType_AuxiliaryPicture, "<LuAuxiliaryPictureFormatDescription 0x"},
+                             Named{kLuMediaType_Picture, "<LuFormatDescription 0x"},
+                             Named{kLuMediaType_Audio, "<LuAudioFormatDescription 0x"},
+                             Named{kLuMediaType_Metadata, "<LuMetadataFormatDescription 0x"},
+                             Named{kLuMediaType_Muxed, "<LuMuxedFormatDescription 0x"},
+                             Named{kLuMediaType_TaggedBufferGroup, "<LuTaggedBufferGroupFormatDescription 0x"},
+                             Named{kLuMediaType_TimeCode, "<LuFormatDescription 0x"}}) {
+        const auto description = describe(nullptr, row.mediaType);
+        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get()))).rfind(row.start, 0), 0u) << row.start;
+    }
 }
 
-TEST(FormatDescription, DescribesItself)
+// Codes come from files. Whatever their bytes are, the rest of the text must be there.
+TEST_F(FormatDescription, saysWhatItIsWithCodesThatAreNoText)
 {
-    const Description description = subtitle(nullptr);
-    char expected[256];
-    snprintf(expected, sizeof expected,
-             "<LuSubtitleFormatDescription %p [%p]> {\n\tmediaType:'sbtl' \n\tmediaSubType:'tx3g' \n\tmediaSpecific: "
-             "{\n(null) \n\t} \n\textensions: {(null)}\n}",
-             static_cast<const void*>(description.get()), static_cast<const void*>(ZoGetAllocator(description.get())));
-    EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get())).get()), expected);
+    for (const OSType code : {0x00000001u, 0xA9A9A9A9u, 0xFFFFFFFFu, 0x0A000D20u}) {
+        const auto description = describe(nullptr, kSubtitle, code);
+        const auto text = zoAdopt(ZoCopyDescription(description.get()));
+        ASSERT_TRUE(text);
+        EXPECT_TRUE(ZoStringHasSuffix(text.get(), ZOSTR("\textensions: {(null)}\n}"))) << code;
+    }
+}
+
+TEST_F(FormatDescription, takesThePlaceOfItsEqualInASet)
+{
+    const Extensions extensions{{"key", "value"}};
+    const auto one = describe(extensions.dictionary()), same = describe(extensions.dictionary()), other = describe();
+    EXPECT_EQ(ZoHash(one.get()), ZoHash(same.get()));
+    const void* members[] = {one.get()};
+    const auto set = zoAdopt(ZoSetCreate(nullptr, members, 1, &kZoTypeSetCallBacks));
+    EXPECT_TRUE(ZoSetContainsValue(set.get(), same.get()));
+    EXPECT_FALSE(ZoSetContainsValue(set.get(), other.get()));
+}
+
+TEST_F(FormatDescription, asksItsKindOnlyAboutTwoOfOneTypeAndSubtype)
+{
+    const auto a = describe(nullptr, kCounted, 1), b = describe(nullptr, kCounted, 1);
+    const auto other = describe(nullptr, kCounted, 2), third = describe(nullptr, kSubtitle, 1);
+    const ZoTypeRef keys = ZOSTR("key"), atomKeys = ZOSTR("atom");
+    for (const Boolean answer : {Boolean{true}, Boolean{false}}) {
+        Counted::answer = answer;
+        EXPECT_EQ(LuFormatDescriptionEqualIgnoringExtensionKeys(a.get(), b.get(), keys, atomKeys), answer);
+        EXPECT_EQ(Counted::keys, keys);
+        EXPECT_EQ(Counted::atomKeys, atomKeys);
+        EXPECT_EQ(LuFormatDescriptionEqual(a.get(), b.get()), answer);
+        EXPECT_EQ(Counted::keys, nullptr);
+        EXPECT_EQ(Counted::atomKeys, nullptr);
+        for (const Description* different : {&other, &third}) {
+            EXPECT_FALSE(LuFormatDescriptionEqual(a.get(), different->get()));
+            EXPECT_FALSE(LuFormatDescriptionEqualIgnoringExtensionKeys(a.get(), different->get(), keys, nullptr));
+        }
+    }
 }
