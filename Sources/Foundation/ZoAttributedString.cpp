@@ -79,6 +79,17 @@ static constexpr uint8_t kAttributedStringMutable = 1;
 
 ZoTypeID ZoAttributedStringGetTypeID(void) { return kZoTypeIDAttributedString; }
 
+static bool isAttributedString(ZoAttributedStringRef string)
+{
+    return ZO_EXPECT(zoIsOfType(string, kZoTypeIDAttributedString), "not an attributed string");
+}
+
+static bool isMutable(ZoAttributedStringRef string)
+{
+    return isAttributedString(string) &&
+           ZO_EXPECT(zoTypeFlags(string) & kAttributedStringMutable, "the attributed string is not mutable");
+}
+
 /// A new object around `string`, which it takes over.
 static ZoRef<ZoMutableAttributedStringRef> attributedStringAllocate(ZoAllocatorRef allocator, ZoRef<ZoStringRef> string)
 {
@@ -98,7 +109,7 @@ static ZoRef<ZoDictionaryRef> copyAttributes(ZoDictionaryRef attributes)
 
 ZoAttributedStringRef ZoAttributedStringCreate(ZoAllocatorRef allocator, ZoStringRef string, ZoDictionaryRef attributes)
 {
-    if (!ZO_EXPECT(string, "no string")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(string), "not a string")) return nullptr;
     auto created = attributedStringAllocate(allocator, zoAdopt(ZoStringCreateCopy(allocator, string)));
     if (!created) return nullptr;
     if (const ZoIndex length = ZoStringGetLength(string))
@@ -114,7 +125,7 @@ static void copyRuns(ZoAttributedString_* to, ZoAttributedStringRef from)
 
 ZoAttributedStringRef ZoAttributedStringCreateCopy(ZoAllocatorRef allocator, ZoAttributedStringRef string)
 {
-    if (!ZO_EXPECT(string, "no string")) return nullptr;
+    if (!isAttributedString(string)) return nullptr;
     auto copy = attributedStringAllocate(allocator, zoAdopt(ZoStringCreateCopy(allocator, string->string)));
     if (copy) copyRuns(copy.get(), string);
     return copy.release();
@@ -131,7 +142,7 @@ ZoMutableAttributedStringRef ZoAttributedStringCreateMutable(ZoAllocatorRef allo
 ZoMutableAttributedStringRef ZoAttributedStringCreateMutableCopy(ZoAllocatorRef allocator, ZoIndex maximumLength,
                                                                  ZoAttributedStringRef string)
 {
-    if (!ZO_EXPECT(string, "no string")) return nullptr;
+    if (!isAttributedString(string)) return nullptr;
     ZoStringRef text = ZoStringCreateMutableCopy(allocator, maximumLength, string->string);
     auto copy = attributedStringAllocate(allocator, zoAdopt(text));
     if (!copy) return nullptr;
@@ -142,12 +153,12 @@ ZoMutableAttributedStringRef ZoAttributedStringCreateMutableCopy(ZoAllocatorRef 
 
 ZoIndex ZoAttributedStringGetLength(ZoAttributedStringRef string)
 {
-    return ZO_EXPECT(string, "no string") ? ZoStringGetLength(string->string) : 0;
+    return isAttributedString(string) ? ZoStringGetLength(string->string) : 0;
 }
 
 ZoStringRef ZoAttributedStringGetString(ZoAttributedStringRef string)
 {
-    return ZO_EXPECT(string, "no string") ? string->string : nullptr;
+    return isAttributedString(string) ? string->string : nullptr;
 }
 
 /// The first run that ends behind `location`.
@@ -159,8 +170,8 @@ static size_t runAt(const AttributeRuns& runs, ZoIndex location)
 ZoDictionaryRef ZoAttributedStringGetAttributes(ZoAttributedStringRef string, ZoIndex location, ZoRange* effectiveRange)
 {
     if (effectiveRange) *effectiveRange = {kZoNotFound, 0};
-    if (!ZO_EXPECT(string && location >= 0 && location < ZoStringGetLength(string->string), "no character there"))
-        return nullptr;
+    if (!isAttributedString(string)) return nullptr;
+    if (!ZO_EXPECT(location >= 0 && location < ZoStringGetLength(string->string), "no character there")) return nullptr;
     const size_t index = runAt(string->runs, location);
     const AttributeRun& run = string->runs[index];
     const ZoIndex start = index ? string->runs[index - 1].end : 0;
@@ -209,8 +220,7 @@ static void joinRuns(AttributeRuns& runs)
 /// Sets an attribute for the whole of `range`, or removes it where there is no value.
 static void changeAttribute(ZoMutableAttributedStringRef string, ZoRange range, ZoStringRef name, ZoTypeRef value)
 {
-    if (!ZO_EXPECT(string && name && (zoTypeFlags(string) & kAttributedStringMutable), "no mutable string or name"))
-        return;
+    if (!isMutable(string) || !ZO_EXPECT(zo::isString(name), "the name is not a string")) return;
     const ZoRange within = zo::rangeWithin(range, ZoStringGetLength(string->string));
     ZO_EXPECT(within.location == range.location && within.length == range.length, "range outside of the string");
     if (within.length == 0) return;
@@ -242,9 +252,7 @@ void ZoAttributedStringRemoveAttribute(ZoMutableAttributedStringRef string, ZoRa
 
 void ZoAttributedStringReplaceString(ZoMutableAttributedStringRef string, ZoRange range, ZoStringRef replacement)
 {
-    if (!ZO_EXPECT(string && replacement && (zoTypeFlags(string) & kAttributedStringMutable),
-                   "no mutable string or text"))
-        return;
+    if (!isMutable(string) || !ZO_EXPECT(zo::isString(replacement), "not a string")) return;
     const ZoIndex length = ZoStringGetLength(string->string);
     const ZoRange within = zo::rangeWithin(range, length);
     const ZoIndex newLength = ZoStringGetLength(replacement);

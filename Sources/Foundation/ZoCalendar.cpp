@@ -43,9 +43,16 @@ const ZoRuntimeClass __ZoCalendarClass = {
 
 ZoTypeID ZoCalendarGetTypeID(void) { return kZoTypeIDCalendar; }
 
+static bool isCalendar(ZoCalendarRef calendar)
+{
+    return ZO_EXPECT(zoIsOfType(calendar, kZoTypeIDCalendar), "not a calendar");
+}
+
 ZoCalendarRef ZoCalendarCreateWithIdentifier(ZoAllocatorRef allocator, ZoStringRef identifier)
 {
-    if (!ZO_EXPECT(identifier, "no identifier") || !ZoEqual(identifier, kZoGregorianCalendar)) return nullptr;
+    if (!ZO_EXPECT(zo::isString(identifier), "the identifier is not a string") ||
+        !ZoEqual(identifier, kZoGregorianCalendar))
+        return nullptr;
     constexpr ZoIndex kFields = sizeof(ZoCalendar_) - sizeof(ZoRuntimeBase);
     auto calendar = zoAdopt(static_cast<ZoCalendarRef>(
         const_cast<void*>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDCalendar, kFields, nullptr))));
@@ -61,13 +68,13 @@ ZoCalendarRef ZoCalendarCreateWithIdentifier(ZoAllocatorRef allocator, ZoStringR
 
 ZoTimeZoneRef ZoCalendarCopyTimeZone(ZoCalendarRef calendar)
 {
-    if (!ZO_EXPECT(calendar, "no calendar")) return nullptr;
+    if (!isCalendar(calendar)) return nullptr;
     return static_cast<ZoTimeZoneRef>(ZoRetain(calendar->timeZone));
 }
 
 void ZoCalendarSetTimeZone(ZoCalendarRef calendar, ZoTimeZoneRef timeZone)
 {
-    if (!ZO_EXPECT(calendar && timeZone, "no calendar or time zone")) return;
+    if (!isCalendar(calendar) || !ZO_EXPECT(zoIsOfType(timeZone, kZoTypeIDTimeZone), "not a time zone")) return;
     UChar units[128];
     ZoStringRef name = ZoTimeZoneGetName(timeZone);
     const ZoIndex length = ZoStringGetLength(name);
@@ -117,8 +124,8 @@ static bool composeTime(UCalendar* calendar, ZoAbsoluteTime* at, const char* com
 
 Boolean ZoCalendarComposeAbsoluteTime(ZoCalendarRef calendar, ZoAbsoluteTime* at, const char* components, ...)
 {
-    if (!ZO_EXPECT(calendar && at && components, "no calendar, time or components")) return false;
-    *at = 0;
+    if (at) *at = 0;
+    if (!isCalendar(calendar) || !ZO_EXPECT(at && components, "no time or components")) return false;
     va_list values;
     va_start(values, components);
     const bool ok = composeTime(calendar->calendar, at, components, values);
@@ -131,7 +138,7 @@ static constexpr double kLargestMilliseconds = 183882168921600000.0;
 
 Boolean ZoCalendarDecomposeAbsoluteTime(ZoCalendarRef calendar, ZoAbsoluteTime at, const char* components, ...)
 {
-    if (!ZO_EXPECT(calendar && components, "no calendar or components")) return false;
+    if (!isCalendar(calendar) || !ZO_EXPECT(components, "no components")) return false;
     const double milliseconds = std::floor((at + kZoAbsoluteTimeIntervalSince1970) * 1000);
     bool ok = std::fabs(milliseconds) < kLargestMilliseconds;
     for (const char* letter = components; *letter; ++letter) ok = ok && componentFor(*letter);

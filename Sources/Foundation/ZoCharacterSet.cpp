@@ -60,7 +60,7 @@ static bool isASCIIMember(ZoCharacterSetPredefinedSet set, uint32_t character)
 
 Boolean ZoCharacterSetIsLongCharacterMember(ZoCharacterSetRef set, uint32_t character)
 {
-    if (!ZO_EXPECT(set, "no character set")) return false;
+    if (!ZO_EXPECT(zoIsOfType(set, kZoTypeIDCharacterSet), "not a character set")) return false;
     if (character < 0x80) return isASCIIMember(set->number, character);
     const ZoTextServices* services = zo::textServices();
     return services && services->isMember(set->number, character);

@@ -70,7 +70,10 @@ ZoDateRef ZoDateCreate(ZoAllocatorRef allocator, ZoAbsoluteTime at)
     return date;
 }
 
-ZoAbsoluteTime ZoDateGetAbsoluteTime(ZoDateRef date) { return ZO_EXPECT(date, "no date") ? date->at : 0; }
+ZoAbsoluteTime ZoDateGetAbsoluteTime(ZoDateRef date)
+{
+    return ZO_EXPECT(zoIsOfType(date, kZoTypeIDDate), "not a date") ? date->at : 0;
+}
 
 ZoTimeInterval ZoDateGetTimeIntervalSinceDate(ZoDateRef date, ZoDateRef otherDate)
 {

@@ -45,6 +45,11 @@ static constexpr UDateFormatStyle kStyles[] = {UDAT_NONE, UDAT_SHORT, UDAT_MEDIU
 
 ZoTypeID ZoDateFormatterGetTypeID(void) { return kZoTypeIDDateFormatter; }
 
+static bool isFormatter(ZoDateFormatterRef formatter)
+{
+    return ZO_EXPECT(zoIsOfType(formatter, kZoTypeIDDateFormatter), "not a date formatter");
+}
+
 ZoDateFormatterRef ZoDateFormatterCreate(ZoAllocatorRef allocator, ZoLocaleRef locale, ZoDateFormatterStyle dateStyle,
                                          ZoDateFormatterStyle timeStyle)
 {
@@ -81,7 +86,7 @@ static void setTimeZone(UDateFormat* format, ZoTimeZoneRef timeZone)
 
 void ZoDateFormatterSetProperty(ZoDateFormatterRef formatter, ZoStringRef key, ZoTypeRef value)
 {
-    if (!ZO_EXPECT(formatter && key, "no formatter or key")) return;
+    if (!isFormatter(formatter) || !ZO_EXPECT(zo::isString(key), "the key is not a string")) return;
     if (ZoEqual(key, kZoDateFormatterIsLenient) && zoIsOfType(value, kZoTypeIDBoolean))
         udat_setLenient(formatter->format, ZoBooleanGetValue(static_cast<ZoBooleanRef>(value)));
     if (ZoEqual(key, kZoDateFormatterTimeZone) && zoIsOfType(value, kZoTypeIDTimeZone))
@@ -92,7 +97,7 @@ Boolean ZoDateFormatterGetAbsoluteTimeFromString(ZoDateFormatterRef formatter, Z
                                                  ZoAbsoluteTime* at)
 {
     if (at) *at = 0;
-    if (!ZO_EXPECT(formatter && string, "no formatter or string")) return false;
+    if (!isFormatter(formatter) || !ZO_EXPECT(zo::isString(string), "not a string")) return false;
     const zo::TextView text = zo::textView(string);
     const ZoRange parsed = zo::rangeWithin(range ? *range : ZoRange{0, text.length}, text.length);
     if (range) *range = {parsed.location, 0};
@@ -113,7 +118,7 @@ Boolean ZoDateFormatterGetAbsoluteTimeFromString(ZoDateFormatterRef formatter, Z
 ZoStringRef ZoDateFormatterCreateStringWithAbsoluteTime(ZoAllocatorRef allocator, ZoDateFormatterRef formatter,
                                                         ZoAbsoluteTime at)
 {
-    if (!ZO_EXPECT(formatter, "no formatter") || !std::isfinite(at)) return nullptr;
+    if (!isFormatter(formatter) || !std::isfinite(at)) return nullptr;
     UChar units[512];
     UErrorCode error = U_ZERO_ERROR;
     const int32_t length =

@@ -50,7 +50,7 @@ ZoTypeID ZoLocaleGetTypeID(void) { return kZoTypeIDLocale; }
 
 ZoLocaleRef ZoLocaleCreate(ZoAllocatorRef allocator, ZoStringRef identifier)
 {
-    if (!ZO_EXPECT(identifier, "no identifier")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(identifier), "the identifier is not a string")) return nullptr;
     constexpr ZoIndex kFields = sizeof(ZoLocale_) - sizeof(ZoRuntimeBase);
     auto locale =
         zoAdopt(static_cast<ZoLocaleRef>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDLocale, kFields, nullptr)));
@@ -63,7 +63,7 @@ ZoLocaleRef ZoLocaleCreate(ZoAllocatorRef allocator, ZoStringRef identifier)
 
 ZoStringRef ZoLocaleGetIdentifier(ZoLocaleRef locale)
 {
-    return ZO_EXPECT(locale, "no locale") ? locale->identifier : nullptr;
+    return ZO_EXPECT(zoIsOfType(locale, kZoTypeIDLocale), "not a locale") ? locale->identifier : nullptr;
 }
 
 /// "de_AT.UTF-8@euro" names the locale "de_AT".

@@ -22,8 +22,9 @@ ZoNotificationCenterRef ZoNotificationCenterGetLocalCenter(void);
 void ZoNotificationCenterAddObserver(ZoNotificationCenterRef center, const void* observer,
                                      ZoNotificationCallback callback, ZoStringRef name, const void* object,
                                      ZoNotificationSuspensionBehavior suspensionBehavior);
-/// Ends what was added for the observer with this name and object; an absent one stands for each. A callback that
-/// another thread is already in may still be running on return, but none begins any more.
+/// Ends what was added for the observer with this name and object; an absent one stands for each. No later post calls
+/// it. A post that another thread is in the middle of may be running the callback, or be just about to call it, when
+/// this returns: an observer that goes away must know that no one else posts, or outlive the posts.
 void ZoNotificationCenterRemoveObserver(ZoNotificationCenterRef center, const void* observer, ZoStringRef name,
                                         const void* object);
 /// Calls the observers in the order in which they were added, before it returns (`deliverImmediately` or not: there is

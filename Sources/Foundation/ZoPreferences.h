@@ -1,6 +1,6 @@
 // Preferences: settings of the current user, one XML property list a domain (application ID).
-// The file is <domain>.plist under $LUVIA_PREFERENCES_DIR, else $XDG_CONFIG_HOME, else ~/.config; its root is a
-// dictionary from keys to property list values. A line that sets a key from a shell:
+// The file is <domain>.plist under $LUVIA_PREFERENCES_DIR, else $XDG_CONFIG_HOME if that is absolute, else ~/.config;
+// its root is a dictionary from keys to property list values. A line that sets a key from a shell:
 //
 //   python3 -c 'import os,pathlib,plistlib;e=os.environ.get;h=pathlib.Path.home()/".config"
 //   p=pathlib.Path(e("LUVIA_PREFERENCES_DIR")or e("XDG_CONFIG_HOME")or h)/"com.orvane.luvia.plist"

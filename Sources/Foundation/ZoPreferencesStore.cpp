@@ -150,10 +150,11 @@ std::string pathOfDomain(const std::string& domain)
     if (domain.empty() || domain.size() > kMaximumDomainLength || domain.find('/') != std::string::npos ||
         domain.find('\0') != std::string::npos)
         return {};
-    for (const char* variable : {"LUVIA_PREFERENCES_DIR", "XDG_CONFIG_HOME"}) {
-        const char* folder = getenv(variable);
-        if (folder && *folder) return std::string(folder) + "/" + domain + ".plist";
-    }
+    const char* moved = getenv("LUVIA_PREFERENCES_DIR");
+    if (moved && *moved) return std::string(moved) + "/" + domain + ".plist";
+    // A relative path counts as none (XDG Base Directory): the place would move with the working directory.
+    const char* config = getenv("XDG_CONFIG_HOME");
+    if (config && *config == '/') return std::string(config) + "/" + domain + ".plist";
     const char* home = getenv("HOME");
     return home && *home ? std::string(home) + "/.config/" + domain + ".plist" : std::string();
 }

@@ -200,13 +200,16 @@ bool TextBuffer::growTo(size_t bytes)
     if (bytes <= capacity_) return true;
     const size_t wanted = bytes < 2 * capacity_ ? 2 * capacity_ : bytes < 32 ? 32 : bytes;
     const auto size = static_cast<ZoIndex>(wanted);
+    // An allocator of the caller's may have no way to reallocate.
+    const bool inPlace = owned_ && zoIsSystemAllocator(allocator_);
     void* memory =
-        owned_ ? ZoAllocatorReallocate(allocator_, memory_, size, 0) : ZoAllocatorAllocate(allocator_, size, 0);
+        inPlace ? ZoAllocatorReallocate(allocator_, memory_, size, 0) : ZoAllocatorAllocate(allocator_, size, 0);
     if (!memory) {
         failed_ = true;
         return false;
     }
-    if (!owned_ && length_) memcpy(memory, memory_, static_cast<size_t>(length_) << wide_);
+    if (!inPlace && length_) memcpy(memory, memory_, static_cast<size_t>(length_) << wide_);
+    if (!inPlace && owned_) ZoAllocatorDeallocate(allocator_, memory_);
     memory_ = memory;
     capacity_ = wanted;
     owned_ = true;
@@ -340,7 +343,7 @@ static ZoStringRef stringCreateReferring(ZoAllocatorRef allocator, const uint8_t
                                          ZoStringEncoding encoding, bool isExternal, ZoAllocatorRef deallocator,
                                          uint8_t flags)
 {
-    if (!zo::encodingExtendsASCII(encoding) || !zo::isASCII(bytes, static_cast<size_t>(length))) {
+    if (length == 0 || !zo::encodingExtendsASCII(encoding) || !zo::isASCII(bytes, static_cast<size_t>(length))) {
         ZoStringRef copy = ZoStringCreateWithBytes(allocator, bytes, length, encoding, isExternal);
         if (copy) ZoAllocatorDeallocate(deallocator, const_cast<uint8_t*>(bytes));
         return copy;
@@ -382,7 +385,7 @@ ZoStringRef ZoStringCreateWithSubstring(ZoAllocatorRef allocator, ZoStringRef st
 
 ZoStringRef ZoStringCreateCopy(ZoAllocatorRef allocator, ZoStringRef string)
 {
-    if (!ZO_EXPECT(string, "no string")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(string), "not a string")) return nullptr;
     const uint8_t flags = zoTypeFlags(string);
     if (flags & kZoStringConstant) return string;
     const bool ours = !(flags & kZoStringBorrowed) || *stringDeallocatorSlot(string) != kZoAllocatorNull;
@@ -418,7 +421,10 @@ ZoStringRef ZoStringCreateFromExternalRepresentation(ZoAllocatorRef allocator, Z
 
 // MARK: Access
 
-ZoIndex ZoStringGetLength(ZoStringRef string) { return ZO_EXPECT(string, "no string") ? string->length : 0; }
+ZoIndex ZoStringGetLength(ZoStringRef string)
+{
+    return ZO_EXPECT(zo::isString(string), "not a string") ? string->length : 0;
+}
 
 UniChar ZoStringGetCharacterAtIndex(ZoStringRef string, ZoIndex index)
 {
@@ -431,12 +437,14 @@ void ZoStringGetCharacters(ZoStringRef string, ZoRange range, UniChar* buffer)
     const TextView text = zo::textView(string);
     const ZoRange within = zo::rangeWithin(range, text.length);
     ZO_EXPECT(within.location == range.location && within.length == range.length, "range outside of the string");
+    if (!ZO_EXPECT(buffer || within.length == 0, "no buffer")) return;
     zo::copyUnits(buffer, true, 0, text.sub(within.location, within.length));
 }
 
 const char* ZoStringGetCStringPtr(ZoStringRef string, ZoStringEncoding encoding)
 {
-    if (!string || !zo::encodingExtendsASCII(encoding)) return nullptr;
+    if (!string || !ZO_EXPECT(zo::isString(string), "not a string")) return nullptr;
+    if (!zo::encodingExtendsASCII(encoding)) return nullptr;
     const uint8_t flags = zoTypeFlags(string);
     if ((flags & kZoStringWide) || !(flags & kZoStringTerminated)) return nullptr;
     return static_cast<const char*>(string->contents);
@@ -485,7 +493,7 @@ Boolean ZoStringGetPascalString(ZoStringRef string, uint8_t* buffer, ZoIndex buf
 ZoDataRef ZoStringCreateExternalRepresentation(ZoAllocatorRef allocator, ZoStringRef string, ZoStringEncoding encoding,
                                                uint8_t lossByte)
 {
-    if (!ZO_EXPECT(string, "no string")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(string), "not a string")) return nullptr;
     const TextView text = zo::textView(string);
     if (!text.wide && zo::encodingExtendsASCII(encoding)) return ZoDataCreate(allocator, text.ascii(), text.length);
     zo::ByteSink count;
@@ -500,12 +508,9 @@ ZoDataRef ZoStringCreateExternalRepresentation(ZoAllocatorRef allocator, ZoStrin
 
 // MARK: Change
 
-/// Replaces `range` of a mutable string. Text that is the string's own is copied first.
+/// Replaces `range` of a string that is known to be mutable. Text that is the string's own is copied first.
 static void stringReplace(ZoMutableStringRef string, ZoRange range, TextView text, bool isOwnText)
 {
-    if (!ZO_EXPECT(zoIsOfType(string, kZoTypeIDString) && (zoTypeFlags(string) & kZoStringMutable),
-                   "not a mutable string"))
-        return;
     TextBuffer copy;
     if (isOwnText) {
         copy.append(text);
@@ -519,13 +524,13 @@ static void stringReplace(ZoMutableStringRef string, ZoRange range, TextView tex
 
 void ZoStringAppend(ZoMutableStringRef string, ZoStringRef appended)
 {
-    if (!ZO_EXPECT(string && appended, "no string")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(zo::isString(appended), "not a string")) return;
     stringReplace(string, {string->length, 0}, zo::textView(appended), string == appended);
 }
 
 void ZoStringAppendCString(ZoMutableStringRef string, const char* text, ZoStringEncoding encoding)
 {
-    if (!ZO_EXPECT(string && text, "no string")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(text, "no text")) return;
     const size_t count = strlen(text);
     const auto* bytes = reinterpret_cast<const uint8_t*>(text);
     TextBuffer decoded;
@@ -537,20 +542,20 @@ void ZoStringAppendCString(ZoMutableStringRef string, const char* text, ZoString
 
 void ZoStringAppendCharacters(ZoMutableStringRef string, const UniChar* characters, ZoIndex count)
 {
-    if (!ZO_EXPECT(string && count >= 0 && (characters || count == 0), "no characters")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(count >= 0 && (characters || count == 0), "no characters")) return;
     stringReplace(string, {string->length, 0}, TextView{characters, count, true}, false);
 }
 
 void ZoStringInsert(ZoMutableStringRef string, ZoIndex index, ZoStringRef inserted)
 {
-    if (!ZO_EXPECT(string && inserted, "no string")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(zo::isString(inserted), "not a string")) return;
     if (!ZO_EXPECT(index >= 0 && index <= string->length, "index outside of the string")) return;
     stringReplace(string, {index, 0}, zo::textView(inserted), string == inserted);
 }
 
 void ZoStringReplace(ZoMutableStringRef string, ZoRange range, ZoStringRef replacement)
 {
-    if (!ZO_EXPECT(string && replacement, "no string")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(zo::isString(replacement), "not a string")) return;
     const ZoRange within = zo::rangeWithin(range, string->length);
     ZO_EXPECT(within.location == range.location && within.length == range.length, "range outside of the string");
     stringReplace(string, within, zo::textView(replacement), string == replacement);
@@ -558,7 +563,7 @@ void ZoStringReplace(ZoMutableStringRef string, ZoRange range, ZoStringRef repla
 
 void ZoStringLowercase(ZoMutableStringRef string, ZoLocaleRef locale)
 {
-    if (!ZO_EXPECT(string, "no string")) return;
+    if (!zo::isMutableString(string)) return;
     const TextView text = zo::textView(string);
     TextBuffer lowered;
     // Some locales have rules of their own for ASCII letters.

@@ -435,7 +435,7 @@ static bool appendFormatted(TextBuffer& out, ZoAllocatorRef allocator, const Tex
 ZoStringRef ZoStringCreateWithFormatAndArguments(ZoAllocatorRef allocator, ZoDictionaryRef, ZoStringRef format,
                                                  va_list arguments)
 {
-    if (!ZO_EXPECT(format, "no format")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(format), "the format is not a string")) return nullptr;
     alignas(UniChar) uint8_t lent[512];
     TextBuffer text(allocator, lent, sizeof lent);
     if (!appendFormatted(text, allocator, zo::textView(format), arguments)) return nullptr;
@@ -453,8 +453,7 @@ ZoStringRef ZoStringCreateWithFormat(ZoAllocatorRef allocator, ZoDictionaryRef f
 
 void ZoStringAppendFormatAndArguments(ZoMutableStringRef string, ZoDictionaryRef, ZoStringRef format, va_list arguments)
 {
-    if (!ZO_EXPECT(string && format, "no string or format")) return;
-    if (!ZO_EXPECT(zoTypeFlags(string) & kZoStringMutable, "not a mutable string")) return;
+    if (!zo::isMutableString(string) || !ZO_EXPECT(zo::isString(format), "the format is not a string")) return;
     alignas(UniChar) uint8_t lent[512];
     TextBuffer text(nullptr, lent, sizeof lent);
     if (!appendFormatted(text, nullptr, zo::textView(format), arguments)) return;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Foundation/ZoAllocator.h"
+#include "Foundation/ZoAssert.h"
 #include "Foundation/ZoHashing.h"
 #include "Foundation/ZoRuntimePrivate.h"
 #include "Foundation/ZoString.h"
@@ -46,11 +47,26 @@ struct TextView {
     }
 };
 
-/// An absent string is empty.
-inline TextView textView(ZoStringRef string)
+inline bool isString(ZoTypeRef object) { return zoIsOfType(object, kZoTypeIDString); }
+
+/// Of an object that is known to be a string.
+inline TextView viewOfString(ZoStringRef string)
 {
-    if (!string) return {};
     return {string->contents, string->length, (zoTypeFlags(string) & kZoStringWide) != 0};
+}
+
+/// An absent string is empty, and so is an object that is none, which is the mistake of the caller's caller.
+inline TextView textView(ZoStringRef string, const char* caller = __builtin_FUNCTION())
+{
+    if (ZO_LIKELY(isString(string))) return viewOfString(string);
+    if (string) _ZoReportMisuse(caller, "not a string");
+    return {};
+}
+
+inline bool isMutableString(ZoStringRef string, const char* caller = __builtin_FUNCTION())
+{
+    if (ZO_LIKELY(isString(string) && (zoTypeFlags(string) & kZoStringMutable))) return true;
+    return _ZoReportMisuse(caller, "not a mutable string");
 }
 
 /// `range` cut to what lies within [0, length).
@@ -202,11 +218,11 @@ inline ZoHashCode stringHash(ZoStringRef string)
 {
     const uint8_t flags = zoTypeFlags(string);
     if (flags & kZoStringConstant) return zoHashBytes(string->contents, static_cast<size_t>(string->length));
-    if (flags & kZoStringMutable) return hashText(textView(string));
+    if (flags & kZoStringMutable) return hashText(viewOfString(string));
     auto* cache = &const_cast<ZoMutableStringRef>(string)->hashOrCapacity;
     uint64_t hash = __atomic_load_n(cache, __ATOMIC_RELAXED);
     if (!hash) {
-        hash = hashText(textView(string));
+        hash = hashText(viewOfString(string));
         __atomic_store_n(cache, hash, __ATOMIC_RELAXED);
     }
     return hash;
@@ -216,7 +232,7 @@ inline bool stringsEqual(ZoStringRef a, ZoStringRef b)
 {
     if (a == b) return true;
     if (a->length != b->length) return false;
-    const TextView left = textView(a), right = textView(b);
+    const TextView left = viewOfString(a), right = viewOfString(b);
     if (left.wide || right.wide) return textsEqual(left, right);
     return memcmp(left.units, right.units, static_cast<size_t>(left.length)) == 0;
 }

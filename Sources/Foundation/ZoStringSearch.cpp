@@ -123,7 +123,7 @@ Boolean ZoStringFindCharacterFromSet(ZoStringRef string, ZoCharacterSetRef set, 
                                      ZoStringCompareFlags flags, ZoRange* result)
 {
     if (result) *result = {kZoNotFound, 0};
-    if (!ZO_EXPECT(set, "no character set")) return false;
+    if (!ZO_EXPECT(zoIsOfType(set, kZoTypeIDCharacterSet), "not a character set")) return false;
     const TextView text = zo::textView(string);
     const ZoRange within = zo::rangeWithin(range, text.length);
     const TextView searched = text.sub(within.location, within.length);
@@ -146,7 +146,7 @@ Boolean ZoStringFindCharacterFromSet(ZoStringRef string, ZoCharacterSetRef set, 
 ZoIndex ZoStringFindAndReplace(ZoMutableStringRef string, ZoStringRef stringToFind, ZoStringRef replacement,
                                ZoRange range, ZoStringCompareFlags flags)
 {
-    if (!ZO_EXPECT(string && (zoTypeFlags(string) & kZoStringMutable), "not a mutable string")) return 0;
+    if (!zo::isMutableString(string)) return 0;
     const TextView text = zo::textView(string), wanted = zo::textView(stringToFind);
     ZoRange rest = zo::rangeWithin(range, text.length);
     std::vector<ZoIndex> places;

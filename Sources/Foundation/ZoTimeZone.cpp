@@ -74,7 +74,7 @@ ZoTimeZoneRef ZoTimeZoneCreateWithTimeIntervalFromGMT(ZoAllocatorRef allocator, 
 
 ZoTimeZoneRef ZoTimeZoneCreateWithName(ZoAllocatorRef allocator, ZoStringRef name)
 {
-    if (!ZO_EXPECT(name, "no name")) return nullptr;
+    if (!ZO_EXPECT(zo::isString(name), "the name is not a string")) return nullptr;
     UChar units[128], canonical[128];
     const ZoIndex length = ZoStringGetLength(name);
     if (length > 128) return nullptr;
@@ -97,5 +97,5 @@ ZoTimeZoneRef ZoTimeZoneCopyDefault(void)
 
 ZoStringRef ZoTimeZoneGetName(ZoTimeZoneRef timeZone)
 {
-    return ZO_EXPECT(timeZone, "no time zone") ? timeZone->name : nullptr;
+    return ZO_EXPECT(zoIsOfType(timeZone, kZoTypeIDTimeZone), "not a time zone") ? timeZone->name : nullptr;
 }

@@ -11,9 +11,9 @@ namespace {
 enum Kind : uint8_t { kBox, kFullBox };
 // Where children start: an offset in the data, or a rule of the box itself.
 constexpr int16_t kNone = -1;
-constexpr int16_t kAfterSoundFields = -2;  // SoundSampleEntry: 28, and 16 or 36 more for versions 1 and 2 of QuickTime
+constexpr int16_t kAfterSoundFields = -2;  // SoundSampleEntry: 28, and 16 or 36 more in versions 1 and 2
 constexpr int16_t kAfterItemCount = -3;    // ISO/IEC 14496-12 8.11.6: a count of 16 bits in version 0, else of 32
-constexpr int16_t kMetaChildren = -4;      // a full box, but for QuickTime's, which starts with its children at once
+constexpr int16_t kMetaChildren = -4;      // a full box, but in movie files, where the children start at once
 constexpr int16_t kVisual = 78, kSound = kAfterSoundFields, kEntry = 8;
 
 constexpr OSType codeOf(const char (&text)[5]) { return LU_FOURCC(text[0], text[1], text[2], text[3]); }
@@ -41,7 +41,7 @@ constexpr void addRows(auto& rows, size_t& count, Kind kind, int16_t children, c
 constexpr auto kRows = [] {
     std::array<Row, 256> rows{};
     size_t n = 0;
-    // ISO/IEC 14496-12, -14, -15, -30, 23001-7, 23008-12 and the QuickTime file format.
+    // ISO/IEC 14496-12, -14, -15, -30, 23001-7, 23008-12 and the classic movie file format.
     addRows(rows, n, kBox, 0, "any ",
             "moov trak mdia minf stbl edts dinf udta mvex moof traf mfra sinf schi rinf strk");
     addRows(rows, n, kBox, 0, "any ",
@@ -72,7 +72,7 @@ constexpr auto kRows = [] {
             "in32 fl32 fl64 ulaw alaw .mp3 ima4 mha1 mhm1 dtsc dtsh dtse ipcm fpcm NONE");
     addRows(rows, n, kBox, kEntry, "stsd", "wvtt mp4s enct encs encm");
     addRows(rows, n, kBox, 0, "ilst", "any ");
-    // The decoder's sound atoms of QuickTime have the names of sample entries, and are none.
+    // The decoder's sound atoms of movie files have the names of sample entries, and are none.
     addRows(rows, n, kBox, kNone, "wave", "mp4a alac");
     std::sort(rows.begin(), rows.begin() + n,
               [](const Row& a, const Row& b) { return std::tie(a.type, a.parent) < std::tie(b.type, b.parent); });
@@ -94,7 +94,7 @@ size_t soundFieldsLength(const TavAtomParent& parent, std::span<const uint8_t> d
     return 28 + (version == 1 ? 16 : version == 2 ? 36 : 0);
 }
 
-bool isQuickTimeMeta(std::span<const uint8_t> data)
+bool isMovieFileMeta(std::span<const uint8_t> data)
 {
     return data.size() >= 8 && loadBE32(&data[4]) == codeOf("hdlr") && loadBE32(&data[0]) >= 8;
 }
@@ -113,7 +113,7 @@ TavAtomLayout TavAtomLayoutOf(OSType type, const TavAtomParent& parent, std::spa
         case kAfterSoundFields: return {isFull, true, soundFieldsLength(parent, data)};
         case kAfterItemCount: return {isFull, true, data.empty() || data[0] == 0 ? size_t{6} : size_t{8}};
         case kMetaChildren:
-            return isQuickTimeMeta(data) ? TavAtomLayout{false, true, 0} : TavAtomLayout{isFull, true, 4};
+            return isMovieFileMeta(data) ? TavAtomLayout{false, true, 0} : TavAtomLayout{isFull, true, 4};
         default: return {isFull, true, static_cast<size_t>(row->children)};
     }
 }

@@ -78,7 +78,7 @@ private:
                 &stream);
     }
 
-    // What stands behind the last box: nothing, a terminator of zeros as QuickTime writes it, or what cannot be read.
+    // What stands behind the last box: nothing, a terminator of zeros as movie files have it, or what cannot be read.
     void noteEnd(OSStatus status, OSType parent, std::span<const uint8_t> rest, const TavAtomStream* stream)
     {
         if (status == kTavAtomStream_AtEnd) return;

@@ -4,8 +4,11 @@
 #include <sys/wait.h>
 
 #include <climits>
+#include <optional>
+#include <vector>
 
 #include "Foundation/ZoArray.h"
+#include "Foundation/ZoPreferencesStore.h"
 #include "Foundation/ZoPropertyList.h"
 #include "Tests/Foundation/Services/Objects.h"
 
@@ -212,3 +215,47 @@ TEST_F(Preferences, concurrentWritersAllWin)
 }
 
 }  // namespace
+
+// Sets variables of the environment, or unsets those that are null, and puts them back.
+class Environment {
+public:
+    Environment(std::initializer_list<std::pair<const char*, const char*>> variables)
+    {
+        for (const auto& [name, value] : variables) {
+            const char* old = getenv(name);
+            before_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+            put(name, value);
+        }
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+    ~Environment()
+    {
+        for (const auto& [name, value] : before_) put(name.c_str(), value ? value->c_str() : nullptr);
+    }
+
+private:
+    static void put(const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); }
+    std::vector<std::pair<std::string, std::optional<std::string>>> before_;
+};
+
+TEST(PreferencesPlace, isThatOfTheFirstVariableThatNamesOne)
+{
+    struct Row {
+        const char *moved, *config, *home;
+        const char* path;
+    };
+    static constexpr Row kRows[] = {
+        {"moved", "/config", "/home/a", "moved/d.plist"},          {"", "/config", "/home/a", "/config/d.plist"},
+        {nullptr, "config", "/home/a", "/home/a/.config/d.plist"},  // would move with the working directory
+        {nullptr, "", "/home/a", "/home/a/.config/d.plist"},       {nullptr, nullptr, nullptr, ""},
+    };
+    for (const Row& row : kRows) {
+        const Environment environment{
+            {"LUVIA_PREFERENCES_DIR", row.moved}, {"XDG_CONFIG_HOME", row.config}, {"HOME", row.home}};
+        EXPECT_EQ(zoprefs::pathOfDomain("d"), row.path);
+    }
+    const Environment environment{{"LUVIA_PREFERENCES_DIR", "/moved"}};
+    for (const std::string& domain : {std::string("a/b"), std::string("a\0b", 3), std::string(), std::string(201, 'a')})
+        EXPECT_EQ(zoprefs::pathOfDomain(domain), "") << domain;
+}

@@ -2,7 +2,15 @@
 
 #include <random>
 
+#include "Foundation/ZoAttributedString.h"
+#include "Foundation/ZoCalendar.h"
 #include "Foundation/ZoData.h"
+#include "Foundation/ZoDate.h"
+#include "Foundation/ZoDateFormatter.h"
+#include "Foundation/ZoLocale.h"
+#include "Foundation/ZoNumber.h"
+#include "Foundation/ZoTimeZone.h"
+#include "Tests/Support/Misuse.h"
 #include "TextSupport.h"
 
 using namespace luvia_test;
@@ -244,4 +252,81 @@ TEST(StringExternal, carriesAMarkOnlyWhereTheOrderIsOpen)
     EXPECT_FALSE(zoAdopt(ZoStringCreateExternalRepresentation(nullptr, text.get(), kZoStringEncodingASCII, 0)));
     const auto lossy = zoAdopt(ZoStringCreateExternalRepresentation(nullptr, text.get(), kZoStringEncodingASCII, '?'));
     EXPECT_EQ(std::string(ZoDataGetBytePtr(lossy.get()), ZoDataGetBytePtr(lossy.get()) + 2), "a?");
+}
+
+// A number is smaller than all of these: its fields may not be looked at as theirs.
+template <typename Ref>
+static Ref numberAs()
+{
+    static const int64_t kValue = 1 << 20;
+    static const ZoNumberRef sNumber = ZoNumberCreate(nullptr, kZoNumberSInt64Type, &kValue);
+    return reinterpret_cast<Ref>(const_cast<ZoNumber_*>(sNumber));
+}
+
+TEST(TextMisuse, ofStringsIsReportedOrDefined)
+{
+    const auto notText = numberAs<ZoStringRef>();
+    const auto notMutable = numberAs<ZoMutableStringRef>();
+    const auto text = mutableFrom(ZOSTR("text"));
+    UniChar unit = 0;
+    EXPECT_MISUSE(EXPECT_EQ(ZoStringGetLength(notText), 0), "ZoStringGetLength: not a string");
+    EXPECT_MISUSE(EXPECT_EQ(ZoStringGetCharacterAtIndex(ZOSTR("a"), 1), 0), "index outside");
+    EXPECT_MISUSE(ZoStringGetCharacters(notText, {0, 0}, &unit), "not a string");
+    EXPECT_MISUSE(EXPECT_EQ(ZoStringCompare(notText, ZOSTR("a"), 0), kZoCompareLessThan), "ZoStringCompare: not a");
+    EXPECT_MISUSE(EXPECT_EQ(ZoStringGetIntValue(notText), 0), "not a string");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoStringGetCStringPtr(notText, kZoStringEncodingUTF8)), "not a string");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoStringCreateCopy(nullptr, notText)), "not a string");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoStringCreateExternalRepresentation(nullptr, notText, kZoStringEncodingUTF8, 0)),
+                  "not a string");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoStringCreateWithFormat(nullptr, nullptr, notText)), "not a string");
+    EXPECT_MISUSE(ZoStringAppend(text.get(), notText), "not a string");
+    EXPECT_MISUSE(ZoStringAppend(notMutable, ZOSTR("a")), "not a mutable string");
+    EXPECT_MISUSE(ZoStringLowercase(notMutable, nullptr), "not a mutable string");
+    EXPECT_MISUSE(ZoStringAppend(const_cast<ZoMutableStringRef>(ZOSTR("constant")), ZOSTR("a")), "not a mutable");
+    EXPECT_MISUSE(EXPECT_EQ(ZoStringFindAndReplace(notMutable, ZOSTR("a"), ZOSTR("b"), {0, 1}, 0), 0), "not a mutable");
+    EXPECT_EQ(toUTF8(text.get()), "text");
+}
+
+TEST(TextMisuse, ofWhatStandsBesideStringsIsReportedOrDefined)
+{
+    ZoAbsoluteTime at = 1;
+    int second = 1;
+    EXPECT_MISUSE(EXPECT_EQ(ZoAttributedStringGetLength(numberAs<ZoAttributedStringRef>()), 0), "not an attributed");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoCharacterSetIsCharacterMember(numberAs<ZoCharacterSetRef>(), 'A')), "not a character");
+    EXPECT_MISUSE(EXPECT_EQ(ZoDateGetAbsoluteTime(numberAs<ZoDateRef>()), 0), "not a date");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoLocaleGetIdentifier(numberAs<ZoLocaleRef>())), "not a locale");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoTimeZoneGetName(numberAs<ZoTimeZoneRef>())), "not a time zone");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoCalendarComposeAbsoluteTime(numberAs<ZoCalendarRef>(), &at, "s", 1)),
+                  "not a calendar");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoCalendarDecomposeAbsoluteTime(numberAs<ZoCalendarRef>(), 0, "s", &second)),
+                  "not a calendar");
+    EXPECT_MISUSE(EXPECT_FALSE(ZoDateFormatterGetAbsoluteTimeFromString(numberAs<ZoDateFormatterRef>(), ZOSTR("1"),
+                                                                        nullptr, &at)),
+                  "not a date formatter");
+}
+
+TEST(StringAllocators, needNotReallocate)
+{
+    ZoAllocatorContext context = {};
+    context.allocate = [](ZoIndex size, ZoOptionFlags, void*) { return malloc(static_cast<size_t>(size)); };
+    context.deallocate = [](void* memory, void*) { free(memory); };
+    const auto allocator = zoAdopt(ZoAllocatorCreate(nullptr, &context));
+    const std::string piece(300, 'x');
+    const auto grown = zoAdopt(ZoStringCreateMutable(allocator.get(), 0));
+    for (int i = 0; i < 4; ++i) ZoStringAppendCString(grown.get(), piece.c_str(), kZoStringEncodingASCII);
+    ZoStringAppend(grown.get(), fromUTF8("\u20ac").get());
+    const auto formatted =
+        zoAdopt(ZoStringCreateWithFormat(allocator.get(), nullptr, ZOSTR("%s%s%s%s%C"), piece.c_str(), piece.c_str(),
+                                         piece.c_str(), piece.c_str(), 0x20AC));
+    EXPECT_EQ(ZoStringGetLength(grown.get()), 1201);
+    EXPECT_TRUE(formatted && ZoEqual(formatted.get(), grown.get()));
+}
+
+TEST(StringForms, ofNothingAreEqual)
+{
+    const auto nothing =
+        zoAdopt(ZoStringCreateWithBytesNoCopy(nullptr, nullptr, 0, kZoStringEncodingUTF8, false, kZoAllocatorNull));
+    EXPECT_TRUE(ZoEqual(nothing.get(), ZOSTR("")));
+    EXPECT_EQ(ZoStringCompare(nothing.get(), ZOSTR(""), 0), kZoCompareEqualTo);
+    EXPECT_TRUE(ZoEqual(mutableFrom(nothing.get()).get(), nothing.get()));
 }
