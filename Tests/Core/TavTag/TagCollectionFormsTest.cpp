@@ -141,7 +141,6 @@ TEST(TagCollectionDictionary, comesBackAsItWent)
         LuTagCollectionAddTag(few.get(), kLuTagStereoLeftEye);
         (void)zoAdopt(LuTagCollectionCopyAsDictionary(few.get(), allocator.get()));
         (void)zoAdopt(LuTagCollectionCopyAsData(few.get(), allocator.get()));
-        (void)zoAdopt(LuTagCollectionCopyDescription(allocator.get(), few.get()));
     });
 }
 
