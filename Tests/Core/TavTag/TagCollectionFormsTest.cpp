@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "Foundation/ZoArray.h"
+#include "Foundation/ZoData.h"
+#include "Foundation/ZoDictionary.h"
+#include "Foundation/ZoString.h"
+#include "Tests/Core/TavTag/Tags.h"
+#include "Tests/Support/AtomBuilder.h"
+#include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/SignalProbe.h"
+#include "Utilities/TavAtomStream.h"
+
+using namespace luvia_test;
+
+namespace {
+
+ZoRef<ZoDataRef> dataOf(const std::string& bytes)
+{
+    return zoAdopt(
+        ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<ZoIndex>(bytes.size())));
+}
+std::string bytesOf(ZoDataRef data)
+{
+    return std::string(reinterpret_cast<const char*>(ZoDataGetBytePtr(data)),
+                       static_cast<size_t>(ZoDataGetLength(data)));
+}
+OSStatus readBack(const std::string& bytes, Collection* out)
+{
+    LuTagCollectionRef read = nullptr;
+    const OSStatus status = LuTagCollectionCreateFromData(dataOf(bytes).get(), nullptr, &read);
+    *out = Collection::adopt(const_cast<LuMutableTagCollectionRef>(read));
+    return status;
+}
+
+const std::string kInfo = fullAtom("tgin", 0, 0, "tag coll");
+std::string list(uint32_t count, const std::string& tags) { return fullAtom("tgli", 0, 0, be32(count) + tags); }
+const std::string kVideo = "mdia" + be32(5) + be64(fourCC("vide"));
+const std::string kLeft = "eyes" + be32(7) + be64(1);
+
+TEST(TagCollectionAtoms, areWrittenAsLaidDown)
+{
+    const auto collection = collectionOf({kLuTagMediaTypeVideo, kLuTagStereoLeftEye});
+    const auto data = zoAdopt(LuTagCollectionCopyAsData(collection.get(), nullptr));
+    EXPECT_EQ(bytesOf(data.get()), atom("tgco", kInfo + list(2, kLeft + kVideo)));
+    const auto none = zoAdopt(LuTagCollectionCopyAsData(collectionOf({}).get(), nullptr));
+    EXPECT_EQ(bytesOf(none.get()), atom("tgco", kInfo + list(0, "")));
+}
+
+TEST(TagCollectionAtoms, comeBackAsTheyWent)
+{
+    LuTag odd = LuTagMakeWithFloat64Value(0xFFFFFFFF, -0.0);
+    odd.dataType |= 0x40000000;
+    for (const auto& tags : {numbers(-3, 0), numbers(-3, 7), numbers(0, 100), std::vector<LuTag>{odd}}) {
+        const auto collection = collectionOf(tags);
+        const auto data = zoAdopt(LuTagCollectionCopyAsData(collection.get(), nullptr));
+        Collection back;
+        ASSERT_EQ(readBack(bytesOf(data.get()), &back), 0);
+        EXPECT_TRUE(ZoEqual(back.get(), collection.get()));
+        EXPECT_EQ(LuTagCollectionAddTag(back.get(), numbered(1)), 0) << "mutable";
+    }
+}
+
+TEST(TagCollectionAtoms, areReadWithCare)
+{
+    struct Row {
+        const char* what;
+        std::string bytes;
+        OSStatus status;
+        ZoIndex count;
+        const char* message;
+    };
+    const char* const kBadLength = "Invalid atomDataLength < sizeof(LuTagInfoAtom)";
+    const Row rows[] = {
+        {"no collection", atom("free"), 0, 0, ""},
+        {"between other atoms", atom("free") + atom("tgco", atom("skip") + list(1, kLeft)) + atom("free"), 0, 1, ""},
+        {"lists add up", atom("tgco", list(2, kLeft + kVideo) + list(2, kVideo + kVideo)), 0, 2, ""},
+        {"collections add up", atom("tgco", list(1, kLeft)) + atom("tgco", list(1, kVideo)), 0, 2, ""},
+        {"seven bytes", "tgcotgc", kLuTagCollectionError_ParamErr, 0,
+         "ZoDataGetLength() should have more than 8 bytes"},
+        {"another version of the info", atom("tgco", fullAtom("tgin", 1, 0, "tag coll")),
+         kLuTagCollectionError_InvalidTagCollectionDataVersion, 0, "Version 0 expected for 'tgin' atom"},
+        {"another version of the list", atom("tgco", fullAtom("tgli", 1, 0, be32(0))),
+         kLuTagCollectionError_InvalidTagCollectionDataVersion, 0, "Version 0 expected for 'tgli' atom"},
+        {"a short info", atom("tgco", fullAtom("tgin", 0, 0, "tag col")),
+         kLuTagCollectionError_InvalidTagCollectionData, 0, kBadLength},
+        {"first signature", atom("tgco", fullAtom("tgin", 0, 0, "tagscoll")),
+         kLuTagCollectionError_InvalidTagCollectionData, 0, "signature1 is not 'tag '"},
+        {"second signature", atom("tgco", fullAtom("tgin", 0, 0, "tag call")),
+         kLuTagCollectionError_InvalidTagCollectionData, 0, "signature2 is not 'coll'"},
+        {"a list without a count", atom("tgco", fullAtom("tgli", 0, 0, "123")),
+         kLuTagCollectionError_InvalidTagCollectionData, 0, kBadLength},
+        {"a byte too many", atom("tgco", list(1, kLeft + "x")), kLuTagCollectionError_InvalidTagCollectionData, 0,
+         kBadLength},
+        {"a count of more than there is", atom("tgco", list(0xFFFFFFFF, kLeft)),
+         kLuTagCollectionError_InvalidTagCollectionData, 0, kBadLength},
+        {"an empty collection atom", atom("tgco"), kTavAtomStream_OffsetOutsideOfParent, 0, ""},
+    };
+    for (const Row& row : rows) {
+        Collection read;
+        SignalProbe probe;
+        EXPECT_EQ(readBack(row.bytes, &read), row.status) << row.what;
+        EXPECT_EQ(read ? LuTagCollectionGetCount(read.get()) : 0, row.count) << row.what;
+        EXPECT_EQ(probe.message(), row.message) << row.what;
+    }
+    const std::string whole = atom("tgco", kInfo + list(2, kLeft + kVideo));
+    for (size_t length = 0; length < whole.size(); ++length) {
+        Collection read;
+        EXPECT_NE(readBack(whole.substr(0, length), &read), 0) << length;
+        EXPECT_EQ(read.get(), nullptr);
+    }
+}
+
+// Half a million tags, also such as have no order, are read or refused at once.
+TEST(TagCollectionAtoms, areReadInTime)
+{
+    for (const uint32_t category : {fourCC("mdia"), 0xA9000000u}) {
+        std::string tags;
+        constexpr uint32_t kCount = 500000;
+        for (uint32_t i = 0; i < kCount; ++i) tags += be32(category) + be32(2) + be64(kCount - i);
+        const auto start = std::chrono::steady_clock::now();
+        Collection read;
+        const OSStatus status = readBack(atom("tgco", list(kCount, tags)), &read);
+        EXPECT_EQ(status, category == fourCC("mdia") ? 0 : kLuTagCollectionError_InvalidTagCollectionData);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    }
+}
+
+TEST(TagCollectionDictionary, comesBackAsItWent)
+{
+    const auto collection = collectionOf(numbers(-2, 30));
+    const auto dictionary = zoAdopt(LuTagCollectionCopyAsDictionary(collection.get(), nullptr));
+    LuTagCollectionRef back = nullptr;
+    ASSERT_EQ(LuTagCollectionCreateFromDictionary(dictionary.get(), nullptr, &back), 0);
+    EXPECT_TRUE(ZoEqual(back, collection.get()));
+    ZoRelease(back);
+    sweepAllocationFailures([&](FailingAllocator& allocator) {
+        Collection few;
+        if (LuTagCollectionCreateMutable(allocator.get(), 0, few.outParam()) != 0) return;
+        LuTagCollectionAddTag(few.get(), kLuTagStereoLeftEye);
+        (void)zoAdopt(LuTagCollectionCopyAsDictionary(few.get(), allocator.get()));
+        (void)zoAdopt(LuTagCollectionCopyAsData(few.get(), allocator.get()));
+    });
+}
+
+TEST(TagCollectionDictionary, isReadWithCare)
+{
+    const auto read = [](const void* element, bool hasArray, const char* message) {
+        const auto dictionary = zoAdopt(
+            ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+        const auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
+        if (element) ZoArrayAppendValue(array.get(), element);
+        ZoDictionarySetValue(dictionary.get(), kLuTagCollectionTagsArrayKey,
+                             hasArray ? static_cast<const void*>(array.get()) : ZOSTR("no array"));
+        const auto untouched = reinterpret_cast<LuTagCollectionRef>(uintptr_t{8});
+        LuTagCollectionRef out = untouched;
+        SignalProbe probe;
+        const OSStatus status = LuTagCollectionCreateFromDictionary(dictionary.get(), nullptr, &out);
+        EXPECT_EQ(out, untouched);
+        EXPECT_EQ(probe.message(), message);
+        return status;
+    };
+    const auto invalid = zoAdopt(LuTagCopyAsDictionary(kLuTagInvalid, nullptr));
+    EXPECT_EQ(read(nullptr, false, "ZoDictionary does not contain a tags array"),
+              kLuTagCollectionError_InvalidTagCollectionDictionary);
+    EXPECT_EQ(read(ZOSTR("tag"), true, "tagDictionary is NULL or not a ZoDictionary"), kLuTagCollectionError_ParamErr);
+    EXPECT_EQ(read(invalid.get(), true, "LuTag dictionary did not produce a valid LuTag"),
+              kLuTagCollectionError_InternalError);
+}
+
+TEST(TagCollectionText, showsKindAndTags)
+{
+    const auto text = zoAdopt(LuTagCollectionCopyDescription(nullptr, collectionOf({kLuTagStereoLeftEye}).get()));
+    EXPECT_TRUE(ZoEqual(text.get(), ZOSTR("LuMutableTagCollection{\n{category:'eyes' value:0x1 <flags>}\n}")));
+}
+
+}  // namespace

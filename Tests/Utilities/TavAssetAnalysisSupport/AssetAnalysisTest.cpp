@@ -1,0 +1,135 @@
+#include "Utilities/TavAssetAnalysisSupport.h"
+
+#include <gtest/gtest.h>
+
+#include "Foundation/ZoArray.h"
+#include "Foundation/ZoDictionary.h"
+#include "Foundation/ZoNumber.h"
+#include "Foundation/ZoRef.h"
+#include "Foundation/ZoString.h"
+#include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/SignalProbe.h"
+
+using namespace luvia_test;
+
+namespace {
+
+using Reporter = ZoRef<TavAssetAnalysisReporterRef>;
+using Message = ZoRef<ZoDictionaryRef>;
+
+Reporter makeReporter()
+{
+    Reporter reporter;
+    TavAssetAnalysisReporterCreate(nullptr, reporter.outParam());
+    return reporter;
+}
+
+Message message(ZoStringRef text, int trackID = 0)
+{
+    const auto out =
+        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks);
+    const auto set = [out](ZoStringRef key, int32_t value) {
+        ZoDictionarySetValue(out, key, zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &value)).get());
+    };
+    set(kTavAssetAnalysisKey_AnalysisType, LU_FOURCC('a', 't', 'o', 'm'));
+    if (trackID != 0) set(kTavAssetAnalysisMovieMessageKey_TrackID, trackID);
+    if (text) ZoDictionarySetValue(out, kTavAssetAnalysisKey_DiagnosticInformation, text);
+    return Message::adopt(out);
+}
+
+ZoRef<ZoArrayRef> messagesOf(const Reporter& reporter)
+{
+    ZoRef<ZoArrayRef> out;
+    TavAssetAnalysisReporterCopyMessages(reporter.get(), out.outParam());
+    return out;
+}
+ZoDictionaryRef only(const ZoRef<ZoArrayRef>& messages)
+{
+    EXPECT_EQ(ZoArrayGetCount(messages.get()), 1);
+    return static_cast<ZoDictionaryRef>(ZoArrayGetValueAtIndex(messages.get(), 0));
+}
+int64_t numberIn(ZoDictionaryRef dictionary, ZoStringRef key)
+{
+    int64_t value = -1;
+    if (const void* number = ZoDictionaryGetValue(dictionary, key))
+        ZoNumberGetValue(static_cast<ZoNumberRef>(number), kZoNumberSInt64Type, &value);
+    return value;
+}
+
+TEST(AssetAnalysisReporter, refusesWhatIsNoMessage)
+{
+    const auto reporter = makeReporter();
+    const Message good = message(ZOSTR("text"));
+    const Message bare = message(nullptr);
+    const ZoStringRef keys[] = {ZOSTR("a"), ZOSTR("b")};
+    const auto untyped =
+        zoAdopt(ZoDictionaryCreate(nullptr, reinterpret_cast<const void**>(const_cast<ZoStringRef*>(keys)),
+                                   reinterpret_cast<const void**>(const_cast<ZoStringRef*>(keys)), 2,
+                                   &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    struct Row {
+        TavAssetAnalysisReporterRef reporter;
+        ZoDictionaryRef message;
+        const char* text;
+    };
+    const Row rows[] = {
+        {nullptr, good.get(), "NULL reporter"},
+        {reporter.get(), nullptr, "NULL messageDict"},
+        {reporter.get(), bare.get(), "Empty messageDict"},
+        {reporter.get(), untyped.get(), "messageDict must contain kTavAssetAnalysisKey_AnalysisType"},
+    };
+    for (const Row& row : rows) {
+        SignalProbe probe;
+        EXPECT_EQ(TavAssetAnalysisReporterAddMessage(row.reporter, row.message), -17751);
+        EXPECT_EQ(TavAssetAnalysisReporterEditAndAppendMessage(row.reporter, row.message, 1), -17751);
+        EXPECT_EQ(TavAssetAnalysisReporterEditAndCombineMessage(row.reporter, row.message), -17751);
+        EXPECT_EQ(probe.message(), row.text);
+        EXPECT_EQ(probe.subsystem(), "<<< TavAssetAnalysis >>>");
+    }
+    EXPECT_EQ(ZoArrayGetCount(messagesOf(reporter).get()), 0);
+}
+
+TEST(AssetAnalysisReporter, foldsMessagesIntoTheNewest)
+{
+    const auto reporter = makeReporter();
+    ASSERT_EQ(TavAssetAnalysisReporterEditAndCombineMessage(reporter.get(), message(ZOSTR("B"), 1).get()), 0);
+    const auto snapshot = messagesOf(reporter);
+    ASSERT_EQ(TavAssetAnalysisReporterEditAndCombineMessage(reporter.get(), message(ZOSTR("A"), 2).get()), 0);
+    ASSERT_EQ(TavAssetAnalysisReporterEditAndAppendMessage(reporter.get(), message(ZOSTR("x")).get(), 7), 0);
+    const auto afterOne = messagesOf(reporter);
+    ASSERT_EQ(TavAssetAnalysisReporterEditAndAppendMessage(reporter.get(), message(ZOSTR("y")).get(), 8), 0);
+
+    const auto messages = messagesOf(reporter);
+    const ZoDictionaryRef newest = only(messages);
+    EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(newest, kTavAssetAnalysisKey_DiagnosticInformation), ZOSTR("AB")));
+    EXPECT_EQ(numberIn(newest, kTavAssetAnalysisMovieMessageKey_TrackID), 2);
+    EXPECT_EQ(numberIn(newest, kTavAssetAnalysisMovieMessageKey_MessageType), 8);
+    const auto nestedIn = [](ZoDictionaryRef dictionary) {
+        return ZoArrayGetCount(
+            static_cast<ZoArrayRef>(ZoDictionaryGetValue(dictionary, kTavAssetAnalysisMovieMessageKey_AtomContainer)));
+    };
+    EXPECT_EQ(nestedIn(newest), 2);
+    EXPECT_EQ(nestedIn(only(afterOne)), 1) << "what was given out does not change";
+    EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(only(snapshot), kTavAssetAnalysisKey_DiagnosticInformation), ZOSTR("B")));
+    const auto description = zoAdopt(ZoCopyDescription(reporter.get()));
+    EXPECT_TRUE(ZoEqual(description.get(), ZOSTR("TavAssetAnalysisReporter 1 messages")));
+}
+
+TEST(AssetAnalysisReporter, keepsTheNewestWhereMemoryRunsOut)
+{
+    sweepAllocationFailures([](FailingAllocator& allocator) {
+        Reporter reporter;
+        if (TavAssetAnalysisReporterCreate(allocator.get(), reporter.outParam()) != 0) {
+            EXPECT_EQ(reporter.get(), nullptr);
+            return;
+        }
+        TavAssetAnalysisReporterAddMessage(reporter.get(), message(ZOSTR("B")).get());
+        TavAssetAnalysisReporterEditAndAppendMessage(reporter.get(), message(ZOSTR("x")).get(), 7);
+        TavAssetAnalysisReporterEditAndCombineMessage(reporter.get(), message(ZOSTR("A")).get());
+        ZoRef<ZoArrayRef> messages;
+        if (TavAssetAnalysisReporterCopyMessages(reporter.get(), messages.outParam()) != 0) return;
+        ASSERT_EQ(ZoArrayGetCount(messages.get()), 1);
+        EXPECT_TRUE(ZoDictionaryContainsKey(only(messages), kTavAssetAnalysisKey_DiagnosticInformation));
+    });
+}
+
+}  // namespace

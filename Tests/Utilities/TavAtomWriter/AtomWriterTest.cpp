@@ -1,0 +1,207 @@
+#include "Utilities/TavAtomWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/Support/AtomBuilder.h"
+#include "Tests/Support/AtomTranscript.h"
+#include "Tests/Support/FakeByteStream.h"
+#include "Tests/Support/SignalProbe.h"
+
+using namespace luvia_test;
+
+namespace {
+
+const std::string kUUID = "0123456789abcdef";
+
+ZoRef<LuBlockBufferRef> emptyBuffer()
+{
+    ZoRef<LuBlockBufferRef> buffer;
+    LuBlockBufferCreateEmpty(nullptr, 4, 0, buffer.outParam());
+    return buffer;
+}
+ZoRef<LuBlockBufferRef> bufferOf(const std::string& bytes)
+{
+    ZoRef<LuBlockBufferRef> buffer;
+    TavCreateBlockBufferCopyingMemoryBlock(nullptr, bytes.data(), bytes.size(), buffer.outParam());
+    return buffer;
+}
+std::string textOf(LuBlockBufferRef buffer)
+{
+    std::string text(LuBlockBufferGetDataLength(buffer), '?');
+    if (!text.empty()) LuBlockBufferCopyDataBytes(buffer, 0, text.size(), text.data());
+    return text;
+}
+OSStatus append(TavAtomWriter* writer, const std::string& bytes)
+{
+    return TavAtomWriterAppendData(writer, bytes.data(), bytes.size());
+}
+
+// Every form of atom, nested: two atoms at the top, of which the first holds three.
+OSStatus writeOneOfEach(TavAtomWriter* top)
+{
+    TAV_TRY(TavAtomWriterBeginAtom(top, fourCC("moov"), false));
+    TAV_TRY(TavAtomWriterAppendVersionAndFlags(top, 1, 0x11020304));
+    TAV_TRY(append(top, "own"));
+    TavAtomWriter child, grandchild;
+    TAV_TRY(TavAtomWriterInitWithParent(top, &child));
+    TAV_TRY(TavAtomWriterBeginAtom(&child, fourCC("trak"), true));
+    TAV_TRY(TavAtomWriterInitWithParent(&child, &grandchild));
+    TAV_TRY(TavAtomWriterBeginAtom(&grandchild, fourCC("mdia"), false));
+    TAV_TRY(append(&grandchild, "xyz"));
+    TAV_TRY(TavAtomWriterEndAtom(&grandchild));
+    TAV_TRY(TavAtomWriterEndAtom(&child));
+    TAV_TRY(TavAtomWriterBeginUUIDAtom(&child, reinterpret_cast<const uint8_t*>(kUUID.data()), false));
+    const auto data = bufferOf("..data..");
+    TAV_TRY(TavAtomWriterAppendBlockBufferData(&child, data.get(), 2, 4));
+    TAV_TRY(TavAtomWriterEndAtom(&child));
+    TAV_TRY(TavAtomWriterEndAtom(top));
+    TAV_TRY(TavAtomWriterBeginUUIDAtom(top, reinterpret_cast<const uint8_t*>(kUUID.data()), true));
+    return TavAtomWriterEndAtom(top);
+}
+const std::string kOneOfEach =
+    fullAtom("moov", 1, 0x020304, "own" + wideAtom("trak", atom("mdia", "xyz")) + uuidAtom(kUUID, "data")) +
+    atomHeader(1, "uuid") + be64(32) + kUUID;
+
+TEST(AtomWriter, writesEveryFormBehindWhatIsThere)
+{
+    const auto buffer = emptyBuffer();
+    const auto before = bufferOf("before");
+    LuBlockBufferAppendBufferReference(buffer.get(), before.get(), 0, 0, 0);
+    TavAtomWriter writer;
+    ASSERT_EQ(TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer), 0);
+    EXPECT_EQ(writeOneOfEach(&writer), 0);
+    EXPECT_EQ(textOf(buffer.get()), "before" + kOneOfEach);
+    EXPECT_EQ(writer.atomOffset, static_cast<int64_t>(LuBlockBufferGetDataLength(buffer.get())));
+    EXPECT_EQ(writer.byteStream, nullptr) << "the stream lives as long as an atom";
+
+    FakeByteStream stream("before");
+    ASSERT_EQ(TavAtomWriterInitWithByteStream(stream.get(), &writer), 0);
+    EXPECT_EQ(writeOneOfEach(&writer), 0);
+    EXPECT_EQ(stream.content, "before" + kOneOfEach);
+}
+
+// What was written is what the reader reads.
+TEST(AtomWriter, isReadBack)
+{
+    FakeByteStream stream;
+    TavAtomWriter writer;
+    TavAtomWriterInitWithByteStream(stream.get(), &writer);
+    ASSERT_EQ(writeOneOfEach(&writer), 0);
+    TavAtomStream top, children;
+    ASSERT_EQ(TavAtomStreamInitWithByteStream(stream.get(), 0, false, &top), 0);
+    ASSERT_EQ(TavAtomStreamInitWithParent(&top, 7, &children), 0);
+    EXPECT_EQ(children.type, fourCC("trak"));
+    EXPECT_EQ(children.dataLength, 11);
+    ASSERT_EQ(TavAtomStreamAdvanceToNextAtom(&children), 0);
+    uint8_t uuid[16];
+    ASSERT_EQ(TavAtomStreamGetCurrentAtomUUIDType(&children, uuid), 0);
+    EXPECT_EQ(std::string(uuid, uuid + 16), kUUID);
+    EXPECT_EQ(TavAtomStreamAdvanceToNextAtom(&children), kTavAtomStream_AtEnd);
+}
+
+TEST(AtomWriter, passesUpEachFailedWrite)
+{
+    FakeByteStream whole;
+    TavAtomWriter writer;
+    TavAtomWriterInitWithByteStream(whole.get(), &writer);
+    ASSERT_EQ(writeOneOfEach(&writer), 0);
+    for (size_t n = 0; n < whole.writes.size(); ++n) {
+        FakeByteStream stream;
+        stream.failingWrite = static_cast<int>(n);
+        TavAtomWriterInitWithByteStream(stream.get(), &writer);
+        EXPECT_EQ(writeOneOfEach(&writer), FakeByteStream::kFailure) << "write " << n;
+        if (!writer.atomStarted) continue;
+        EXPECT_EQ(TavAtomWriterEndAtom(&writer), 0);
+        EXPECT_FALSE(writer.atomStarted);
+    }
+    FakeByteStream empty{FakeByteStream::Empty()}, text;
+    text.lengthIsText = true;
+    EXPECT_EQ(TavAtomWriterInitWithByteStream(empty.get(), &writer), kTavBaseObjectError_NoSuchOperation);
+    SignalProbe probe;
+    EXPECT_EQ(TavAtomWriterInitWithByteStream(text.get(), &writer), -1);
+    EXPECT_EQ(probe.message(), "Invalid byte stream");
+}
+
+// A size that could not be patched counts nowhere, and the writer can begin again.
+TEST(AtomWriter, endsAlsoWhereTheSizeCannotBeWritten)
+{
+    FakeByteStream stream;
+    TavAtomWriter parent, child;
+    TavAtomWriterInitWithByteStream(stream.get(), &parent);
+    ASSERT_EQ(TavAtomWriterBeginAtom(&parent, fourCC("moov"), false), 0);
+    TavAtomWriterInitWithParent(&parent, &child);
+    ASSERT_EQ(TavAtomWriterBeginAtom(&child, fourCC("trak"), false), 0);
+    child.atomSize = INT64_C(1) << 32;
+    SignalProbe probe;
+    EXPECT_EQ(TavAtomWriterEndAtom(&child), kTavAtomWriter_DataTooBigToFit);
+    EXPECT_EQ(probe.message(), "Data too big");
+    EXPECT_EQ(parent.atomSize, 8);
+    EXPECT_EQ(TavAtomWriterBeginAtom(&child, fourCC("trak"), true), 0);
+    child.atomSize = INT64_C(1) << 32;
+    EXPECT_EQ(TavAtomWriterEndAtom(&child), 0);
+    EXPECT_EQ(parent.atomSize, 8 + (INT64_C(1) << 32));
+}
+
+TEST(AtomWriter, keepsTheOrderOfCalls)
+{
+    const auto buffer = emptyBuffer();
+    TavAtomWriter writer, child;
+    int64_t number = 0;
+    TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
+    SignalProbe probe;
+    EXPECT_EQ(append(&writer, "x"), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(probe.message(), "TavAtomWriterBeginAtom not called");
+    EXPECT_EQ(TavAtomWriterAppendVersionAndFlags(&writer, 0, 0), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(TavAtomWriterAppendBlockBufferData(&writer, buffer.get(), 0, 0), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(TavAtomWriterGetAtomGlobalDataOffset(&writer, &number), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(TavAtomWriterGetAtomSize(&writer, &number), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(TavAtomWriterGetAtomDataSize(&writer, &number), kTavAtomWriter_NewAtomNotYetStarted);
+    EXPECT_EQ(TavAtomWriterEndAtom(&writer), 0);
+    TavAtomWriterInitWithParent(&writer, &child);
+    EXPECT_EQ(TavAtomWriterBeginAtom(&child, fourCC("free"), false), kTavAtomWriter_NewAtomNotYetStarted);
+
+    ASSERT_EQ(TavAtomWriterBeginAtom(&writer, fourCC("mvhd"), true), 0);
+    EXPECT_EQ(TavAtomWriterBeginAtom(&writer, fourCC("mvhd"), false), kTavAtomWriter_NewAtomAlreadyStarted);
+    EXPECT_EQ(probe.message(), "Previous atom not ended");
+    TavAtomWriterAppendVersionAndFlags(&writer, 0, 0);
+    append(&writer, "123456");
+    EXPECT_EQ(TavAtomWriterGetAtomDataSize(&writer, &number), 0);
+    EXPECT_EQ(number, 6);
+    EXPECT_EQ(TavAtomWriterGetAtomSize(&writer, &number), 0);
+    EXPECT_EQ(number, 26);
+    EXPECT_EQ(TavAtomWriterGetAtomGlobalDataOffset(&writer, &number), 0);
+    EXPECT_EQ(number, 20);
+}
+
+// A child that outlives an atom of its parent goes on with the parent's next one.
+TEST(AtomWriter, letsAChildServeTwoAtoms)
+{
+    const auto buffer = emptyBuffer();
+    TavAtomWriter writer, child;
+    TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
+    TavAtomWriterBeginAtom(&writer, fourCC("aaaa"), false);
+    TavAtomWriterInitWithParent(&writer, &child);
+    TavAtomWriterEndAtom(&writer);
+    TavAtomWriterBeginAtom(&writer, fourCC("bbbb"), false);
+    EXPECT_EQ(TavAtomWriterBeginAtom(&child, fourCC("cccc"), false), 0);
+    EXPECT_EQ(LuBlockBufferGetDataLength(buffer.get()), 24u);
+    EXPECT_EQ(TavAtomWriterEndAtom(&writer), 0);
+}
+
+TEST(AtomWriter, refersToBlockBuffersInsteadOfCopying)
+{
+    const auto buffer = emptyBuffer();
+    const auto data = bufferOf("payload");
+    TavAtomWriter writer;
+    TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
+    TavAtomWriterBeginAtom(&writer, fourCC("mdat"), false);
+    TavAtomWriterAppendBlockBufferData(&writer, data.get(), 1, 5);
+    TavAtomWriterEndAtom(&writer);
+    char *original = nullptr, *written = nullptr;
+    LuBlockBufferGetDataPointer(data.get(), 1, nullptr, nullptr, &original);
+    LuBlockBufferGetDataPointer(buffer.get(), 8, nullptr, nullptr, &written);
+    EXPECT_EQ(written, original);
+    EXPECT_EQ(textOf(buffer.get()), atom("mdat", "ayloa"));
+}
+
+}  // namespace
