@@ -33,7 +33,7 @@ def walk(data, start, end, parent=b""):
         if kind == b"mp4a" and parent != b"stsd":
             inner = None
         elif kind == b"mp4a":
-            inner += 16 * data[start + header + 9]  # QuickTime's version 1
+            inner += 16 * data[start + header + 9]  # a movie file's version 1
         if parent == b"ilst":
             inner = 0
         if inner is not None:
@@ -138,7 +138,7 @@ class Files(unittest.TestCase):
             self.assertGreater(tree["failures"], 0, name)
             self.assertLessEqual(len(tree["messages"]), 101, name)
         (self.folder / "terminated").write_bytes(data + struct.pack(">I4s", 12, b"udta") + bytes(4))
-        self.assertEqual(inspect(self.folder / "terminated").returncode, 0, "QuickTime ends lists with zeros")
+        self.assertEqual(inspect(self.folder / "terminated").returncode, 0, "movie files end lists with zeros")
 
     def test_truncations(self):
         data = self.read("fragmented.mp4")
