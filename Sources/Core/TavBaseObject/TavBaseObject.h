@@ -51,8 +51,9 @@ OSStatus TavBaseProtocolRegisterProtocol(const TavProtocolDescription* descripti
 /// The default barrier of a class: waits for the notifications that are on their way about the object.
 OSStatus TavBaseObjectStandardNotificationBarrier(LuBaseObjectRef object);
 
-/// What stands behind the standard barrier. The notification center gives these operations when it is first used; until
-/// then there is no notification that an object could wait for, and all three count as done.
+/// What stands behind the standard barrier. Without a notification center there is nothing that an object could wait
+/// for, and all three count as done. The center's module gives them before main begins, since an object that is older
+/// stays unregistered; it is unregistered all the same when it ends, as is one whose registration failed.
 typedef struct TavBaseObjectBarrierSupport {
     OSStatus (*registerObject)(LuBaseObjectRef object);
     void (*unregisterObject)(LuBaseObjectRef object);

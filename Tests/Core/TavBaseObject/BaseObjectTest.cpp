@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "Core/TavBaseObject/TavBaseObject.h"
-#include "Foundation/ZoArray.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
 #include "Tests/Support/FailingAllocator.h"
@@ -224,6 +224,21 @@ TEST_F(BaseObject, sharesTheTypeOfItsNearestClassThatHasOne)
     EXPECT_STREQ(_ZoRuntimeGetClassWithTypeID(type)->className, "Shape");
 }
 
+// The run-time has room for so many types; the process that takes them all is one of its own.
+TEST(BaseObjectDeathTest, hasNoClassWhereTheRunTimeHasNoRoom)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto fails = [] {
+        static const ZoRuntimeClass sFiller = {.version = 0, .className = "Filler"};
+        while (_ZoRuntimeRegisterClass(&sFiller) != 0) continue;
+        const SignalProbe probe;
+        return registerBelow(LuBaseGetClassID(), kTavBaseClassRegister_OwnType) == -1 && probe.code() == -1 &&
+               probe.message() == "Zo failure" &&
+               registerBelow(LuBaseGetClassID(), kTavBaseClassRegister_OwnType) == -1;
+    };
+    EXPECT_EXIT(std::_Exit(fails() ? 0 : 1), ::testing::ExitedWithCode(0), "");
+}
+
 TEST_F(BaseObject, isAMemberOfItsClassAndOfThoseAbove)
 {
     const Object square = make(kFull, classes().square);
@@ -242,14 +257,41 @@ TEST_F(BaseObject, isAMemberOfItsClassAndOfThoseAbove)
     EXPECT_FALSE(LuBaseObjectIsMemberOfClass(shape.get(), classes().square));
     EXPECT_FALSE(LuBaseObjectIsMemberOfClass(nullptr, classes().shape));
 
-    // What only looks like one: an array has no class record where a base object has it.
-    const auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, nullptr));
-    const auto foreign = static_cast<LuBaseObjectRef>(static_cast<void*>(array.get()));
-    for (LuClassID classID : {classes().shape, classes().abstract, LuBaseGetClassID()})
-        EXPECT_FALSE(LuBaseObjectIsMemberOfClass(foreign, classID));
     EXPECT_TRUE(ZoTypeIsLuBaseObject(square.get()));
-    EXPECT_FALSE(ZoTypeIsLuBaseObject(array.get()));
     EXPECT_FALSE(ZoTypeIsLuBaseObject(nullptr));
+}
+
+// An object of a foreign type that holds, by chance, a class where a base object has it.
+TEST_F(BaseObject, isToldFromWhatOnlyLooksLikeOne)
+{
+    struct Foreign {
+        ZoRuntimeBase base;
+        LuClassID word;
+        const void* more;
+    };
+    static const ZoRuntimeClass sForeignClass = {.version = 0, .className = "Foreign"};
+    static const ZoTypeID sForeignType = _ZoRuntimeRegisterClass(&sForeignClass);
+    const auto foreign = zoAdopt(static_cast<LuBaseObjectRef>(
+        const_cast<void*>(_ZoRuntimeCreateInstance(nullptr, sForeignType, sizeof(LuClassID) * 2, nullptr))));
+    for (LuClassID classID : {classes().shape, classes().abstract, LuBaseGetClassID()}) {
+        static_cast<Foreign*>(static_cast<void*>(foreign.get()))->word = classID;
+        EXPECT_FALSE(LuBaseObjectIsMemberOfClass(foreign.get(), classID));
+    }
+    EXPECT_FALSE(ZoTypeIsLuBaseObject(foreign.get()));
+}
+
+// Made past LuDerivedObjectCreate: it has neither class nor operations, and does no harm.
+TEST_F(BaseObject, isHarmlessWithoutATable)
+{
+    const ZoTypeID type = LuBaseClassGetZoTypeID(classes().shape);
+    const auto create = [&] {
+        return Object::adopt(static_cast<LuBaseObjectRef>(
+            const_cast<void*>(_ZoRuntimeCreateInstance(nullptr, type, 2 * sizeof(void*), nullptr))));
+    };
+    const Object a = create(), b = create();
+    EXPECT_FALSE(ZoEqual(a.get(), b.get()));
+    EXPECT_FALSE(LuBaseObjectImplementsProtocol(a.get(), LuProtocolID{}));
+    EXPECT_NE(textOf(zoAdopt(ZoCopyDescription(a.get()))).find("class<"), std::string::npos);
 }
 
 TEST_F(BaseObject, startsWithClearStorageAndIsFinalizedOnce)
