@@ -7,11 +7,7 @@
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Ostra/OstraSynchronization.h"
-#if __has_include("Utilities/TavDispatchUtilities.h")
 #include "Utilities/TavDispatchUtilities.h"
-#else
-#define TavDispatchQueueCreateWithPriority(label, attributes, priority) dispatch_queue_create(label, attributes)
-#endif
 
 #define LABEL_BUFFERING            "com.orvane.luvia.networkbuffering"
 #define LABEL_LOW_PRIORITY         "com.orvane.luvia.networkbufferinglowpriority"
