@@ -68,9 +68,9 @@ LuTime combine(LuTime left, LuTime right, Operation operation)
     const LuTimeEpoch epoch = left.epoch == right.epoch ? 0 : left.epoch | right.epoch;
     const LuTimeFlags flags = numericFlags(left.flags | right.flags);
 
-    // A zero takes no part, so that its timescale costs no precision.
-    if (right.value == 0) return {left.value, left.timescale, flags, epoch};
+    // A zero takes no part, so that its timescale costs no precision. Of two, a sum has the right one's timescale.
     if (left.value == 0 && operation == Operation::Add) return {right.value, right.timescale, flags, epoch};
+    if (right.value == 0) return {left.value, left.timescale, flags, epoch};
     if (left.value == 0 && right.value != std::numeric_limits<int64_t>::min())
         return {-right.value, right.timescale, flags, epoch};
 

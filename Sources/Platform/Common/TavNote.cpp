@@ -72,7 +72,8 @@ void store(TavNote* variable, int32_t value) { __atomic_store_n(variable, value,
 void set_tavnote_value(ZoStringRef applicationID, ZoStringRef key, const NoteRecord* record)
 {
     const auto value = zoAdopt(ZoPreferencesCopyAppValue(key, applicationID));
-    store(record->variable, gAllowAutomaticTavNotes ? record->defaultValue : 0);
+    const bool defaultsApply = __atomic_load_n(&gAllowAutomaticTavNotes, __ATOMIC_RELAXED);
+    store(record->variable, defaultsApply ? record->defaultValue : 0);
     if (!value) return;
     const ZoTypeID type = ZoGetTypeID(value.get());
     int32_t level = 0;

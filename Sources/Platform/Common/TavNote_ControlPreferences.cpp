@@ -108,17 +108,18 @@ static void readDestination()
 
 static void readAllowAutomaticNotes()
 {
-    gAllowAutomaticTavNotes = true;
+    bool allow = true;
     const auto value = copyPreference(ZOSTR("automatic_tav_notes"));
     int32_t level = 0;
     if (isString(value.get())) {
-        if (tav_note_get_value_for_string_preference(static_cast<ZoStringRef>(value.get()), &level))
-            gAllowAutomaticTavNotes = level != 0;
+        if (tav_note_get_value_for_string_preference(static_cast<ZoStringRef>(value.get()), &level)) allow = level != 0;
     } else if (isNumber(value.get())) {
-        gAllowAutomaticTavNotes = numberIsNotZero(value.get());
+        allow = numberIsNotZero(value.get());
     } else if (isBoolean(value.get())) {
-        gAllowAutomaticTavNotes = ZoEqual(value.get(), kZoBooleanTrue);
+        allow = ZoEqual(value.get(), kZoBooleanTrue);
     }
+    // Stored once, when it is known: a note that registers meanwhile reads it without the lock.
+    __atomic_store_n(&gAllowAutomaticTavNotes, allow, __ATOMIC_RELAXED);
 }
 
 OSStatus tav_note_read_control_preferences()

@@ -15,7 +15,8 @@ static pthread_mutex_t sLastErrorMutex = PTHREAD_MUTEX_INITIALIZER;
 static OstraLastError sLastError;
 
 static constexpr size_t kTextSize = 1024;
-static constexpr char kSignalTemplate[] = "%s %s %s %d %s %s %s %d";
+static constexpr char kLineTemplate[] = "%s %s %s %d %s %s %s %d";
+static constexpr char kBacktraceTemplate[] = "%s%s%s %d %s %s %s %d";
 
 uint32_t TavGetErrorCount(void) { return __atomic_load_n(&gErrorCount, __ATOMIC_SEQ_CST); }
 
@@ -103,16 +104,15 @@ OSStatus TavSignalErrorAt3(const char* format, uintptr_t emitter, OSStatus code,
 {
     const char* const shownSubsystem = subsystem ? subsystem : kTavDefaultSubsystem;
     const char* const separator = function ? " " : "";
-    const char* const checked = fmtcheck(format ? format : kTavSignalFormat, kSignalTemplate);
     const int shownLine = static_cast<int>(line);
     if (wantsBacktrace(forceBacktrace)) {
         char text[kTextSize];
-        snprintf(text, sizeof(text), checked, shownSubsystem, separator, orEmpty(function), code, orEmpty(errorName),
-                 orEmpty(message), orEmpty(file), shownLine);
+        snprintf(text, sizeof(text), fmtcheck(format, kBacktraceTemplate), shownSubsystem, separator, orEmpty(function),
+                 code, orEmpty(errorName), orEmpty(message), orEmpty(file), shownLine);
         __TavDiagnosticServices.logBacktrace(text);
     } else {
-        ostraDebugLog(emitter, returnAddress, checked, shownSubsystem, separator, orEmpty(function), code,
-                      orEmpty(errorName), orEmpty(message), orEmpty(file), shownLine);
+        ostraDebugLog(emitter, returnAddress, fmtcheck(format, kLineTemplate), shownSubsystem, separator,
+                      orEmpty(function), code, orEmpty(errorName), orEmpty(message), orEmpty(file), shownLine);
     }
     return countAndRecord(code, errorName, message, subsystem, function, file, line);
 }
@@ -126,7 +126,7 @@ OSStatus TavSignalErrorAt2(const char* format, OSStatus code, const char* errorN
                            const char* subsystem, const char* function, const char* file, int64_t line,
                            int32_t forceBacktrace)
 {
-    const char* const checked = fmtcheck(format ? format : "", "%s %d %s %s %s %d");
+    const char* const checked = fmtcheck(format, "%s %d %s %s %s %d");
     const char* const subject = subjectOf(subsystem, function);
     const int shownLine = static_cast<int>(line);
     if (wantsBacktrace(forceBacktrace)) {

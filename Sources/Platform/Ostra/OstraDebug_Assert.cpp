@@ -50,23 +50,22 @@ void TavDebugAssertSyslog(const char* subsystem, const char* expression, const c
 void TavDebugAssert2(const char* format, const char* subsystem, const char* expression, const char* function,
                      const char* message, const char* file, int64_t line, OSStatus code)
 {
-    ostraDebugLog(0, __builtin_return_address(0), fmtcheck(format ? format : "", kAssert2Template),
-                  orDefault(subsystem), orEmpty(expression), orEmpty(function), orEmpty(file), static_cast<int>(line),
-                  orEmpty(message), code);
+    ostraDebugLog(0, __builtin_return_address(0), fmtcheck(format, kAssert2Template), orDefault(subsystem),
+                  orEmpty(expression), orEmpty(function), orEmpty(file), static_cast<int>(line), orEmpty(message),
+                  code);
 }
 
 void TavDebugAssert3(const char* format, uintptr_t emitter, const char* subsystem, const char* expression,
                      const char* function, const char* message, const char* file, int64_t line, OSStatus code,
                      const void* returnAddress)
 {
-    ostraDebugLog(emitter, returnAddress, fmtcheck(format ? format : "", kAssert3Template), orDefault(subsystem),
-                  orEmpty(expression), orEmpty(function), orEmpty(file), static_cast<int>(line), orEmpty(message),
-                  message ? " " : "", code);
+    ostraDebugLog(emitter, returnAddress, fmtcheck(format, kAssert3Template), orDefault(subsystem), orEmpty(expression),
+                  orEmpty(function), orEmpty(file), static_cast<int>(line), orEmpty(message), message ? " " : "", code);
 }
 
 void TavDebugAssertSyslog2(const char* format, const char* subsystem, const char* expression, const char* function,
                            const char* message, const char* file, int64_t line, OSStatus code)
 {
-    syslog(LOG_ERR, fmtcheck(format ? format : "", kAssert3Template), orDefault(subsystem), orEmpty(expression),
-           orEmpty(function), orEmpty(file), static_cast<int>(line), orEmpty(message), message ? " " : "", code);
+    syslog(LOG_ERR, fmtcheck(format, kAssert3Template), orDefault(subsystem), orEmpty(expression), orEmpty(function),
+           orEmpty(file), static_cast<int>(line), orEmpty(message), message ? " " : "", code);
 }

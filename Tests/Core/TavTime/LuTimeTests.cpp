@@ -102,6 +102,9 @@ TEST(MediaTime, addsAtTheCommonTimescaleAndGivesUpPrecisionBeforeRange)
     EXPECT_EQ(LuTimeAdd(exact(kMax, 2), exact(1, 2)), rounded(4611686018427387905, 1));
     EXPECT_EQ(LuTimeAdd(exact(kMin, 1), exact(kMin, 1)), kLuTimeNegativeInfinity);  // wraps to 0
     EXPECT_EQ(LuTimeSubtract(exact(0, 7), exact(kMin, 1)), kLuTimePositiveInfinity);
+    // A zero leaves the other's timescale alone; of two, a sum has the right one's and a difference the left one's.
+    EXPECT_EQ(LuTimeAdd(exact(0, 3), exact(0, 5)), exact(0, 5));
+    EXPECT_EQ(LuTimeSubtract(exact(0, 3), exact(0, 5)), exact(0, 3));
     // Epochs: equal ones cancel, one takes on the other, two others exclude each other.
     EXPECT_EQ(LuTimeAdd(exact(1, 2, 3), exact(1, 2, 3)), exact(2, 2));
     EXPECT_EQ(LuTimeSubtract(exact(1, 2, 3), exact(1, 4, 3)), exact(1, 4));

@@ -69,6 +69,7 @@ inline LuTime combine(LuTime a, LuTime b, int sign)
     if (epochsClash(a, b)) return kLuTimeInvalid;
     const int64_t epoch = a.epoch == b.epoch ? 0 : a.epoch + b.epoch;
     const bool anyRounded = isRounded(a) || isRounded(b);
+    if (a.value == 0 && sign > 0) return make(b.value, b.timescale, anyRounded, epoch);
     if (b.value == 0) return make(a.value, a.timescale, anyRounded, epoch);
     if (a.value == 0 && !leavesInt64(sign * Int{b.value}))
         return make(sign * Int{b.value}, b.timescale, anyRounded, epoch);

@@ -64,6 +64,9 @@ TEST(Signal, showsWhatIsAbsentAsNothingAndReplacesAFormatThatDoesNotFit)
               "s err -6 n m in x.cpp:8\n");
     EXPECT_EQ(lineOf([] { TavSignalErrorAt2("%n", -6, "n", nullptr, nullptr, nullptr, nullptr, 8, 0); }),
               "(Tav) -6 n   8\n");
+    EXPECT_EQ(lineOf([] { TavSignalErrorAt3(nullptr, 0, -5, "n", "m", "s", "f", "x.cpp", 7, nullptr, 0); }),
+              "s   f -5 n m x.cpp 7\n");
+    EXPECT_EQ(lineOf([] { TavSignalErrorAt2(nullptr, -6, "n", "m", "s", "f", "x.cpp", 8, 0); }), "f -6 n m x.cpp 8\n");
     EXPECT_EQ(lineOf([] { TavSignalErrorAt(-7, "n", "m", "s", "f", "x.cpp", 9, 0); }),
               "f signalled err=-7 (n) (m) at x.cpp line 9\n");
     EXPECT_EQ(lineOf([] { TavSignalErrorAt(-7, nullptr, nullptr, nullptr, nullptr, nullptr, 9, 0); }),
@@ -129,6 +132,9 @@ TEST(Signal, isTheFirstLineOfABacktraceWhenForced)
     const std::string text =
         lineOf([] { TavSignalErrorAt3(kTavSignalFormat, 0, -5, "n", "m", "s", "f", "x.cpp", 7, nullptr, 1); });
     EXPECT_EQ(text.find("s f signalled err=-5 (n) (m) at x.cpp:7\n 1  0x"), 0u) << text;
+    const std::string unfit =
+        lineOf([] { TavSignalErrorAt3("%d%d%d%d%d%d%d%d", 0, -5, "n", "m", "s", "f", "x.cpp", 7, nullptr, 1); });
+    EXPECT_EQ(unfit.find("s f -5 n m x.cpp 7\n 1  0x"), 0u) << unfit;
 }
 
 TEST(Assertions, reportAndGoOn)
@@ -138,6 +144,8 @@ TEST(Assertions, reportAndGoOn)
     EXPECT_EQ(lineOf([] { TavDebugAssert(nullptr, nullptr, nullptr, nullptr, nullptr, 3, -1); }), "(Tav) - (err=-1)\n");
     EXPECT_EQ(lineOf([] { TavDebugAssert2("%d", nullptr, "e", nullptr, nullptr, "x.cpp", 3, -1); }),
               "(Tav) assert: \"e\" at  (x.cpp:3) -  (err=-1)\n");
+    EXPECT_EQ(lineOf([] { TavDebugAssert2(nullptr, "s", "e", "f", "m", "x.cpp", 3, -1); }),
+              "s assert: \"e\" at f (x.cpp:3) - m (err=-1)\n");
     EXPECT_EQ(
         lineOf([] { TavDebugAssert3("%s|%s|%s|%s|%d|%s|%s|%d", 0, "s", "e", "f", "m", "x.cpp", 3, -1, nullptr); }),
         "s|e|f|x.cpp|3|m| |-1\n");
