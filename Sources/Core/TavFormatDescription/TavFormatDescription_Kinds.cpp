@@ -3,8 +3,9 @@
 #include "Platform/Common/TavLog.h"
 #include "Platform/Ostra/OstraThread.h"
 
-// Each kind's own registration, which runs once however often it is called. A program that leaves a kind out does
-// without it: the reference is then null, and the media type is served by the generic kind.
+// Each kind's own registration, which runs once however often it is called. Weak until the kind's module is there,
+// which loses the mark then: a weak reference does not fetch it from the archive. Meanwhile the generic kind serves its
+// types.
 ZO_EXTERN_C_BEGIN
 void TavVideoFormatDescriptionRegister(void) __attribute__((weak));
 void TavAudioFormatDescriptionRegister(void) __attribute__((weak));
