@@ -7,63 +7,22 @@
 #include <span>
 
 #include "Foundation/ZoAssert.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoStringPrivate.h"
+#include "Foundation/ZoNamedObjectPrivate.h"
 
-struct ZoLocale_ {
-    ZoRuntimeBase base;
-    ZoStringRef identifier;
-};
-
-static void localeFinalize(ZoTypeRef object)
-{
-    if (ZoStringRef identifier = static_cast<ZoLocaleRef>(object)->identifier) ZoRelease(identifier);
-}
-
-static Boolean localeEqual(ZoTypeRef a, ZoTypeRef b)
-{
-    return zo::stringsEqual(static_cast<ZoLocaleRef>(a)->identifier, static_cast<ZoLocaleRef>(b)->identifier);
-}
-
-static ZoHashCode localeHash(ZoTypeRef object) { return zo::stringHash(static_cast<ZoLocaleRef>(object)->identifier); }
-
-static ZoStringRef localeCopyDescription(ZoTypeRef object)
-{
-    return ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("<ZoLocale %@>"),
-                                    static_cast<ZoLocaleRef>(object)->identifier);
-}
-
-const ZoRuntimeClass __ZoLocaleClass = {
-    .version = 0,
-    .className = "ZoLocale",
-    .init = nullptr,
-    .copy = nullptr,
-    .finalize = localeFinalize,
-    .equal = localeEqual,
-    .hash = localeHash,
-    .copyFormattingDesc = nullptr,
-    .copyDebugDesc = localeCopyDescription,
-    .unused = {},
-};
+constinit const ZoRuntimeClass __ZoLocaleClass = zoNamedObjectClass("ZoLocale");
 
 ZoTypeID ZoLocaleGetTypeID(void) { return kZoTypeIDLocale; }
 
 ZoLocaleRef ZoLocaleCreate(ZoAllocatorRef allocator, ZoStringRef identifier)
 {
     if (!ZO_EXPECT(zo::isString(identifier), "the identifier is not a string")) return nullptr;
-    constexpr ZoIndex kFields = sizeof(ZoLocale_) - sizeof(ZoRuntimeBase);
-    auto locale =
-        zoAdopt(static_cast<ZoLocaleRef>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDLocale, kFields, nullptr)));
-    if (!locale) return nullptr;
-    ZoStringRef copy = ZoStringCreateCopy(allocator, identifier);
-    if (!copy) return nullptr;
-    const_cast<ZoLocale_*>(locale.get())->identifier = copy;
-    return locale.release();
+    return zoCreateNamedObject<ZoLocaleRef>(allocator, kZoTypeIDLocale,
+                                            zoAdopt(ZoStringCreateCopy(allocator, identifier)));
 }
 
 ZoStringRef ZoLocaleGetIdentifier(ZoLocaleRef locale)
 {
-    return ZO_EXPECT(zoIsOfType(locale, kZoTypeIDLocale), "not a locale") ? locale->identifier : nullptr;
+    return ZO_EXPECT(zoIsOfType(locale, kZoTypeIDLocale), "not a locale") ? zoNameOf(locale) : nullptr;
 }
 
 /// "de_AT.UTF-8@euro" names the locale "de_AT".

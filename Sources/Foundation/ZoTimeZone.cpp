@@ -8,55 +8,15 @@
 #include <cstdio>
 
 #include "Foundation/ZoAssert.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoStringPrivate.h"
+#include "Foundation/ZoNamedObjectPrivate.h"
 
-struct ZoTimeZone_ {
-    ZoRuntimeBase base;
-    ZoStringRef name;
-};
-
-static void timeZoneFinalize(ZoTypeRef object)
-{
-    if (ZoStringRef name = static_cast<ZoTimeZoneRef>(object)->name) ZoRelease(name);
-}
-
-static Boolean timeZoneEqual(ZoTypeRef a, ZoTypeRef b)
-{
-    return zo::stringsEqual(static_cast<ZoTimeZoneRef>(a)->name, static_cast<ZoTimeZoneRef>(b)->name);
-}
-
-static ZoHashCode timeZoneHash(ZoTypeRef object) { return zo::stringHash(static_cast<ZoTimeZoneRef>(object)->name); }
-
-static ZoStringRef timeZoneCopyDescription(ZoTypeRef object)
-{
-    return ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("<ZoTimeZone %@>"),
-                                    static_cast<ZoTimeZoneRef>(object)->name);
-}
-
-const ZoRuntimeClass __ZoTimeZoneClass = {
-    .version = 0,
-    .className = "ZoTimeZone",
-    .init = nullptr,
-    .copy = nullptr,
-    .finalize = timeZoneFinalize,
-    .equal = timeZoneEqual,
-    .hash = timeZoneHash,
-    .copyFormattingDesc = nullptr,
-    .copyDebugDesc = timeZoneCopyDescription,
-    .unused = {},
-};
+constinit const ZoRuntimeClass __ZoTimeZoneClass = zoNamedObjectClass("ZoTimeZone");
 
 ZoTypeID ZoTimeZoneGetTypeID(void) { return kZoTypeIDTimeZone; }
 
 static ZoTimeZoneRef timeZoneCreate(ZoAllocatorRef allocator, ZoRef<ZoStringRef> name)
 {
-    if (!name) return nullptr;
-    constexpr ZoIndex kFields = sizeof(ZoTimeZone_) - sizeof(ZoRuntimeBase);
-    auto timeZone =
-        static_cast<ZoTimeZoneRef>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDTimeZone, kFields, nullptr));
-    if (timeZone) const_cast<ZoTimeZone_*>(timeZone)->name = name.release();
-    return timeZone;
+    return zoCreateNamedObject<ZoTimeZoneRef>(allocator, kZoTypeIDTimeZone, std::move(name));
 }
 
 ZoTimeZoneRef ZoTimeZoneCreateWithTimeIntervalFromGMT(ZoAllocatorRef allocator, ZoTimeInterval interval)
@@ -97,5 +57,5 @@ ZoTimeZoneRef ZoTimeZoneCopyDefault(void)
 
 ZoStringRef ZoTimeZoneGetName(ZoTimeZoneRef timeZone)
 {
-    return ZO_EXPECT(zoIsOfType(timeZone, kZoTypeIDTimeZone), "not a time zone") ? timeZone->name : nullptr;
+    return ZO_EXPECT(zoIsOfType(timeZone, kZoTypeIDTimeZone), "not a time zone") ? zoNameOf(timeZone) : nullptr;
 }

@@ -9,7 +9,6 @@
 #include "Foundation/YxImageBuffer.h"
 #include "Foundation/ZoAllocator.h"
 #include "Foundation/ZoArray.h"
-#include "Foundation/ZoAssert.h"
 #include "Foundation/ZoAttributedString.h"
 #include "Foundation/ZoBase.h"
 #include "Foundation/ZoBundle.h"
