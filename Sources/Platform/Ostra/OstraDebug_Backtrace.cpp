@@ -67,10 +67,9 @@ __attribute__((noinline)) ZoIndex TavCopyBacktrace(ZoAllocatorRef allocator, ZoA
         const Symbols names(backtrace_symbols(own, count));
         const ZoMutableArrayRef lines = ZoArrayCreateMutable(allocator, count, &kZoTypeArrayCallBacks);
         for (int i = 0; lines && names && i < count; ++i) {
-            char line[512];
-            snprintf(line, sizeof(line), "%s    [%p]", names.get()[i], own[i]);
-            if (const auto text = zoAdopt(ZoStringCreateWithCString(allocator, line, kZoStringEncodingClassicRoman)))
-                ZoArrayAppendValue(lines, text.get());
+            const auto line =
+                zoAdopt(ZoStringCreateWithFormat(allocator, nullptr, ZOSTR("%s    [%p]"), names.get()[i], own[i]));
+            if (line) ZoArrayAppendValue(lines, line.get());
         }
         *symbolsOut = lines;
     }

@@ -11,11 +11,9 @@
 #include "Foundation/ZoNumber.h"
 #include "Foundation/ZoRef.h"
 #include "Foundation/ZoString.h"
-#include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
+#include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
-
-LUVIA_TEST_RECORDS_SIGNALS;
 
 namespace {
 
@@ -34,13 +32,14 @@ ZoIndex countOf(const ZoRef<ZoTypeRef>& bearer, LuAttachmentMode mode)
     const ZoRef<ZoDictionaryRef> all = zoAdopt(LuCopyDictionaryOfAttachments(nullptr, bearer.get(), mode));
     return all ? ZoDictionaryGetCount(all.get()) : 0;
 }
-void expectSignal(const char* message)
+// One signal since the probe began, which begins anew.
+void expectSignal(SignalProbe& probe, const char* message)
 {
-    const Signalled signalled = Signalled::take();
-    EXPECT_EQ(signalled.count, 1);
-    EXPECT_EQ(signalled.message, message);
-    EXPECT_EQ(signalled.name, "0");
-    EXPECT_EQ(signalled.code, 0);
+    EXPECT_EQ(probe.count(), 1u);
+    EXPECT_EQ(probe.message(), message);
+    EXPECT_EQ(probe.errorName(), "0");
+    EXPECT_EQ(probe.code(), 0);
+    probe = SignalProbe();
 }
 
 // The same promises on every kind of bearer.
@@ -49,8 +48,9 @@ protected:
     void SetUp() override
     {
         bearer_ = GetParam()();
-        Signalled::take();
+        probe_ = SignalProbe();
     }
+    SignalProbe probe_;
     ZoRef<ZoTypeRef> bearer_;
     ZoStringRef key_ = ZOSTR("key"), other_ = ZOSTR("other");
     ZoStringRef one_ = ZOSTR("one"), two_ = ZOSTR("two");
@@ -79,22 +79,22 @@ TEST_P(AttachmentBearer, keepsOneValueInOneModeForEachKey)
     LuSetAttachment(bearer_.get(), other_, one_, 1);
     LuRemoveAllAttachments(bearer_.get());
     EXPECT_EQ(countOf(bearer_, 0) + countOf(bearer_, 1), 0);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe_.count(), 0u);
 }
 
 TEST_P(AttachmentBearer, signalsAndRefusesAbsentKeysAndUnknownModes)
 {
     LuSetAttachment(bearer_.get(), key_, one_, 0);
     LuSetAttachment(bearer_.get(), nullptr, one_, 2);
-    expectSignal("NULL key");
+    expectSignal(probe_, "NULL key");
     LuSetAttachment(bearer_.get(), key_, two_, 2);
-    expectSignal("attachmentMode out of range");
+    expectSignal(probe_, "attachmentMode out of range");
     EXPECT_EQ(LuGetAttachment(nullptr, nullptr, nullptr), nullptr);
-    expectSignal("NULL key");
+    expectSignal(probe_, "NULL key");
     LuRemoveAttachment(bearer_.get(), nullptr);
-    expectSignal("NULL key");
+    expectSignal(probe_, "NULL key");
     EXPECT_EQ(LuCopyDictionaryOfAttachments(nullptr, bearer_.get(), 2), nullptr);
-    expectSignal("attachmentMode out of range");
+    expectSignal(probe_, "attachmentMode out of range");
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), one_);
 
     // All pairs at once are not tested on the way, and change nothing in a mode that there is not.
@@ -105,7 +105,7 @@ TEST_P(AttachmentBearer, signalsAndRefusesAbsentKeysAndUnknownModes)
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), one_);
     LuSetAttachments(bearer_.get(), pairs.get(), 1);
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), two_);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe_.count(), 0u);
 }
 
 TEST_P(AttachmentBearer, propagatesOneModeToBearersOfEveryKind)
@@ -130,14 +130,14 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AttachmentBearer, ::testing::Values(blockBuffer,
 
 TEST(AttachmentRegistry, leavesObjectsAloneThatAreNoBearers)
 {
-    Signalled::take();
+    SignalProbe probe;
     const ZoRef<ZoDataRef> data = zoAdopt(ZoDataCreate(nullptr, nullptr, 0));
     LuSetAttachment(data.get(), ZOSTR("key"), ZOSTR("value"), 0);
     LuSetAttachments(data.get(), nullptr, 0);
     LuRemoveAllAttachments(data.get());
     LuPropagateAttachments(data.get(), data.get());
     EXPECT_EQ(LuGetAttachment(data.get(), ZOSTR("key"), nullptr), nullptr);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe.count(), 0u);
 }
 
 TEST(AttachmentRegistry, entersATypeOnceAndWhole)
@@ -146,20 +146,20 @@ TEST(AttachmentRegistry, entersATypeOnceAndWhole)
         TavRuntimeGetAttachmentBearerCallbacksWithTypeID(YxPixelBufferGetTypeID());
     ASSERT_NE(first, nullptr);
     TavAttachmentBearerCallbacks table = *first;
-    Signalled::take();
+    SignalProbe probe;
     EXPECT_EQ(TavRuntimeRegisterAttachmentBearerWithTypeID(&table, YxPixelBufferGetTypeID()), 0);
-    expectSignal("typeID already registered");
+    expectSignal(probe, "typeID already registered");
     EXPECT_EQ(TavRuntimeGetAttachmentBearerCallbacksWithTypeID(YxPixelBufferGetTypeID()), first);
     table.version = 1;
     EXPECT_EQ(TavRuntimeRegisterAttachmentBearerWithTypeID(&table, ZoDataGetTypeID()), 0);
-    expectSignal("unrecognised callbacks->version (expected 0)");
+    expectSignal(probe, "unrecognised callbacks->version (expected 0)");
     table.version = 0;
     table.removeAttachment = nullptr;
     EXPECT_EQ(TavRuntimeRegisterAttachmentBearerWithTypeID(&table, ZoDataGetTypeID()), 0);
-    expectSignal("missing callback");
+    expectSignal(probe, "missing callback");
     EXPECT_EQ(TavRuntimeGetAttachmentBearerCallbacksWithTypeID(ZoDataGetTypeID()), nullptr);
     TavRuntimeUnregisterAttachmentBearerWithTypeID(first, YxPixelBufferGetTypeID());
-    expectSignal("TavRuntimeUnregisterAttachmentBearerWithTypeID() is a no-op");
+    expectSignal(probe, "TavRuntimeUnregisterAttachmentBearerWithTypeID() is a no-op");
 }
 
 TEST(AttachmentRegistry, isReadWhileOthersRegister)

@@ -11,12 +11,10 @@
 #include "Foundation/ZoString.h"
 #include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
-#include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
 #include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
-
-LUVIA_TEST_RECORDS_SIGNALS;
 
 namespace {
 
@@ -186,14 +184,13 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
 #undef CODE
     for (const Refusal& refusal : refusals) {
         SCOPED_TRACE(refusal.what);
-        Signalled::take();
+        const SignalProbe probe;
         out = ten.get();
         EXPECT_EQ(refusal.call(), refusal.code);
-        const Signalled signalled = Signalled::take();
-        EXPECT_EQ(signalled.count, 1);
-        EXPECT_EQ(signalled.code, refusal.code);
-        EXPECT_EQ(signalled.name, refusal.name);
-        EXPECT_EQ(signalled.message, refusal.message);
+        EXPECT_EQ(probe.count(), 1u);
+        EXPECT_EQ(probe.code(), refusal.code);
+        EXPECT_EQ(probe.errorName(), std::string(refusal.name).substr(0, 31)) << "the record keeps 31 bytes";
+        EXPECT_EQ(probe.message(), refusal.message);
         EXPECT_TRUE(out == nullptr || out == ten.get());
     }
     EXPECT_EQ(textOf(ten), text) << "a refused append left something";
@@ -291,10 +288,10 @@ TEST(BlockBuffer, readsThroughAReferenceToABufferThatWasEmpty)
     ASSERT_EQ(refer(buffer, after), 0);
     EXPECT_FALSE(LuBlockBufferIsEmpty(buffer.get()));
     EXPECT_EQ(LuBlockBufferGetDataLength(buffer.get()), 5u);
-    Signalled::take();
+    const SignalProbe probe;
     EXPECT_EQ(LuBlockBufferGetDataPointer(buffer.get(), 0, nullptr, nullptr, nullptr),
               kTavBlockBufferBadOffsetParameterErr);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe.count(), 0u);
     const Buffer flattened = empty();  // what is not there cannot be found
     ASSERT_EQ(refer(flattened, buffer), 0);
     EXPECT_EQ(textOf(flattened), "!");
@@ -319,14 +316,14 @@ TEST(BlockBuffer, allocatesWhenItIsWrittenAndForAllWhoShare)
     char bytes[8];
     char* pointer = bytes;
     size_t length = 1, total = 0;
-    Signalled::take();
+    const SignalProbe probe;
     EXPECT_EQ(LuBlockBufferGetDataPointer(sharer.get(), 1, &length, &total, &pointer),
               kTavBlockBufferUnallocatedBlockErr);
     EXPECT_EQ(LuBlockBufferCopyDataBytes(sharer.get(), 0, 4, bytes), kTavBlockBufferUnallocatedBlockErr);
     LuBlockBufferRef copy = sharer.get();
     EXPECT_EQ(LuBlockBufferCreateContiguous(nullptr, sharer.get(), nullptr, nullptr, 0, 0, 0, &copy),
               kTavBlockBufferUnallocatedBlockErr);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe.count(), 0u);
     EXPECT_EQ(copy, nullptr);
     EXPECT_EQ(pointer, nullptr);
     EXPECT_EQ(length, 0u);
@@ -338,7 +335,7 @@ TEST(BlockBuffer, allocatesWhenItIsWrittenAndForAllWhoShare)
     EXPECT_EQ(textOf(holder).substr(2), "abc---");
     EXPECT_EQ(LuBlockBufferGetDataPointer(sharer.get(), 4, &length, &total, &pointer),
               kTavBlockBufferBadOffsetParameterErr);
-    EXPECT_EQ(Signalled::take().count, 0);
+    EXPECT_EQ(probe.count(), 0u);
 }
 
 TEST(BlockBuffer, accessesAndGathersWithoutCopyingWhereItCan)

@@ -165,6 +165,12 @@ TEST(Backtraces, tellTheirFramesOutermostFirst)
     ASSERT_GT(count, 2);
     EXPECT_EQ(ZoArrayGetCount(addresses.get()), count);
     EXPECT_EQ(ZoArrayGetCount(symbols.get()), count);
+    for (ZoIndex i = 0; i < count; ++i) {
+        const auto ending = zoAdopt(
+            ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("    [%p]"), ZoArrayGetValueAtIndex(addresses.get(), i)));
+        EXPECT_TRUE(ZoStringHasSuffix(static_cast<ZoStringRef>(ZoArrayGetValueAtIndex(symbols.get(), i)), ending.get()))
+            << i;
+    }
     const std::string logged = lineOf([] { TavLogBacktraceWithMsg("here"); });
     EXPECT_TRUE(std::regex_search(logged, std::regex("^here\n 1  0x[0-9a-f]+  .*\n 2   0x"))) << logged;
     EXPECT_TRUE(std::regex_search(lineOf([] { TavLogBacktrace(); }), std::regex("^ 1  0x")));

@@ -8,11 +8,9 @@
 #include "Foundation/ZoData.h"
 #include "Foundation/ZoString.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
-#include "Tests/Core/TavBlockBuffer/SignalRecorder.h"
+#include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
-
-LUVIA_TEST_RECORDS_SIGNALS;
 
 TEST(BlockBufferCompare, ordersByLengthThenBytes)
 {
@@ -118,9 +116,9 @@ TEST(BlockBufferSharing, refusesWhatIsNotThere)
         SCOPED_TRACE(row.message);
         buffer = pieces.get();
         data = ten.get();
-        Signalled::take();
+        const SignalProbe probe;
         EXPECT_EQ(row.call(), row.code);
-        EXPECT_EQ(Signalled::take().message, row.message);
+        EXPECT_EQ(probe.message(), row.message);
         EXPECT_TRUE(!buffer || buffer == pieces.get());
         EXPECT_TRUE(!data || data == ten.get());
     }
