@@ -284,10 +284,11 @@ private:
         for (size_t i = 0; i < length; ++i) expect(bytes[i] == cells_[entry.cells[offset + i]].value, "copied bytes");
     }
 
-    // The cursor, going and jumping, and the look-up of single offsets find the same runs.
+    // The cursor, going and jumping, and the look-ups of single offsets find the same runs.
     void verifyRuns(const Entry& entry)
     {
         TavBlockBufferCursor cursor(entry.buffer.get());
+        TavBlockBufferPlace place = {};
         while (cursor.offset() < entry.cells.size()) {
             const size_t offset = cursor.offset();
             char *run = nullptr, *pointer = nullptr;
@@ -296,6 +297,9 @@ private:
             expect(status == LuBlockBufferGetDataPointer(entry.buffer.get(), offset, &length, nullptr, &pointer),
                    "status of a run");
             expect(run == pointer && runLength == length, "run");
+            expect(status == TavBlockBufferGetDataPointerNear(entry.buffer.get(), offset, &place, &length, &pointer),
+                   "status of a look-up from a place");
+            expect(run == pointer && runLength == length, "run from a place");
             if (status == 0) {
                 expect(static_cast<uint8_t>(*run) == cells_[entry.cells[offset]].value, "byte of a run");
                 expect(LuBlockBufferIsRangeContiguous(entry.buffer.get(), offset, runLength), "run not contiguous");

@@ -9,6 +9,15 @@
 
 using namespace luvia_test;
 
+static size_t sAllocations;
+
+extern "C" void* __real_malloc(size_t size);
+extern "C" void* __wrap_malloc(size_t size)
+{
+    ++sAllocations;
+    return __real_malloc(size);
+}
+
 namespace {
 
 const std::string kUUID = "0123456789abcdef";
@@ -44,7 +53,8 @@ TEST_P(AtomStreamOnEverySource, opensOnNoHeaderThatCannotBe)
          "Attempt to read uuid extended type past end of parent at offset 8 exceeding 20-byte limit"},
         {"past the end",
          atomHeader(17,
-                    "\x01" "fre") +
+                    "\x01"
+                    "fre") +
              zeros(8),
          kTavAtomStream_BadLengthInAtom,
          "Atom total length (17) exceeds container's length. Atom '0x01667265' at offset 0."},
@@ -180,6 +190,28 @@ TEST_P(AtomStreamOnEverySource, opensChildrenBehindFieldsOnly)
     EXPECT_EQ(TavAtomStreamInitWithParent(&stream, 17, &child), kTavAtomStream_OffsetOutsideOfParent);
     EXPECT_EQ(input.messages().back(),
               "-12893: Offset 17 outside of parent container length 16 (Effective global offset 25)");
+}
+
+TEST_P(AtomStreamOnEverySource, allocatesNothingOnTheWay)
+{
+    if (GetParam() == AtomSource::byteStream) GTEST_SKIP() << "the length property is an object";
+    std::string bytes;
+    for (int i = 0; i < 1000; ++i) bytes += i % 3 == 0 ? wideAtom("free", "x") : fullAtom("moov", 0, 7, atom("trak"));
+    AtomInput input(GetParam(), bytes, 64);
+    const size_t before = sAllocations;
+    TavAtomStream stream, child;
+    OSStatus status = input.open(&stream);
+    int count = 0;
+    for (; status == 0; ++count) {
+        uint32_t flags = 0;
+        if (stream.type == fourCC("moov")) {
+            EXPECT_EQ(TavAtomStreamGetCurrentAtomVersionAndFlags(&stream, nullptr, &flags), 0);
+            EXPECT_EQ(TavAtomStreamInitWithParent(&stream, 4, &child), 0);
+        }
+        status = TavAtomStreamAdvanceToNextAtom(&stream);
+    }
+    EXPECT_EQ(sAllocations, before);
+    EXPECT_EQ(count, 1000);
 }
 
 TEST(AtomStream, opensInsideOfItsSource)

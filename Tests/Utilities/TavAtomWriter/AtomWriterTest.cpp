@@ -171,6 +171,7 @@ TEST(AtomWriter, keepsTheOrderOfCalls)
     EXPECT_EQ(number, 26);
     EXPECT_EQ(TavAtomWriterGetAtomGlobalDataOffset(&writer, &number), 0);
     EXPECT_EQ(number, 20);
+    EXPECT_EQ(TavAtomWriterEndAtom(&writer), 0);
 }
 
 // A child that outlives an atom of its parent goes on with the parent's next one.
