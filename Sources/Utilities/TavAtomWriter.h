@@ -10,8 +10,8 @@
 //     TAV_TRY(TavAtomWriterEndAtom(&inner));                   // its size counts in the outer atom's from here on
 //     TAV_TRY(TavAtomWriterEndAtom(&outer));
 //
-// Once an operation has failed, what was written is of no use. An atom that has begun is ended also then: that lets go of
-// the stream over a block buffer.
+// Once an operation has failed, what was written is of no use. An atom that has begun is ended also then: that lets go
+// of the stream over a block buffer.
 
 #pragma once
 
