@@ -76,7 +76,7 @@ function(luvia_unit_tests name)
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE luvia_flags testsupport ${arg_LINKS} luvia zo GTest::gmock GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT 300)
     # gtest_discover_tests takes no list as a property: the labels are set once CTest knows the cases.
     file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}_labels.cmake
         "set_tests_properties(\${${name}_TESTS} PROPERTIES LABELS \"unit;${arg_LABELS}\")\n")

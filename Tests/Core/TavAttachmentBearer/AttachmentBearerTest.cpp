@@ -126,7 +126,9 @@ TEST_P(AttachmentBearer, propagatesOneModeToBearersOfEveryKind)
     LuPropagateAttachments(nullptr, bearer_.get());
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, AttachmentBearer, ::testing::Values(blockBuffer, pixelBuffer));
+INSTANTIATE_TEST_SUITE_P(Kinds, AttachmentBearer, ::testing::Values(blockBuffer, pixelBuffer), [](const auto& kind) {
+    return std::string(kind.param == blockBuffer ? "blockBuffer" : "pixelBuffer");
+});
 
 TEST(AttachmentRegistry, leavesObjectsAloneThatAreNoBearers)
 {

@@ -79,7 +79,10 @@ TEST_P(BlockBufferDepth, isReadAssuredReferredToAndReleasedOnASmallStack)
         reference.reset();
     });
 }
-INSTANTIATE_TEST_SUITE_P(All, BlockBufferDepth, ::testing::Values(Own::nothing, Own::front, Own::behind));
+INSTANTIATE_TEST_SUITE_P(
+    All, BlockBufferDepth, ::testing::Values(Own::nothing, Own::front, Own::behind), [](const auto& own) {
+        return std::string(own.param == Own::nothing ? "nothing" : own.param == Own::front ? "front" : "behind");
+    });
 
 // Buffers that refer to themselves, or to each other in a circle: no data, but an answer.
 TEST(BlockBufferCircle, hasNoDataAndDoesNotHang)

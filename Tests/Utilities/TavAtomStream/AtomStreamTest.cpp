@@ -31,7 +31,11 @@ struct BadHeader {
 };
 
 class AtomStreamOnEverySource : public testing::TestWithParam<AtomSource> {};
-INSTANTIATE_TEST_SUITE_P(Sources, AtomStreamOnEverySource, testing::ValuesIn(kAtomSources));
+INSTANTIATE_TEST_SUITE_P(Sources, AtomStreamOnEverySource, testing::ValuesIn(kAtomSources), [](const auto& source) {
+    return std::string(source.param == AtomSource::memory        ? "memory"
+                       : source.param == AtomSource::blockBuffer ? "blockBuffer"
+                                                                 : "byteStream");
+});
 
 TEST_P(AtomStreamOnEverySource, opensOnNoHeaderThatCannotBe)
 {
