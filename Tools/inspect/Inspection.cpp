@@ -92,10 +92,11 @@ private:
 
     void visit(const TavAtomStream& stream, const TavAtomParent& parent, int depth)
     {
-        if (++boxes_ % kBoxesBetweenReleases == 0 && options_.releasePages) options_.releasePages();
         int64_t offset = 0, size = 0, headerSize = 0;
         TavAtomStreamGetCurrentAtomGlobalOffset(&stream, &offset, &size);
         TavAtomStreamGetCurrentAtomHeaderSize(&stream, &headerSize);
+        if (++boxes_ % kBoxesBetweenReleases == 0 && options_.releasePages)
+            options_.releasePages(static_cast<size_t>(offset));
         const auto data =
             bytes_.subspan(static_cast<size_t>(offset + headerSize), static_cast<size_t>(stream.dataLength));
         const TavAtomLayout layout = TavAtomLayoutOf(stream.type, parent, data);

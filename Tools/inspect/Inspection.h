@@ -10,8 +10,8 @@
 
 struct InspectionOptions {
     bool json = false;
-    /// Called now and then, so that memory behind bytes already passed can be given back.
-    std::function<void()> releasePages;
+    /// Told now and then how many bytes will not be looked at again, so that memory behind them can be given back.
+    std::function<void(size_t passed)> releasePages;
 };
 
 /// Prints the tree of boxes in `bytes` to `out`, and behind it what is wrong with them. True if nothing is.

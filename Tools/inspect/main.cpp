@@ -39,7 +39,13 @@ int refuse(const char* name, const char* reason)
 int inspectMapped(const char* name, void* memory, size_t size, bool json)
 {
     madvise(memory, size, MADV_RANDOM);
-    const auto releasePages = [=] { madvise(memory, size, MADV_DONTNEED); };
+    const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    size_t released = 0;
+    const auto releasePages = [&](size_t passed) {
+        const size_t end = passed / pageSize * pageSize;
+        madvise(static_cast<char*>(memory) + released, end - released, MADV_DONTNEED);
+        released = end;
+    };
     const bool isWellFormed = inspectBoxes({static_cast<const uint8_t*>(memory), size}, {json, releasePages}, stdout);
     if (fflush(stdout) != 0 || ferror(stdout)) return refuse(name, "the tree cannot be written");
     return isWellFormed ? 0 : kMalformed;

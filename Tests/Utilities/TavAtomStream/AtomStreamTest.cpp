@@ -196,15 +196,16 @@ TEST_P(AtomStreamOnEverySource, opensChildrenBehindFieldsOnly)
               "-12893: Offset 17 outside of parent container length 16 (Effective global offset 25)");
 }
 
+// A byte stream's length is an object, so that opening one allocates.
 TEST_P(AtomStreamOnEverySource, allocatesNothingOnTheWay)
 {
-    if (GetParam() == AtomSource::byteStream) GTEST_SKIP() << "the length property is an object";
     std::string bytes;
     for (int i = 0; i < 1000; ++i) bytes += i % 3 == 0 ? wideAtom("free", "x") : fullAtom("moov", 0, 7, atom("trak"));
     AtomInput input(GetParam(), bytes, 64);
-    const size_t before = sAllocations;
     TavAtomStream stream, child;
+    size_t before = sAllocations;
     OSStatus status = input.open(&stream);
+    if (GetParam() == AtomSource::byteStream) before = sAllocations;
     int count = 0;
     for (; status == 0; ++count) {
         uint32_t flags = 0;
