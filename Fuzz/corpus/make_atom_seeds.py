@@ -40,7 +40,7 @@ MOVIE = atom(b"ftyp", b"isom\0\0\2\0isomiso2") + \
          atom(b"udta", META + bytes(4))) + \
     atom(b"uuid", UUID + b"data") + wide(b"mdat", b"media") + struct.pack(">I4s", 0, b"free") + b"rest"
 write("inspect", "movie", MOVIE)
-write("inspect", "quicktime_meta", atom(b"meta", full(b"hdlr", bytes(24))) + full(b"iinf", struct.pack(">H", 0)))
+write("inspect", "movie_meta", atom(b"meta", full(b"hdlr", bytes(24))) + full(b"iinf", struct.pack(">H", 0)))
 write("inspect", "deep", b"".join(struct.pack(">I4s", 8 * (40 - n), b"moov") for n in range(40)))
 for piece in (0, 5, 79):
     write("atom_stream", f"pieces_{piece}", bytes([piece]) + MOVIE)

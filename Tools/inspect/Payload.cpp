@@ -1,7 +1,5 @@
 #include "inspect/Payload.h"
 
-#include <cstdio>
-
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"
@@ -32,32 +30,6 @@ void readHandler(Data data, Fields& fields)
     if (data.size() >= 12) fields.push_back({"handler", AtomTypeToString(loadBE32(&data[8])).text});
 }
 
-// ITU-T H.264 7.3.2.1.1 and E.1.1; what the stream does not say is left out.
-std::string describeSPS(const uint8_t* sps, size_t size)
-{
-    int32_t width = 0, height = 0;
-    uint8_t chroma = 0, luma = 0, chromaDepth = 0;
-    uint32_t primaries = 0, transfer = 0, matrix = 0, delayBits = 0;
-    float rate = 0;
-    Boolean full = false, fixed = false, structure = false, hrd = false;
-    if (TavH264Bridge_GetSPSWidthAndHeight(sps, size, &width, &height) != 0 ||
-        TavH264Bridge_GetSPSChromaFormatAndBitDepths(sps, size, &chroma, &luma, &chromaDepth) != 0)
-        return "unreadable";
-    char text[96];
-    snprintf(text, sizeof(text), "%dx%d chroma %d depth %d/%d", width, height, chroma, luma, chromaDepth);
-    std::string out = text;
-    if (TavH264Bridge_GetSPS_VUI_NCLC(sps, size, &primaries, &transfer, &matrix) == 0) {
-        snprintf(text, sizeof(text), " colour %u/%u/%u", primaries, transfer, matrix);
-        out += text;
-    }
-    if (TavH264Bridge_GetSPS_VUI_FullRangeVideo(sps, size, &full) == 0 && full) out += " full range";
-    if (TavH264Bridge_GetSPS_VUI_Framerate(sps, size, &rate, &fixed, &structure, &hrd, &delayBits) == 0) {
-        snprintf(text, sizeof(text), " %g fps", static_cast<double>(rate));
-        out += text;
-    }
-    return out;
-}
-
 // ISO/IEC 14496-15 5.3.3.1
 void readAVCConfiguration(Data data, Fields& fields)
 {
@@ -69,7 +41,9 @@ void readAVCConfiguration(Data data, Fields& fields)
         const uint8_t* sps = nullptr;
         size_t size = 0;
         if (TavH264Bridge_GetSPSFromAVCC(data.data(), data.size(), i, &sps, &size) != 0) break;
-        fields.push_back({"sps" + std::to_string(i), describeSPS(sps, size)});
+        char text[kTavH264BridgeSPSDescriptionSize];
+        TavH264Bridge_DescribeSPS(sps, size, text);
+        fields.push_back({"sps" + std::to_string(i), text});
     }
 }
 

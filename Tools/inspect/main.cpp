@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include "Platform/Ostra/OstraDebugPrivate.h"
@@ -36,8 +37,17 @@ int refuse(const char* name, const char* reason)
     return kUnreadable;
 }
 
+// The file became shorter while it was mapped: what was read of it is all there is.
+void tellThatPagesAreGone(int)
+{
+    static constexpr char kText[] = "luvia-inspect: the file became shorter while it was read\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof(kText) - 1);
+    _exit(kUnreadable);
+}
+
 int inspectMapped(const char* name, void* memory, size_t size, bool json)
 {
+    signal(SIGBUS, tellThatPagesAreGone);
     madvise(memory, size, MADV_RANDOM);
     const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     size_t released = 0;

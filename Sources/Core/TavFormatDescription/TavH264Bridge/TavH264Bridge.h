@@ -81,6 +81,11 @@ OSStatus TavH264Bridge_GetSPS_VUI_NCLC(const uint8_t* sps, size_t spsSize, uint3
                                        uint32_t* transferCharacteristicsOut, uint32_t* matrixCoefficientsOut);
 OSStatus TavH264Bridge_GetSPS_VUI_FullRangeVideo(const uint8_t* sps, size_t spsSize, Boolean* fullRangeOut);
 
+enum { kTavH264BridgeSPSDescriptionSize = 160 };
+/// One line for people: size, chroma format and depths, and of colour, range and frame rate what the stream says; or
+/// "unreadable". `text` has room for kTavH264BridgeSPSDescriptionSize bytes.
+void TavH264Bridge_DescribeSPS(const uint8_t* sps, size_t spsSize, char* text);
+
 /// The bytes without emulation prevention (ITU-T H.264 7.3.1): a copy, or the object itself where there is none. The
 /// caller releases it. Both names are one operation.
 OSStatus TavH264Bridge_CopyDataWithEmulationPreventionBytesRemoved(ZoDataRef data, ZoDataRef* dataOut);

@@ -202,3 +202,11 @@ H264PictureSize h264BridgePictureSize(const SeqParamSet& sps)
     }
     return size;
 }
+
+// E.2.1: a tick is the time of a field wherever fields can be told apart in time.
+float h264BridgeFrameRate(const SeqParamSet& sps)
+{
+    const bool ticksAreFields = sps.frame_mbs_only_flag || sps.pic_order_cnt_type != 2;
+    const float rate = static_cast<float>(sps.vui.time_scale) / static_cast<float>(sps.vui.num_units_in_tick);
+    return ticksAreFields ? rate / 2 : rate;
+}

@@ -95,9 +95,7 @@ OSStatus TavH264Bridge_GetSPS_VUI_Framerate(const uint8_t* bytes, size_t size, f
     const VUIParamSet& vui = sps.vui;
     if (!vui.timing_info_present_flag) return TAV_SIGNAL(kTavBridgeParameterErr, "no timing info in SPS VUI");
     const bool hrdPresent = vui.nal_hrd_parameters_present_flag || vui.vcl_hrd_parameters_present_flag;
-    const bool ticksAreFields = sps.frame_mbs_only_flag || sps.pic_order_cnt_type != 2;
-    const float rate = static_cast<float>(vui.time_scale) / static_cast<float>(vui.num_units_in_tick);
-    *frameRateOut = ticksAreFields ? rate / 2 : rate;
+    *frameRateOut = h264BridgeFrameRate(sps);
     *fixedFrameRateOut = vui.fixed_frame_rate_flag != 0;
     *picStructPresentOut = vui.pic_struct_present_flag != 0;
     *hrdPresentOut = hrdPresent;

@@ -97,6 +97,8 @@ struct H264PictureSize {
     uint32_t height;
 };
 H264PictureSize h264BridgePictureSize(const SeqParamSet& sps);
+/// Frames a second, as the VUI's timing information says.
+float h264BridgeFrameRate(const SeqParamSet& sps);
 
 /// The profiles whose records carry chroma format, bit depths and SPS extensions (ISO/IEC 14496-15 5.3.3.1.2).
 constexpr bool h264BridgeProfileHasRecordTail(uint32_t profile)
