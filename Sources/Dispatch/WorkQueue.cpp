@@ -77,6 +77,11 @@ void WorkQueue::enqueue(Item* item)
     {
         std::lock_guard guard(lock_);
         pending_.append(item);
+        if (exclusive_ && counted_) {
+            // Whoever holds the queue will come to it: nothing may start, and nothing else changes.
+            if (!arrived_.load(std::memory_order_relaxed)) arrived_.store(true, std::memory_order_relaxed);
+            return;
+        }
         ready = advance();
     }
     start(ready);
