@@ -194,10 +194,24 @@ TEST_F(ExternalLog, fallsBackOnTheSystemLogWhereItCannotBeOpened)
     setPreference(ZOSTR("tav_notes_log"), "/nonexistent/folder/tav.log");
     open();
     EXPECT_EQ(gTavLogControl, kTavLogControl_Syslog);
-    setPreference(ZOSTR("tav_notes_log"), "/dev/full");  // opens, and takes nothing
+}
+
+// A full disk loses lines and nothing else: the destination stays, and the next file gets what comes then.
+TEST_F(ExternalLog, goesOnAfterAFullDisk)
+{
+    const std::string full = path_ + ".full";  // a link: a log that mistook it for a file may delete it
+    ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
+    setPreference(ZOSTR("tav_notes_log"), full.c_str());
+    setPreference(ZOSTR("tav_notes_log_limit"), int64_t{65536});  // no line counts that was not written
     open();
-    tav_log(1, kNoStamp, 0, 0, "lost, and nobody is told");
-    SUCCEED();
+    ASSERT_EQ(gTavLogControl, kTavLogControl_ExternalFile);
+    for (int i = 0; i < 2000; ++i) tav_log(1, kNoStamp, 0, 0, "a line that the disk has no room for, %d", i);
+    EXPECT_EQ(gTavLogControl, kTavLogControl_ExternalFile);
+    EXPECT_EQ(access(full.c_str(), F_OK), 0) << "taken for a file that has grown past its limit";
+    setPreference(ZOSTR("tav_notes_log"), path_.c_str());
+    open();
+    tav_log(1, kNoStamp, 0, 0, "kept");
+    EXPECT_EQ(linesOf(contentsOf(path_)), std::vector<std::string>{"kept"});
 }
 
 TEST_F(ExternalLog, hasAPublicName)

@@ -1,10 +1,13 @@
 """Deliveries over TCP: what a segmenter receives, and what becomes of the tool when the segmenter misbehaves."""
 
+import fcntl
 import re
+import select
 import shutil
 import socket
 import struct
 import subprocess
+import termios
 import time
 import unittest
 
@@ -15,6 +18,21 @@ def resolves(name):
         return socket.gethostbyname(name) == "127.0.0.1"
     except OSError:
         return False
+
+
+def until_no_more_fits(connection):
+    """Returns once all buffers are full, so that the sender stands in send: what waits here has stopped growing."""
+    def waiting():
+        return struct.unpack("i", fcntl.ioctl(connection, termios.FIONREAD, bytes(4)))[0]
+
+    end, seen = time.monotonic() + 30, -1
+    while (seen <= 0 or waiting() != seen) and time.monotonic() < end:
+        seen = waiting()
+        select.select([], [], [], 0.05)  # longer than a sender that can send takes
+
+
+def can_trace():
+    return shutil.which("strace") and subprocess.run(["strace", "-o", "/dev/null", "true"], check=False).returncode == 0
 
 
 HAS_LOCALHOST = resolves("localhost")  # a bare system may have no /etc/hosts
@@ -39,7 +57,7 @@ class Delivery(ToolTest):
 
     def test_slow_reader_of_a_tag_larger_than_all_buffers(self):
         def serve(self, connection):
-            time.sleep(0.3)  # until the tool stands in send
+            until_no_more_fits(connection)
             self.take_all(connection, 1 << 14)
         blob = self.blob(24 << 20)
         with Segmenter(serve, receive_buffer=4096) as segmenter:
@@ -56,7 +74,7 @@ class Delivery(ToolTest):
             connection.recv(100000)
 
         def never_reads(self, connection):
-            time.sleep(0.5)
+            until_no_more_fits(connection)
 
         blob = self.blob(24 << 20)
         for serve in (closes_at_once, closes_in_the_middle, never_reads):
@@ -76,7 +94,7 @@ class Delivery(ToolTest):
                 said = self.run_tool("--title=a", "-o", self.tag, "-a", address)
                 self.assertEqual(said, ("Invalid address/port\n", False) if not address else SEND_FAILED)
 
-    @unittest.skipIf(SANITIZED or not shutil.which("strace"), "needs strace, and a tool that it can follow")
+    @unittest.skipIf(SANITIZED or not can_trace(), "needs leave to trace, and a tool that strace can follow")
     def test_system_calls_of_one_delivery(self):
         trace = self.folder / "trace"
         with Segmenter() as segmenter:
