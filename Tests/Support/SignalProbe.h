@@ -22,11 +22,12 @@ public:
     std::string errorName() const { return last().errorName; }
     std::string function() const { return last().function; }
     std::string subsystem() const { return last().subsystem; }
+    std::string file() const { return last().file; }
 
 private:
     struct Last {
         OSStatus code = 0;
-        std::string errorName, message, subsystem, function;
+        std::string errorName, message, subsystem, function, file;
     };
 
     static std::string textOf(ZoStringRef string)
@@ -40,13 +41,14 @@ private:
     {
         if (count() == 0) return {};
         Last last;
-        ZoRef<ZoStringRef> errorName, message, subsystem, function;
+        ZoRef<ZoStringRef> errorName, message, subsystem, function, file;
         TavCopyLastSignaledErrorInfo(&last.code, errorName.outParam(), message.outParam(), subsystem.outParam(),
-                                     function.outParam(), nullptr, nullptr, nullptr);
+                                     function.outParam(), file.outParam(), nullptr, nullptr);
         last.errorName = textOf(errorName.get());
         last.message = textOf(message.get());
         last.subsystem = textOf(subsystem.get());
         last.function = textOf(function.get());
+        last.file = textOf(file.get());
         return last;
     }
 

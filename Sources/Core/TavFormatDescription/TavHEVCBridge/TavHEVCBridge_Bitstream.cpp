@@ -3,10 +3,14 @@
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
 
+// Every failure of reader and walkers is signalled as this bridge's, whichever of its sources found it.
+static constexpr char kSource[] = "/workspace/tav/Sources/Core/TavFormatDescription/TavHEVCBridge";
+
 static OSStatus signalInvalid(const char* errorName, const char* operation, const char* message, int64_t line)
 {
-    return TavSignalErrorAt3(kTavSignalFormat, 0, kTavBridgeInvalidSerializedSampleDescriptionErr, errorName, message,
-                             TAV_SUBSYSTEM, operation, __FILE__, line, __builtin_return_address(0), 0);
+    return TavSignalErrorAt3(kTavSignalFormat, gTavHEVCBridgeTrace.emitter,
+                             kTavBridgeInvalidSerializedSampleDescriptionErr, errorName, message, TAV_SUBSYSTEM,
+                             operation, kSource, line, __builtin_return_address(0), 0);
 }
 
 OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message)

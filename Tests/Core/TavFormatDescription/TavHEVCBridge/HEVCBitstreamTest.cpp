@@ -114,6 +114,7 @@ TEST(HEVCBitstream, tellsEachFailureByItsMessage)
             EXPECT_EQ(probe.message(), row.message);
             EXPECT_EQ(probe.function(), row.operation);
             EXPECT_EQ(probe.subsystem(), "<<<< HEVCBridge >>>>");
+            EXPECT_TRUE(probe.file().ends_with("/Sources/Core/TavFormatDescription/TavHEVCBridge")) << probe.file();
         }
         HEVCBitstream reader = primed(zeros31, escaped);
         uint32_t value = 0;
