@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Tests/Support/Bytes.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <vector>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "DataIO/TavByteStreams/LuByteStream.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 
 namespace {
 

@@ -15,9 +15,9 @@
 #include <ctime>
 #include <string>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"

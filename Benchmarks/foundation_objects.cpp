@@ -29,11 +29,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 /// Creations in a row; what was made goes while the clock stands still.
 constexpr size_t kBatch = 512;

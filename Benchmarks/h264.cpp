@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Support/H264Builder.h"
 
 extern "C" {

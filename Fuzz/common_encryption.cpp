@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavCommonEncryption.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoObject.h"
+#include "Foundation/Objects/ZoObject.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/TavNote.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

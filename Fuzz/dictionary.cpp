@@ -6,9 +6,9 @@
 #include <map>
 #include <vector>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoNumber.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 
 namespace {
 

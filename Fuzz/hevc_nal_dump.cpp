@@ -5,7 +5,7 @@
 
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridge.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeParser.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 
 static OSStatus takeFlag(void*, uint32_t, Boolean value, int32_t) { return value > 1; }
 static OSStatus takeUnsigned(void*, uint32_t, uint32_t, int32_t) { return 0; }

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLogPrivate.h"
 
 namespace {

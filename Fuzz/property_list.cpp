@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Foundation/ZoPropertyList.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/PropertyLists/ZoPropertyList.h"
 
 static void require(bool condition, const char* what)
 {

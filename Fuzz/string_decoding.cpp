@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 
 static void require(bool condition)
 {

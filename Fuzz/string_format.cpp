@@ -7,8 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 static void require(bool condition)
 {

@@ -4,12 +4,12 @@
 #include <cstdlib>
 
 #include "Core/TavTag/LuTagCollection.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavNote.h"
 #include "Utilities/TavBigEndian.h"
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoURL.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/URLs/ZoURL.h"
 
 using URL = ZoRef<ZoURLRef>;
 

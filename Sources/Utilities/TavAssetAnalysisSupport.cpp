@@ -3,12 +3,12 @@
 #include "Utilities/TavAssetAnalysisSupport.h"
 
 #include <dispatch/dispatch.h>
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"
 

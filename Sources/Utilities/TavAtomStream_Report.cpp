@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Utilities/TavAtomStreamPrivate.h"
 
 AtomTypeText AtomTypeToString(OSType type)

@@ -2,7 +2,7 @@
 #include <limits>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavAtomStreamPrivate.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 

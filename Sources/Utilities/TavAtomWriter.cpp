@@ -1,8 +1,8 @@
 #include "Utilities/TavAtomWriter.h"
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavBigEndian.h"
 

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/TavSignal.h"
 
 enum {

@@ -6,7 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 static constexpr size_t kDefaultBytesPerLine = 16;

@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraAtomics.h"

@@ -8,12 +8,12 @@
 
 #pragma once
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoSet.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Collections/ZoSet.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/LuBase.h"
 
 #ifdef __cplusplus

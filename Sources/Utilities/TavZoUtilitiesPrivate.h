@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavZoUtilities.h"
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "Foundation/ZoDate.h"
+#include "Foundation/Dates/ZoDate.h"
 #include "Platform/Ostra/OstraThread.h"
 #include "Utilities/TavZoUtilities_Text.h"
 

@@ -2,8 +2,8 @@
 
 #pragma once
 
-#include "Foundation/ZoCalendar.h"
-#include "Foundation/ZoTimeZone.h"
+#include "Foundation/Dates/ZoCalendar.h"
+#include "Foundation/Dates/ZoTimeZone.h"
 #include "Platform/Ostra/OstraSynchronization.h"
 
 ZO_EXTERN_C_BEGIN

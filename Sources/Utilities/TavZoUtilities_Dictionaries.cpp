@@ -1,6 +1,6 @@
 // Dictionaries that may be absent, and their values by type.
 
-#include "Foundation/ZoURL.h"
+#include "Foundation/URLs/ZoURL.h"
 #include "Utilities/TavZoUtilitiesPrivate.h"
 
 using namespace tavzo;

@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "Foundation/WnGeometry.h"
+#include "Foundation/Images/WnGeometry.h"
 #include "Utilities/TavZoUtilities.h"
 
 ZO_EXTERN_C_BEGIN

@@ -1,7 +1,7 @@
 #include "Utilities/TavZoUtilities_Preferences.h"
 
-#include "Foundation/ZoPreferences.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Services/ZoPreferences.h"
 
 int32_t TavGetZoPreferenceNumberWithDefault(ZoStringRef key, ZoStringRef applicationID, int32_t defaultValue)
 {

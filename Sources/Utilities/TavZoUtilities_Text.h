@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

@@ -1,5 +1,5 @@
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Utilities/TavZoUtilities_Preferences.h"
 
 namespace {

@@ -14,7 +14,7 @@ PROGRAM = r"""
 #include "Core/TavTag/LuTagCollection.h"
 #include "Core/TavTime/LuTime.h"
 #include "DataIO/TavByteStreams/LuByteStream.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 
 int main(void)
 {

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "DataIO/TavByteStreams/LuByteStream.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 

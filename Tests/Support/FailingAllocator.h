@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Foundation/ZoAllocator.h"
+#include "Foundation/Objects/ZoAllocator.h"
 
 namespace luvia_test {
 

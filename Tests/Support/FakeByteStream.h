@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavSignal.h"
 
 namespace luvia_test {

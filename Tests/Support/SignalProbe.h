@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Ostra/OstraDebug.h"
 
 namespace luvia_test {

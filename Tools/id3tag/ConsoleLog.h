@@ -6,7 +6,7 @@
 
 #include <stdint.h>
 
-#include "Foundation/ZoBase.h"
+#include "Foundation/Objects/ZoBase.h"
 
 ZO_EXTERN_C_BEGIN
 

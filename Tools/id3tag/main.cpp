@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "CommonSegmenter/SegmenterCommon.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Utilities/TavZoUtilities_Text.h"
 #include "id3tag/CommandLine.h"
 #include "id3tag/ID3Output.h"

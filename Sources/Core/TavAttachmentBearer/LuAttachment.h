@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "Foundation/ZoDictionary.h"
+#include "Foundation/Collections/ZoDictionary.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

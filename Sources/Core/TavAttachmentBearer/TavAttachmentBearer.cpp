@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "Core/TavAttachmentBearer/TavYxBufferAttachments.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraThread.h"
 

@@ -3,7 +3,7 @@
 #include "Core/TavAttachmentBearer/TavYxBufferAttachments.h"
 
 #include "Core/TavAttachmentBearer/TavAttachmentBearer.h"
-#include "Foundation/YxImageBuffer.h"
+#include "Foundation/Images/YxImageBuffer.h"
 
 static YxBufferRef bufferOf(ZoTypeRef object) { return static_cast<YxBufferRef>(const_cast<void*>(object)); }
 

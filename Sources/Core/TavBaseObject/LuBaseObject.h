@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "Foundation/ZoObject.h"
+#include "Foundation/Objects/ZoObject.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

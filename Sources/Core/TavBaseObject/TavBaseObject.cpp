@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavSignal.h"
 
 struct LuClass_ {

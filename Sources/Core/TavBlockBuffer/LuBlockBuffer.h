@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "Foundation/ZoAllocator.h"
+#include "Foundation/Objects/ZoAllocator.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

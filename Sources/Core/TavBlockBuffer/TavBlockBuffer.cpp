@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Ostra/OstraThread.h"
 
 static void BBufFinalize(ZoTypeRef object);

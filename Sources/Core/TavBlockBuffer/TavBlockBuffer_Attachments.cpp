@@ -2,7 +2,7 @@
 
 #include "Core/TavAttachmentBearer/TavAttachmentBearer.h"
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoDictionary.h"
+#include "Foundation/Collections/ZoDictionary.h"
 
 ZO_DEFINE_STRING(kLuBlockBufferAttachmentKey_YxDataBuffer, "YxDataBuffer");
 

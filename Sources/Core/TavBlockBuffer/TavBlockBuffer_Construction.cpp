@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 
 // The table that takes the next piece, which has no overflow table yet.
 static LuBlockBufferRef findLastTable(LuBlockBufferRef buffer)

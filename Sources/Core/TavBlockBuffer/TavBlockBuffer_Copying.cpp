@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 
 namespace {
 struct RangeMessages {

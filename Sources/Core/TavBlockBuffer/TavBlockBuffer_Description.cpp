@@ -1,9 +1,9 @@
 // What a block buffer looks like to someone who debugs.
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 namespace {
 // Nested buffers are described in place, as far as a reader may be expected to follow: a buffer that is referred to

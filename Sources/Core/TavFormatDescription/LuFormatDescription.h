@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "Foundation/ZoDictionary.h"
+#include "Foundation/Collections/ZoDictionary.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

@@ -1,7 +1,7 @@
 #include "Core/TavFormatDescription/TavFormatDescriptionPrivate.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Text/ZoString.h"
 #include "Utilities/TavZoUtilities.h"
 
 namespace {

@@ -3,10 +3,10 @@
 #include <cstdio>
 
 #include "Core/TavTag/TavTag.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavZoUtilities.h"
 

@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "Core/TavTag/TavTagCollectionPrivate.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 

@@ -6,7 +6,7 @@
 
 #include "Core/TavTag/TavTag.h"
 #include "Core/TavTag/TavTagCollection.h"
-#include "Foundation/ZoObject.h"
+#include "Foundation/Objects/ZoObject.h"
 #include "Platform/Common/TavSignal.h"
 
 constexpr ZoIndex kTagCollectionInlineCapacity = 16;

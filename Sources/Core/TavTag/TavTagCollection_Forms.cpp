@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "Core/TavTag/TavTagCollectionPrivate.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavAtomWriter.h"
 #include "Utilities/TavBigEndian.h"

@@ -4,9 +4,9 @@
 #include <span>
 
 #include "Core/TavTag/TavTagCollectionPrivate.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 ZO_DEFINE_STRING(kLuTagCollectionTagsArrayKey, "tags");
 TAV_DEFINE_ALIAS(kTavTagCollectionTagsArrayKey, kLuTagCollectionTagsArrayKey);

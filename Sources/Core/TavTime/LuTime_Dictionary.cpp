@@ -1,10 +1,10 @@
 #include "Core/TavTime/LuTime.h"
 #include "Core/TavTime/TavTimeForms.h"
-#include "Foundation/YxImageBuffer.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Images/YxImageBuffer.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 
 ZO_DEFINE_STRING(kLuTimeValueKey, "value");
 ZO_DEFINE_STRING(kLuTimeScaleKey, "timescale");

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "Core/TavTime/TavTimeInternal.h"
-#include "Foundation/ZoObject.h"
+#include "Foundation/Objects/ZoObject.h"
 
 using namespace tavtime;
 

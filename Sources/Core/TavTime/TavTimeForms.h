@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <initializer_list>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 namespace tavtime {
 

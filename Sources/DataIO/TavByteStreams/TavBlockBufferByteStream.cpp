@@ -6,10 +6,10 @@
 #include <new>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
-#include "Foundation/ZoURL.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/URLs/ZoURL.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavSignal.h"
 
 namespace {

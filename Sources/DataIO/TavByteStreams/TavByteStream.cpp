@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavSignal.h"
 
 // MARK: vocabulary

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoData.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/CommonThread.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavDigestSHA1.h"

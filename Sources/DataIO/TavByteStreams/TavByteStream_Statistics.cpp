@@ -1,11 +1,11 @@
 #include <algorithm>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
-#include "Foundation/ZoURL.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/URLs/ZoURL.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Ostra/OstraClock.h"
 

@@ -13,7 +13,7 @@
 
 #include <dispatch/dispatch.h>
 
-#include "Foundation/ZoBase.h"
+#include "Foundation/Objects/ZoBase.h"
 #include "Platform/Ostra/OstraThread.h"
 
 ZO_EXTERN_C_BEGIN

@@ -1,4 +1,4 @@
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Platform/Common/TavLogPrivate.h"
 
 // The collecting buffer is changed on its queue only.

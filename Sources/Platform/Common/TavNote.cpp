@@ -5,12 +5,12 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoPreferences.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Services/ZoPreferences.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavLogPrivate.h"
 #include "Platform/Ostra/OstraDebug.h"
 #include "Utilities/TavZoUtilities_Preferences.h"

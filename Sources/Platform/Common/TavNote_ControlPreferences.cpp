@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoPreferences.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Services/ZoPreferences.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavLogPrivate.h"
 
 TavReentrantMutexRef gTavLogControlMutex;

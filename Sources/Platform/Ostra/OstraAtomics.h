@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Foundation/ZoBase.h"
+#include "Foundation/Objects/ZoBase.h"
 
 ZO_EXTERN_C_BEGIN
 

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <memory>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Ostra/OstraDebugPrivate.h"
 

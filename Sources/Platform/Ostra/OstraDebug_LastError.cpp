@@ -1,4 +1,4 @@
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Ostra/OstraDebugPrivate.h"
 
 static void copyText(const char* text, ZoStringRef* textOut)

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Foundation/ZoPreferences.h"
+#include "Foundation/Services/ZoPreferences.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Ostra/OstraDebug.h"

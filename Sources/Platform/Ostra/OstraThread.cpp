@@ -9,9 +9,9 @@
 #include <array>
 #include <cstdlib>
 
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/CommonThread.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"

@@ -6,7 +6,7 @@
 
 #include <pthread.h>
 
-#include "Foundation/ZoDictionary.h"
+#include "Foundation/Collections/ZoDictionary.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

@@ -2,8 +2,8 @@
 
 #include <bsd/stdlib.h>
 
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavSignal.h"
 
 static constexpr OSStatus kSegmenterCommonError = -1;

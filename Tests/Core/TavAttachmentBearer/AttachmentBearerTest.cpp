@@ -6,11 +6,11 @@
 
 #include "Core/TavAttachmentBearer/TavAttachmentBearer.h"
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
-#include "Foundation/YxImageBuffer.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Images/YxImageBuffer.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "Core/TavBaseObject/TavBaseObject.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/SignalProbe.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

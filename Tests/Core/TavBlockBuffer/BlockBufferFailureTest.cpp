@@ -7,9 +7,9 @@
 #include <string>
 
 #include "Core/TavAttachmentBearer/LuAttachment.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Utilities/TavBlockBufferUtilities.h"

@@ -12,7 +12,7 @@
 #include <functional>
 #include <vector>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
 #include "Tests/Support/FailingAllocator.h"

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 
 namespace luvia_test {

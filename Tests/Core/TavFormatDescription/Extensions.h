@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "Core/TavFormatDescription/TavFormatDescription.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoPropertyList.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/PropertyLists/ZoPropertyList.h"
+#include "Foundation/Text/ZoString.h"
 
 namespace luvia_test {
 

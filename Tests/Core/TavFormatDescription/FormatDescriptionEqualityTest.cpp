@@ -9,8 +9,8 @@
 #include <set>
 #include <vector>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoNumber.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Core/TavFormatDescription/Extensions.h"
 
 using namespace luvia_test;

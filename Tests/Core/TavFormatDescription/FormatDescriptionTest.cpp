@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoSet.h"
-#include "Foundation/ZoURL.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoSet.h"
+#include "Foundation/URLs/ZoURL.h"
 #include "Tests/Core/TavFormatDescription/Extensions.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/SignalProbe.h"

@@ -2,10 +2,10 @@
 
 #include <chrono>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Core/TavTag/Tags.h"
 #include "Tests/Support/AtomBuilder.h"
 #include "Tests/Support/FailingAllocator.h"

@@ -4,7 +4,7 @@
 #include <random>
 #include <set>
 
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Tests/Core/TavTag/Tags.h"
 #include "Tests/Support/AtomBuilder.h"
 #include "Tests/Support/FailingAllocator.h"

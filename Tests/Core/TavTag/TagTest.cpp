@@ -5,9 +5,9 @@
 #include <cmath>
 #include <limits>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "Tests/Support/AtomBuilder.h"
 #include "Tests/Support/FailingAllocator.h"
 

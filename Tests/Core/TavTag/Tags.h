@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Core/TavTag/TavTagCollection.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 
 namespace luvia_test {
 

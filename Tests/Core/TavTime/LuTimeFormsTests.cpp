@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "Foundation/YxImageBuffer.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Images/YxImageBuffer.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Core/TavTime/TimeSupport.h"
 #include "Tests/Support/FailingAllocator.h"
 

@@ -2,7 +2,7 @@
 #include <pthread.h>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoData.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/CommonThread.h"
 #include "Tests/Support/FakeByteStream.h"
 #include "Utilities/TavDigestSHA1.h"

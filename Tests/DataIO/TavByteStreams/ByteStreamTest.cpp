@@ -4,8 +4,8 @@
 #include <random>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoURL.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/URLs/ZoURL.h"
 #include "Platform/Ostra/OstraClock.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/FakeByteStream.h"

@@ -1,5 +1,5 @@
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDictionary.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Values/ZoData.h"
 
 int main()
 {

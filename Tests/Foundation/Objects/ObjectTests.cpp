@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoObject.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoObject.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/Misuse.h"
 

@@ -7,10 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoObject.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoObject.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Foundation/ZoBundle.h"
+#include "Foundation/Services/ZoBundle.h"
 
 #include "Tests/Foundation/Services/Objects.h"
 

@@ -1,4 +1,4 @@
-#include "Foundation/ZoPreferences.h"
+#include "Foundation/Services/ZoPreferences.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -7,9 +7,9 @@
 #include <optional>
 #include <vector>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoPreferencesStore.h"
-#include "Foundation/ZoPropertyList.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/PropertyLists/ZoPropertyList.h"
+#include "Foundation/Services/ZoPreferencesStorePrivate.h"
 #include "Tests/Foundation/Services/Objects.h"
 
 using namespace luvia_test;

@@ -1,7 +1,7 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/ZoPreferences.h"
+#include "Foundation/Services/ZoPreferences.h"
 #include "Tests/Foundation/Services/Objects.h"
 
 using namespace luvia_test;

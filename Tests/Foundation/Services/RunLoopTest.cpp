@@ -1,4 +1,4 @@
-#include "Foundation/ZoRunLoop.h"
+#include "Foundation/Services/ZoRunLoop.h"
 
 #include <atomic>
 #include <cmath>
@@ -7,9 +7,9 @@
 #include <string>
 #include <thread>
 
-#include "Foundation/ZoDate.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 #include "gtest/gtest.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <map>
 #include <random>
 
-#include "Foundation/ZoAttributedString.h"
-#include "Foundation/ZoDictionary.h"
-#include "TextSupport.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Text/ZoAttributedString.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <random>
 
-#include "Foundation/ZoLocale.h"
-#include "TextSupport.h"
+#include "Foundation/Dates/ZoLocale.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstdarg>
 
-#include "Foundation/ZoNumber.h"
-#include "TextSupport.h"
+#include "Foundation/Values/ZoNumber.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "TextSupport.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 

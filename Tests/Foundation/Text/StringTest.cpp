@@ -2,16 +2,16 @@
 
 #include <random>
 
-#include "Foundation/ZoAttributedString.h"
-#include "Foundation/ZoCalendar.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoDate.h"
-#include "Foundation/ZoDateFormatter.h"
-#include "Foundation/ZoLocale.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoTimeZone.h"
+#include "Foundation/Dates/ZoCalendar.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Dates/ZoDateFormatter.h"
+#include "Foundation/Dates/ZoLocale.h"
+#include "Foundation/Dates/ZoTimeZone.h"
+#include "Foundation/Text/ZoAttributedString.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 #include "Tests/Support/Misuse.h"
-#include "TextSupport.h"
 
 using namespace luvia_test;
 

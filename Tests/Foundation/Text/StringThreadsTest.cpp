@@ -3,7 +3,7 @@
 #include <barrier>
 #include <thread>
 
-#include "TextSupport.h"
+#include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 

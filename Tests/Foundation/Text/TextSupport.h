@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
 
 namespace luvia_test {
 

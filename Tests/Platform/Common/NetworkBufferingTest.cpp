@@ -5,9 +5,9 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/ZoDate.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoRunLoop.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Services/ZoRunLoop.h"
 #include "Platform/Common/CommonThread.h"
 #include "Tests/Support/HandOver.h"
 

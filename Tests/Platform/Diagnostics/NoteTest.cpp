@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Foundation/ZoArray.h"
+#include "Foundation/Collections/ZoArray.h"
 #include "Tests/Platform/Diagnostics/DiagnosticsSupport.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <regex>
 #include <thread>
 
-#include "Foundation/ZoArray.h"
+#include "Foundation/Collections/ZoArray.h"
 #include "Platform/Ostra/OstraDebug.h"
 #include "Tests/Platform/Diagnostics/DiagnosticsSupport.h"
 #include "Tests/Support/SignalProbe.h"

@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Tests/Support/HandOver.h"
 #include "Tests/Support/SignalProbe.h"

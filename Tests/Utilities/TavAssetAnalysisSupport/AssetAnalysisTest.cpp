@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "Foundation/ZoArray.h"
-#include "Foundation/ZoDictionary.h"
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/SignalProbe.h"
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
 #include "Tests/Support/SignalProbe.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
 
 using namespace luvia_test;

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <thread>
 
-#include "Foundation/ZoNumber.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Dispatch/Tasks.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/HandOver.h"

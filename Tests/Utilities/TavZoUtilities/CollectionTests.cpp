@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "Foundation/ZoURL.h"
+#include "Foundation/URLs/ZoURL.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 
 using namespace collection_test;

@@ -1,6 +1,6 @@
 // Collections made of others: copies, lists, merges, combinations, text.
 
-#include "Foundation/ZoAllocator.h"
+#include "Foundation/Objects/ZoAllocator.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 #include "Utilities/TavZoUtilities_Times.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Tests/Support/SignalProbe.h"
 #include "Utilities/TavZoUtilities.h"
 

@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/ZoDate.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 #include "Utilities/TavZoUtilities_Calendar.h"
 #include "Utilities/TavZoUtilities_Text.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "Foundation/ZoPreferences.h"
+#include "Foundation/Services/ZoPreferences.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 #include "Utilities/TavZoUtilities_Preferences.h"
 

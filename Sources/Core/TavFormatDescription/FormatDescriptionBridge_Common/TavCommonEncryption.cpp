@@ -7,8 +7,8 @@
 #include <iterator>
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoObject.h"
+#include "Foundation/Objects/ZoObject.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"

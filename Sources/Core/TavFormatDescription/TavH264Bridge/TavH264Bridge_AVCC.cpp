@@ -6,7 +6,7 @@
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264ParameterSets.h"
-#include "Foundation/ZoData.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/TavSignal.h"
 #include "Utilities/TavBigEndian.h"
 

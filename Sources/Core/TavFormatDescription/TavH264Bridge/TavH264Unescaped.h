@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/TavSignal.h"
 
 /// `unescapedOut` gets a copy of the bytes without the 03 of each 00 00 03, or stays empty where there is none.

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN

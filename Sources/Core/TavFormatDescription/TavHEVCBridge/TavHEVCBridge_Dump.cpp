@@ -5,8 +5,8 @@
 
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeDump.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
 
 namespace {
 

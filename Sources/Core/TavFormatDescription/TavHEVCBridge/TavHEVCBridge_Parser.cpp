@@ -3,7 +3,7 @@
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeParser.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCWalker.h"
-#include "Foundation/ZoString.h"
+#include "Foundation/Text/ZoString.h"
 #include "Utilities/TavZoUtilities_Preferences.h"
 
 TavTraceNote gTavHEVCBridgeTrace;

@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Foundation/ZoData.h"
+#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/LuBase.h"
 
 namespace HEVCField {

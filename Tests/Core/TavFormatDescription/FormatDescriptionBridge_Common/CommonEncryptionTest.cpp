@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Support/AtomBuilder.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Support/SignalProbe.h"

@@ -4,8 +4,8 @@
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264AVCCEntry.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Support/Bytes.h"
 #include "Tests/Support/H264Builder.h"
 #include "Tests/Support/SignalProbe.h"

@@ -2,7 +2,7 @@
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264ParameterSets.h"
-#include "Foundation/ZoData.h"
+#include "Foundation/Values/ZoData.h"
 #include "Tests/Support/H264Builder.h"
 #include "Tests/Support/SignalProbe.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Foundation/ZoData.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Foundation/Values/ZoData.h"
 
 static void tellSPS(const uint8_t* sps, size_t size)
 {

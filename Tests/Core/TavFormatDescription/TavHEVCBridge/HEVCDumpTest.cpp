@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeDump.h"
-#include "Foundation/ZoAllocator.h"
-#include "Foundation/ZoRef.h"
+#include "Foundation/Objects/ZoAllocator.h"
+#include "Foundation/Objects/ZoRef.h"
 #include "HEVCRecorder.h"
 #include "Tests/Support/BitWriter.h"
 

@@ -1,0 +1,16 @@
+// Stands alone so that dictionaries of objects do not bring strings with them.
+
+#include "Foundation/Collections/ZoCollectionCallbacks.h"
+#include "Foundation/Text/ZoString.h"
+
+extern "C" ZoStringRef ZoCopyDescription(ZoTypeRef object) __attribute__((weak));
+
+static const void* copyKey(ZoAllocatorRef allocator, const void* value)
+{
+    return ZoStringCreateCopy(allocator, static_cast<ZoStringRef>(value));
+}
+
+static void releaseKey(ZoAllocatorRef, const void* value) { ZoRelease(value); }
+
+const ZoDictionaryKeyCallBacks kZoCopyStringDictionaryKeyCallBacks = {0,       copyKey, releaseKey, ZoCopyDescription,
+                                                                      ZoEqual, ZoHash};

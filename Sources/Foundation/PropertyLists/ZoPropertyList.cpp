@@ -1,0 +1,203 @@
+#include "Foundation/PropertyLists/ZoPropertyList.h"
+
+#include <vector>
+
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
+#include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Values/ZoNumber.h"
+
+ZO_DEFINE_STRING(kZoErrorDomainPropertyList, "ZoPropertyListErrorDomain");
+
+using namespace zoplist;
+
+static constexpr size_t kMaximumStreamLength = size_t{1} << 30;
+
+/// Hands what went wrong to the caller, if the caller wants it.
+static void report(ZoAllocatorRef allocator, const Failure& failure, ZoErrorRef* error)
+{
+    if (!error || failure.ok()) return;
+    const auto reason = zoStringFromUTF8(allocator, failure.reason());
+    const void* key = kZoErrorLocalizedFailureReasonKey;
+    const void* value = reason.get();
+    const auto userInfo = zoAdopt(ZoDictionaryCreate(allocator, &key, &value, reason ? 1 : 0,
+                                                     &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    *error = ZoErrorCreate(allocator, kZoErrorDomainPropertyList, failure.code(), userInfo.get());
+}
+
+ZoDataRef ZoPropertyListCreateData(ZoAllocatorRef allocator, ZoPropertyListRef propertyList,
+                                   ZoPropertyListFormat format, ZoOptionFlags options, ZoErrorRef* error)
+{
+    if (error) *error = nullptr;
+    Failure failure;
+    std::string bytes;
+    ZoRef<ZoDataRef> data;
+    if (!propertyList || options != 0)
+        failure.set(kZoPropertyListErrorBadArgument, propertyList ? "options are 0" : "no property list");
+    else if (format == kZoPropertyListXMLFormat_v1_0)
+        writeXML(propertyList, bytes, failure);
+    else if (format == kZoPropertyListBinaryFormat_v1_0)
+        writeBinary(propertyList, bytes, failure);
+    else
+        failure.set(kZoPropertyListErrorBadArgument, "unknown format");
+    if (failure.ok()) {
+        data.reset(ZoDataCreate(allocator, reinterpret_cast<const uint8_t*>(bytes.data()),
+                                static_cast<ZoIndex>(bytes.size())));
+        if (!data) failure.noMemory();
+    }
+    report(allocator, failure, error);
+    return data.release();
+}
+
+static ZoPropertyListRef createWithBytes(ZoAllocatorRef allocator, std::span<const uint8_t> bytes,
+                                         ZoOptionFlags options, ZoPropertyListFormat* format, Failure& failure)
+{
+    if (options > kZoPropertyListMutableContainersAndLeaves) {
+        failure.set(kZoPropertyListErrorBadArgument, "unknown options");
+        return nullptr;
+    }
+    const bool binary = isBinary(bytes);
+    ZoRef<ZoTypeRef> list = binary ? readBinary(allocator, bytes, failure) : readXML(allocator, bytes, failure);
+    if (list && options != kZoPropertyListImmutable) {
+        // By a copy: objects that the bytes share must not change together.
+        list.reset(ZoPropertyListCreateDeepCopy(allocator, list.get(), options));
+        if (!list) failure.noMemory();
+    }
+    if (list && format) *format = binary ? kZoPropertyListBinaryFormat_v1_0 : kZoPropertyListXMLFormat_v1_0;
+    return list.release();
+}
+
+ZoPropertyListRef ZoPropertyListCreateWithData(ZoAllocatorRef allocator, ZoDataRef data, ZoOptionFlags options,
+                                               ZoPropertyListFormat* format, ZoErrorRef* error)
+{
+    if (error) *error = nullptr;
+    if (format) *format = 0;
+    Failure failure;
+    ZoPropertyListRef list = nullptr;
+    if (!data)
+        failure.set(kZoPropertyListErrorBadArgument, "no data");
+    else
+        list = createWithBytes(allocator, {ZoDataGetBytePtr(data), static_cast<size_t>(ZoDataGetLength(data))}, options,
+                               format, failure);
+    report(allocator, failure, error);
+    return list;
+}
+
+/// All of an open stream, up to `limit` bytes; more than the most that is read without a limit is refused.
+static bool drain(ZoReadStreamRef stream, size_t limit, std::vector<uint8_t>& bytes, Failure& failure)
+{
+    constexpr size_t kPiece = 1 << 16;
+    const size_t most = limit ? limit : kMaximumStreamLength;
+    while (bytes.size() < most) {
+        const size_t before = bytes.size();
+        bytes.resize(before + std::min(kPiece, most - before));
+        const ZoIndex count =
+            ZoReadStreamRead(stream, bytes.data() + before, static_cast<ZoIndex>(bytes.size() - before));
+        if (count < 0) return failure.set(kZoPropertyListErrorStream, "the stream is not open, or cannot be read");
+        bytes.resize(before + static_cast<size_t>(count));
+        if (count == 0) return true;
+    }
+    uint8_t more;
+    if (!limit && ZoReadStreamRead(stream, &more, 1) != 0)
+        return failure.set(kZoPropertyListErrorStream, "the stream is longer than 1 GiB");
+    return true;
+}
+
+ZoPropertyListRef ZoPropertyListCreateWithStream(ZoAllocatorRef allocator, ZoReadStreamRef stream, ZoIndex streamLength,
+                                                 ZoOptionFlags options, ZoPropertyListFormat* format, ZoErrorRef* error)
+{
+    if (error) *error = nullptr;
+    if (format) *format = 0;
+    Failure failure;
+    ZoPropertyListRef list = nullptr;
+    std::vector<uint8_t> bytes;
+    if (!stream || streamLength < 0)
+        failure.set(kZoPropertyListErrorBadArgument, stream ? "a length below 0" : "no stream");
+    else if (drain(stream, static_cast<size_t>(streamLength), bytes, failure))
+        list = createWithBytes(allocator, bytes, options, format, failure);
+    report(allocator, failure, error);
+    return list;
+}
+
+namespace {
+
+class Copier {
+public:
+    Copier(ZoAllocatorRef allocator, ZoOptionFlags mutability) : allocator_(allocator), mutability_(mutability) {}
+
+    ZoRef<ZoTypeRef> copy(ZoTypeRef object)
+    {
+        if (!object) return nullptr;
+        const ZoTypeID type = ZoGetTypeID(object);
+        if (type == ZoArrayGetTypeID()) return copyArray(static_cast<ZoArrayRef>(object));
+        if (type == ZoDictionaryGetTypeID()) return copyDictionary(static_cast<ZoDictionaryRef>(object));
+        const bool isMutable = mutability_ == kZoPropertyListMutableContainersAndLeaves;
+        if (type == ZoStringGetTypeID()) {
+            const auto string = static_cast<ZoStringRef>(object);
+            return zoAdopt<ZoTypeRef>(isMutable ? ZoStringCreateMutableCopy(allocator_, 0, string)
+                                                : ZoStringCreateCopy(allocator_, string));
+        }
+        if (type == ZoDataGetTypeID()) {
+            const auto data = static_cast<ZoDataRef>(object);
+            return zoAdopt<ZoTypeRef>(isMutable ? ZoDataCreateMutableCopy(allocator_, 0, data)
+                                                : ZoDataCreateCopy(allocator_, data));
+        }
+        const bool isLeaf = type == ZoNumberGetTypeID() || type == ZoBooleanGetTypeID() || type == ZoDateGetTypeID() ||
+                            type == ZoNullGetTypeID();
+        return isLeaf ? ZoRef<ZoTypeRef>::retain(object) : nullptr;
+    }
+
+private:
+    bool isImmutable() const { return mutability_ == kZoPropertyListImmutable; }
+
+    ZoRef<ZoTypeRef> copyArray(ZoArrayRef array)
+    {
+        if (!path_.enter(array, failure_)) return nullptr;
+        const auto result = zoAdopt(ZoArrayCreateMutable(allocator_, 0, &kZoTypeArrayCallBacks));
+        const ZoIndex count = ZoArrayGetCount(array);
+        for (ZoIndex i = 0; result && i < count; ++i) {
+            const auto value = copy(ZoArrayGetValueAtIndex(array, i));
+            if (!value) return nullptr;
+            ZoArrayAppendValue(result.get(), value.get());
+        }
+        path_.leave(array);
+        if (!result || ZoArrayGetCount(result.get()) != count) return nullptr;
+        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoArrayCreateCopy(allocator_, result.get()))
+                             : ZoRef<ZoTypeRef>::retain(result.get());
+    }
+
+    ZoRef<ZoTypeRef> copyDictionary(ZoDictionaryRef dictionary)
+    {
+        if (!path_.enter(dictionary, failure_)) return nullptr;
+        const auto count = static_cast<size_t>(ZoDictionaryGetCount(dictionary));
+        std::vector<const void*> keys(count), values(count);
+        ZoDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
+        const auto result = zoAdopt(ZoDictionaryCreateMutable(allocator_, 0, &kZoCopyStringDictionaryKeyCallBacks,
+                                                              &kZoTypeDictionaryValueCallBacks));
+        for (size_t i = 0; result && i < count; ++i) {
+            const auto value = copy(values[i]);
+            if (!value || ZoGetTypeID(keys[i]) != ZoStringGetTypeID()) return nullptr;
+            ZoDictionarySetValue(result.get(), keys[i], value.get());
+        }
+        path_.leave(dictionary);
+        if (!result || ZoDictionaryGetCount(result.get()) != static_cast<ZoIndex>(count)) return nullptr;
+        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoDictionaryCreateCopy(allocator_, result.get()))
+                             : ZoRef<ZoTypeRef>::retain(result.get());
+    }
+
+    ZoAllocatorRef allocator_;
+    ZoOptionFlags mutability_;
+    Path path_;
+    Failure failure_;
+};
+
+}  // namespace
+
+ZoPropertyListRef ZoPropertyListCreateDeepCopy(ZoAllocatorRef allocator, ZoPropertyListRef propertyList,
+                                               ZoOptionFlags mutabilityOption)
+{
+    if (mutabilityOption > kZoPropertyListMutableContainersAndLeaves) return nullptr;
+    return Copier(allocator, mutabilityOption).copy(propertyList).release();
+}
