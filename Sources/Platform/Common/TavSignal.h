@@ -36,8 +36,14 @@ ZO_EXTERN_C_END
 #define TAV_SIGNAL(code, message) TAV_SIGNAL_NAMED(code, #code, message)
 
 /// The same with the error's name given, where the code is not one constant.
-#define TAV_SIGNAL_NAMED(code, errorName, message)                                                            \
-    TavSignalErrorAt3(kTavSignalFormat, 0, (code), (errorName), (message), TAV_SUBSYSTEM, __func__, __FILE__, \
+#define TAV_SIGNAL_NAMED(code, errorName, message) TAV_SIGNAL_AS(__func__, code, errorName, message)
+
+/// For a helper of several public operations: the line names `operation`, the one that its caller was asked for.
+#define TAV_SIGNAL_FROM(operation, code, message) TAV_SIGNAL_AS(operation, code, #code, message)
+
+/// What the others stand on: everything that differs from call to call is given.
+#define TAV_SIGNAL_AS(operation, code, errorName, message)                                                       \
+    TavSignalErrorAt3(kTavSignalFormat, 0, (code), (errorName), (message), TAV_SUBSYSTEM, (operation), __FILE__, \
                       __LINE__, __builtin_return_address(0), 0)
 
 /// A line that only warns: the same call with status 0.
