@@ -8,6 +8,7 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include "id3tag/LargeBlocks.h"
 #include "id3tag/Malloced.h"
 
 // clang-format off

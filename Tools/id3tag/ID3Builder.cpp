@@ -32,6 +32,7 @@ struct ID3Frame {
 struct ID3Tag {
     uint64_t totalSize;  // of the finished tag, its header included
     ID3Frame* firstFrame;
+    void* (*allocate)(size_t size);
 };
 
 namespace {
@@ -189,14 +190,16 @@ bool writeFrame(ID3Frame& frame, const FrameLayout* layout, const FrameArguments
 
 }  // namespace
 
-ID3TagRef ID3CreateTag(void)
+ID3TagRef ID3CreateTag(void) { return ID3CreateTagWithMemory(nullptr); }
+
+ID3TagRef ID3CreateTagWithMemory(void* (*allocate)(size_t size))
 {
     auto* const tag = static_cast<ID3Tag*>(malloc(sizeof(ID3Tag)));
     if (!tag) {
         OutputMessage(0, "ID3CreateTag - Memory allocation failed");
         return nullptr;
     }
-    *tag = {kHeaderSize, nullptr};
+    *tag = {kHeaderSize, nullptr, allocate ? allocate : malloc};
     return tag;
 }
 
@@ -220,7 +223,7 @@ OSStatus ID3AddFrame(ID3TagRef tag, uint32_t frameCode, const char* subtype, con
         OutputMessage(0, "ID3AddFrame - Invalid frame size");
         return kID3Err_Failure;
     }
-    OwnedFrame frame(static_cast<ID3Frame*>(mallocLarge(sizeof(ID3Frame) + *size)));
+    OwnedFrame frame(static_cast<ID3Frame*>(tag->allocate(sizeof(ID3Frame) + *size)));
     if (!frame) {
         OutputMessage(0, "ID3AddFrame - Memory allocation failed");
         return kID3Err_Failure;
@@ -236,7 +239,7 @@ OSStatus ID3AddFrame(ID3TagRef tag, uint32_t frameCode, const char* subtype, con
 OSStatus ID3GenerateTag(ID3TagRef tag, uint8_t** bytesOut, uint64_t* lengthOut)
 {
     *lengthOut = 0;
-    *bytesOut = static_cast<uint8_t*>(mallocLarge(tag->totalSize));
+    *bytesOut = static_cast<uint8_t*>(tag->allocate(tag->totalSize));
     if (!*bytesOut) {
         OutputMessage(0, "ID3GenerateTag - Memory allocation failed");
         return -1;

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include <stddef.h>
+
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN
@@ -23,8 +25,11 @@ enum {
     kID3FramePrivate = 7,   // PRIV: description is the owner identifier
 };
 
-/// A new, empty tag, or nothing if there is no memory.
+/// A new, empty tag, or nothing if there is no memory. Its frames and what it generates come from malloc.
 ID3TagRef ID3CreateTag(void);
+
+/// The same, with frames and generated tags from `allocate`, which gives memory for free(), or nothing; absent: malloc.
+ID3TagRef ID3CreateTagWithMemory(void* (*allocate)(size_t size));
 
 /// Adds one frame. Texts are NUL-terminated UTF-8, passed through as they are; an absent description or file name
 /// counts as empty. The payload is copied verbatim and gets no terminator. The MIME type of a picture is worked out

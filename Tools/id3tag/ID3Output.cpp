@@ -19,6 +19,7 @@ int32_t ID3OutputWriteFile(const uint8_t* bytes, uint64_t length, const char* pa
         OutputMessage(0, "ID3OutputWriteFile - Failed opening destination file: %s", strerror(errno));
         return -1;
     }
+    setvbuf(file, nullptr, _IONBF, 0);  // the write is the one that meets an error, not the close
     int32_t result = 0;
     if (fwrite(bytes, 1, length, file) < length) {
         OutputMessage(0, "ID3OutputWriteFile - Failed writing ID3 tag: %s", strerror(errno));

@@ -1,9 +1,7 @@
-// Memory that came from malloc: its owner, and how blocks of hundreds of megabytes are had without losing time to page
-// faults, which would be most of the time that such a tag takes.
+// The owner of memory that came from malloc.
 
 #pragma once
 
-#include <stddef.h>
 #include <stdlib.h>
 
 #include <memory>
@@ -13,11 +11,3 @@ struct MallocedFreed {
 };
 template <typename T>
 using Malloced = std::unique_ptr<T, MallocedFreed>;
-
-/// Lets a large block take over the memory of one that was freed, instead of pages that the system has to clear first.
-/// To be called before the first thread.
-void prepareLargeBlocks();
-
-/// malloc, never of size 0; for free(). A large block asks the system for huge pages. Freed memory that it could not
-/// take over goes back to the system, so that the process never holds more than it uses.
-void* mallocLarge(size_t size);

@@ -19,7 +19,8 @@ _id3tag()
             return
             ;;
         -a | --output-address)
-            _known_hosts_real -- "$cur"
+            _known_hosts_real -c -- "$cur"
+            compopt -o nospace  # the port follows
             return
             ;;
         --text-type)

@@ -4,6 +4,7 @@ import os
 import re
 import resource
 import socket
+import struct
 import subprocess
 import unittest
 
@@ -76,6 +77,51 @@ class Endings(ToolTest):
         with Segmenter() as segmenter:
             self.ends("Failed to write ID3 tag\n", False, "--title=a", "-o", self.folder, "-a", segmenter.address)
         self.assertEqual(len(segmenter.received), 5 + 10 + 13)
+
+    def test_a_file_that_fails_keeps_no_tag_from_being_sent(self):
+        blob = self.file("blob", bytes(1 << 20))
+        fifo = self.folder / "fifo"
+        os.mkfifo(fifo)
+
+        def into_a_pipe_without_a_reader(words):
+            ours, theirs = os.pipe()
+            os.close(ours)
+            with open(theirs, "wb") as dead:
+                return subprocess.run([*words, "-o", "/dev/stdout"], stdout=dead, stderr=subprocess.PIPE, timeout=120)
+
+        def into_a_fifo_whose_reader_leaves(words):
+            running = subprocess.Popen([*words, "-o", fifo], stderr=subprocess.PIPE)
+            with open(fifo, "rb") as reader:
+                reader.read(10)
+            said = running.communicate(timeout=120)[1]
+            return subprocess.CompletedProcess(words, running.returncode, stderr=said)
+
+        def past_the_limit_of_file_sizes(words):
+            return subprocess.run([*words, "-o", self.tag], stderr=subprocess.PIPE, timeout=120,
+                                  preexec_fn=limited(resource.RLIMIT_FSIZE, 4096))
+
+        def with_a_small_tag_on_a_full_device(words):
+            return subprocess.run([*words, "-o", "/dev/full"], stderr=subprocess.PIPE, timeout=120)
+
+        for run, option in ((into_a_pipe_without_a_reader, f"--generic-object={blob}"),
+                            (into_a_fifo_whose_reader_leaves, f"--generic-object={blob}"),
+                            (past_the_limit_of_file_sizes, f"--generic-object={blob}"),
+                            (with_a_small_tag_on_a_full_device, "--title=a")):
+            with self.subTest(run.__name__), Segmenter() as segmenter:
+                done = run([TOOL, option, "-a", segmenter.address])
+                self.assertEqual((done.returncode, done.stderr), (0, b"Failed to write ID3 tag\n"))
+            self.assertEqual(len(segmenter.received), 5 + struct.unpack(">I", segmenter.received[:4])[0])
+
+    def test_nobody_listens_to_complaints(self):
+        ours, theirs = os.pipe()
+        os.close(ours)
+        with open(theirs, "wb") as dead, Segmenter() as segmenter:
+            done = subprocess.run([TOOL, "--title=a", "-o", "/nowhere/x", "-a", segmenter.address], stderr=dead)
+        self.assertEqual((done.returncode, len(segmenter.received)), (0, 5 + 10 + 13))
+
+    def test_without_standard_streams_no_complaint_goes_into_the_tag(self):
+        done = subprocess.run(["sh", "-c", f"{TOOL} --title=a -o {self.tag} -a 127.0.0.1:x <&- >&- 2>&-"], check=False)
+        self.assertEqual((done.returncode, self.tag.stat().st_size), (0, 10 + 13))
 
     def test_size_limits(self):
         too_large = self.sparse("large", LIMIT)

@@ -7,6 +7,7 @@ import unittest
 from support import BUILD, ROOT, ToolTest
 
 RUN = ROOT / "run.sh"
+VERSION = "id3tag: Version 1.22.4 (659.18b-240228)\n"
 
 
 @unittest.skipUnless(BUILD == ROOT / "build/release", "run.sh runs the release build")
@@ -29,7 +30,26 @@ class RunScript(ToolTest):
         relative = os.path.relpath(RUN, self.folder)
         for command in ("./link", relative):
             done = subprocess.run([command, "-v"], capture_output=True, text=True, cwd=self.folder, timeout=500)
-            self.assertEqual((done.stdout, done.stderr), ("", "id3tag: Version 1.22.4 (659.18b-240228)\n"))
+            self.assertEqual((done.stdout, done.stderr), ("", VERSION))
+
+    def test_the_first_command_of_the_readme(self):
+        command = next(line for line in (ROOT / "README.md").read_text().splitlines() if line.startswith("    ./run.sh"))
+        for name in ("run.sh", "Examples"):
+            (self.folder / name).symlink_to(ROOT / name)
+        done = subprocess.run(["sh", "-c", command], capture_output=True, text=True, cwd=self.folder, timeout=500)
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, "", ""))
+        self.assertIn((ROOT / "Examples/cover.png").read_bytes(), (self.folder / "hello.id3").read_bytes())
+
+    def test_several_at_once(self):
+        running = [subprocess.Popen([RUN, "-v"], stderr=subprocess.PIPE, text=True) for _ in range(3)]
+        self.assertEqual({one.communicate(timeout=500)[1] for one in running}, {VERSION})
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs another user")
+    def test_a_user_who_may_not_build_runs_what_is_built(self):
+        self.run_script("-v")
+        done = subprocess.run(["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", RUN, "-v"],
+                              capture_output=True, text=True, timeout=500)
+        self.assertEqual((done.returncode, done.stderr), (0, VERSION))
 
     def test_the_tool_keeps_standard_input_and_its_usage(self):
         done = self.run_script("-i", "/dev/stdin", "-o", "out", input="")

@@ -1,4 +1,4 @@
-#include "id3tag/Malloced.h"
+#include "id3tag/LargeBlocks.h"
 
 #include <malloc.h>
 #include <stdint.h>
