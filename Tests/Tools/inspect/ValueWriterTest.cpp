@@ -120,8 +120,7 @@ TEST(ValueWriter, writesBothForms)
     for (const Row& row : rows) {
         write = row.write;
         EXPECT_EQ(written(ValueWriter::Form::kText, document), "box" + row.text + "\ntold\n") << row.what;
-        EXPECT_EQ(written(ValueWriter::Form::kJSON, document),
-                  "{\"boxes\":[\n{\"type\":\"box\"" + row.json + "}\n]}\n")
+        EXPECT_EQ(written(ValueWriter::Form::kJSON, document), "{\"boxes\":[\n{\"type\":\"box\"" + row.json + "}\n]}\n")
             << row.what;
     }
 }
