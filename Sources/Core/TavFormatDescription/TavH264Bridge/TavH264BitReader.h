@@ -1,7 +1,8 @@
-// Reads the syntax elements of ITU-T H.264 7.2 from bytes without emulation prevention, 32 bits at a time.
+// Reads the syntax elements of ITU-T H.264 7.2 from bytes without emulation prevention, a word at a time.
 //
 // The reader latches its first failure, which it signals with the name of the operation that it reads for: later reads
-// give 0 and do nothing, so that a walker needs no test behind each element. A reader may stand exactly at the end.
+// give 0 and do nothing, so that a walker needs no test behind each element. A reader may stand exactly at the end. One
+// that is to stay silent signals nothing, whatever the status.
 
 #pragma once
 
@@ -10,6 +11,7 @@
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
 #include "Platform/Common/LuBase.h"
+#include "Utilities/TavBigEndian.h"
 
 class TavH264BitReader {
 public:
@@ -23,6 +25,10 @@ public:
 
     bool ok() const noexcept { return status_ == 0; }
     OSStatus status() const noexcept { return status_; }
+
+    /// Where the next bit stands: the byte, and the bits of it already read.
+    size_t byteOffset() const noexcept { return static_cast<size_t>(position_ / 8); }
+    uint32_t bitOffset() const noexcept { return static_cast<uint32_t>(position_ % 8); }
 
     /// u(n), 1 to 25 bits.
     uint32_t u(int bits) noexcept
@@ -61,10 +67,11 @@ public:
         return ok() ? (uint32_t{1} << zeros) - 1 + suffix : 0;
     }
 
-    /// Latches a failure unless `condition` holds.
-    void require(bool condition, const char* message) noexcept
+    /// Latches `status` as the failure unless `condition` holds.
+    void require(bool condition, const char* message,
+                 OSStatus status = kTavBridgeInvalidSerializedSampleDescriptionErr) noexcept
     {
-        if (ZO_UNLIKELY(!condition)) fail(message);
+        if (ZO_UNLIKELY(!condition)) fail(message, status);
     }
 
 private:
@@ -82,13 +89,9 @@ private:
     {
         const uint64_t byte = position_ / 8;
         const uint64_t left = bitCount_ / 8 - byte;
+        if (ZO_LIKELY(left >= 8)) return static_cast<uint32_t>(loadBE64(bytes_ + byte) << (position_ % 8) >> 32);
         uint32_t word = 0;
-        if (ZO_LIKELY(left >= 4)) {
-            word = static_cast<uint32_t>(bytes_[byte]) << 24 | static_cast<uint32_t>(bytes_[byte + 1]) << 16 |
-                   static_cast<uint32_t>(bytes_[byte + 2]) << 8 | bytes_[byte + 3];
-        } else {
-            for (uint64_t i = 0; i < left; ++i) word |= static_cast<uint32_t>(bytes_[byte + i]) << (24 - 8 * i);
-        }
+        for (uint64_t i = 0; i < left && i < 4; ++i) word |= static_cast<uint32_t>(bytes_[byte + i]) << (24 - 8 * i);
         return word << (position_ % 8);
     }
 
@@ -114,7 +117,8 @@ private:
     }
 
     /// Gives 0.
-    uint32_t fail(const char* message) noexcept;
+    uint32_t fail(const char* message, OSStatus status = kTavBridgeInvalidSerializedSampleDescriptionErr) noexcept
+        __attribute__((cold, noinline));
 
     const uint8_t* bytes_;
     uint64_t bitCount_;
