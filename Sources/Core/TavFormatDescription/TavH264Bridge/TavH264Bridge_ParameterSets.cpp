@@ -9,7 +9,10 @@
 uint32_t TavH264BitReader::fail(const char* message, OSStatus status) noexcept
 {
     if (status_ != 0) return 0;
+    failedAt_ = position();
     status_ = status;
+    bits_ = count_ = 0;
+    next_ = end_;
     if (onFailure_ == OnFailure::kStaySilent) return 0;
     const char* name = status == kTavBridgeInvalidSerializedSampleDescriptionErr
                            ? "kTavBridgeInvalidSerializedSampleDescriptionErr"
