@@ -1,5 +1,6 @@
 // A bit reader of ITU-T H.265 that is too simple to be wrong: it removes emulation prevention from the whole buffer
-// first and reads one bit at a time. `readerDisagrees` runs operations on it and on HEVCBitstream side by side.
+// first and reads one bit at a time. `readerDisagrees` runs operations on it, on HEVCBitstream and on a walker side by
+// side.
 
 #pragma once
 
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
+#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCWalker.h"
 
 namespace luvia_test {
 
@@ -166,24 +167,54 @@ inline std::string stateDisagrees(const HEVCBitstream& reader, const HEVCReaderM
     return {};
 }
 
-/// Runs operations, two bytes each, until the first failure. `lastMessage` gives the message signalled last.
-/// What differs, or nothing.
+/// What differs between records that stand at one place, or nothing.
+inline std::string recordsDiffer(const HEVCBitstream& a, const HEVCBitstream& b)
+{
+    if (a.position != b.position || a.bitOffset != b.bitOffset) return "walker's position";
+    if (a.bits != b.bits || a.endOfData != b.endOfData) return "walker's bits";
+    if (!a.removeEmulationPrevention) return {};
+    const auto count = static_cast<size_t>(std::max(a.lookaheadCount, 0));
+    if (a.rawNext != b.rawNext || a.lookaheadCount != b.lookaheadCount || memcmp(a.lookahead, b.lookahead, count) != 0)
+        return "walker's look-ahead";
+    return a.removedCount == b.removedCount && a.removedMask == b.removedMask ? "" : "walker's removed bytes";
+}
+
+/// An operation of readerDisagrees by a walker.
+inline uint32_t walk(HEVCWalker& w, int operation, uint8_t argument)
+{
+    switch (operation) {
+        case 0: return w.skip(argument), 0;
+        case 1: return w.pull(argument % 27);
+        case 2: return w.pull(argument % 34);
+        case 3: return w.skipUE(), 0;
+        default: return w.pullUE();
+    }
+}
+
+/// Runs operations, two bytes each, until the first failure, on the reader, on a walker over a second one, and on the
+/// model. `lastMessage` gives the message signalled last. What differs, or nothing.
 template <typename LastMessage>
 std::string readerDisagrees(const std::string& bytes, bool escaped, const std::string& operations,
                             LastMessage lastMessage)
 {
     const std::vector<uint8_t> data(bytes.begin(), bytes.end());  // a buffer of its own, whose end a sanitizer sees
-    HEVCBitstream reader = hevcbridgeBitstreamOver(data.data(), data.size(), escaped);
+    HEVCBitstream reader = hevcbridgeBitstreamOver(data.data(), data.size(), escaped), behind = reader;
     HEVCReaderModel model(data.data(), data.size(), escaped);
-    if (hevcbridgeAdvanceInBitstream(&reader, 0) != 0) return "priming failed";
+    if (hevcbridgeAdvanceInBitstream(&reader, 0) != 0 || hevcbridgeAdvanceInBitstream(&behind, 0) != 0)
+        return "priming failed";
+    const HEVCBridgeParseContext nothing = {};
+    HEVCWalker w(&behind, &nothing);
     for (size_t i = 0; i + 1 < operations.size(); i += 2) {
-        if (std::string what = stateDisagrees(reader, model); !what.empty())
-            return what + " before operation " + std::to_string(i / 2);
-        const auto argument = static_cast<uint8_t>(operations[i + 1]);
+        const std::string at = " at operation " + std::to_string(i / 2);
+        if (std::string what = stateDisagrees(reader, model); !what.empty()) return what + at;
+        const auto operation = static_cast<uint8_t>(operations[i]), argument = static_cast<uint8_t>(operations[i + 1]);
+        if (w.isByteAligned() != (reader.bitOffset == 0)) return "walker's alignment" + at;
+        if (operation >= 128)
+            if (std::string what = recordsDiffer(reader, w.reader()); !what.empty()) return what + at;
         uint32_t ours = 0, expected = 0;
         OSStatus status = 0;
         std::string failure;
-        switch (static_cast<uint8_t>(operations[i]) % 6) {
+        switch (operation % 6) {
             case 0:
                 failure = model.advance(argument);
                 status = hevcbridgeUSkip(&reader, argument);
@@ -205,12 +236,18 @@ std::string readerDisagrees(const std::string& bytes, bool escaped, const std::s
                 status = hevcbridgeUEPullLong(&reader, &ours);
                 break;
         }
-        const std::string at = " at operation " + std::to_string(i / 2);
         if (status != (failure.empty() ? 0 : kTavBridgeInvalidSerializedSampleDescriptionErr)) return "status" + at;
         if (ours != expected) return "value" + at;
-        if (failure.empty()) continue;
-        const std::string message = lastMessage();
-        return message == failure || message.empty() ? "" : message + " is not " + failure + at;
+        const std::string message = failure.empty() ? "" : lastMessage();
+        if (!message.empty() && message != failure) return message + " is not " + failure + at;
+        if (operation % 6 == 1 && argument % 27 > 24) {  // a walker has no read that ends at 25 bits
+            if (status != 0) return {};
+            w.skip(25);
+        } else if (walk(w, operation % 6, argument) != expected) {
+            return "walker's value" + at;
+        }
+        if (status != w.status()) return "walker's status" + at;
+        if (!failure.empty()) return operation % 6 == 1 || lastMessage() == message ? "" : "walker's message" + at;
     }
     return {};
 }

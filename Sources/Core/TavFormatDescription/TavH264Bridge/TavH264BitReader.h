@@ -1,7 +1,8 @@
-// Reads the syntax elements of ITU-T H.264 7.2 from bytes without emulation prevention, 32 bits at a time.
+// Reads the syntax elements of ITU-T H.264 7.2 from bytes without emulation prevention, a word at a time.
 //
 // The reader latches its first failure, which it signals with the name of the operation that it reads for: later reads
-// give 0 and do nothing, so that a walker needs no test behind each element. A reader may stand exactly at the end.
+// give 0 and do nothing, so that a walker needs no test behind each element. A reader may stand exactly at the end. One
+// that is to stay silent signals nothing, whatever the status.
 
 #pragma once
 
@@ -10,6 +11,7 @@
 
 #include "Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h"
 #include "Platform/Common/LuBase.h"
+#include "Utilities/TavBigEndian.h"
 
 class TavH264BitReader {
 public:
@@ -18,19 +20,26 @@ public:
     /// `operation` is the name that failures are signalled with.
     TavH264BitReader(const uint8_t* bytes, size_t size, const char* operation,
                      OnFailure onFailure = OnFailure::kSignal) noexcept
-        : bytes_(bytes), bitCount_(uint64_t{size} * 8), operation_(operation), onFailure_(onFailure)
+        : bytes_(bytes), next_(bytes), end_(bytes + size), operation_(operation), onFailure_(onFailure)
     {}
 
     bool ok() const noexcept { return status_ == 0; }
     OSStatus status() const noexcept { return status_; }
+
+    /// Where the next bit stands: the byte, and the bits of it already read.
+    size_t byteOffset() const noexcept { return static_cast<size_t>(position() / 8); }
+    uint32_t bitOffset() const noexcept { return static_cast<uint32_t>(position() % 8); }
 
     /// u(n), 1 to 25 bits.
     uint32_t u(int bits) noexcept
     {
         if (bits <= 0) return fail("U_PULL should: (numBits)>0");
         if (bits > kMostBits) return fail("U_PULL should: (numBits)<=25");
-        const uint32_t value = peek() >> (32 - bits);
-        return advance(static_cast<uint32_t>(bits)) ? value : 0;
+        const auto count = static_cast<uint32_t>(bits);
+        if (!has(count)) return fail("end of bitstream");
+        const auto value = static_cast<uint32_t>(bits_ >> (64 - count));
+        take(count);
+        return value;
     }
     /// u(32), as two halves.
     uint32_t u32() noexcept
@@ -39,7 +48,11 @@ public:
         return high << 16 | u(16);
     }
     bool flag() noexcept { return u(1) != 0; }
-    void skip(uint32_t bits) noexcept { advance(bits); }
+    void skip(uint32_t bits) noexcept
+    {
+        for (; bits > 32 && ok(); bits -= 32) skip(32);
+        has(bits) ? take(bits) : static_cast<void>(fail("end of bitstream"));
+    }
 
     /// ue(v) of at most 12 leading zeros: the code word lies in one word.
     uint32_t ue() noexcept { return codeNumber("UE_PULL should :numZeros<=12"); }
@@ -61,10 +74,11 @@ public:
         return ok() ? (uint32_t{1} << zeros) - 1 + suffix : 0;
     }
 
-    /// Latches a failure unless `condition` holds.
-    void require(bool condition, const char* message) noexcept
+    /// Latches `status` as the failure unless `condition` holds.
+    void require(bool condition, const char* message,
+                 OSStatus status = kTavBridgeInvalidSerializedSampleDescriptionErr) noexcept
     {
-        if (ZO_UNLIKELY(!condition)) fail(message);
+        if (ZO_UNLIKELY(!condition)) fail(message, status);
     }
 
 private:
@@ -77,49 +91,51 @@ private:
         return high << 16 | u(16);
     }
 
-    // The next bits, left-aligned, with zeros behind the end; the upper 25 are always right.
-    uint32_t peek() const noexcept
-    {
-        const uint64_t byte = position_ / 8;
-        const uint64_t left = bitCount_ / 8 - byte;
-        uint32_t word = 0;
-        if (ZO_LIKELY(left >= 4)) {
-            word = static_cast<uint32_t>(bytes_[byte]) << 24 | static_cast<uint32_t>(bytes_[byte + 1]) << 16 |
-                   static_cast<uint32_t>(bytes_[byte + 2]) << 8 | bytes_[byte + 3];
-        } else {
-            for (uint64_t i = 0; i < left; ++i) word |= static_cast<uint32_t>(bytes_[byte + i]) << (24 - 8 * i);
-        }
-        return word << (position_ % 8);
-    }
+    uint64_t position() const noexcept { return ok() ? static_cast<uint64_t>(next_ - bytes_) * 8 - count_ : failedAt_; }
 
-    bool advance(uint32_t bits) noexcept
+    // Whether that many bits are left. After a failure there are none.
+    bool has(uint32_t bits) noexcept
     {
-        if (ZO_UNLIKELY(status_ != 0)) return false;
-        if (ZO_UNLIKELY(bits > bitCount_ - position_)) {
-            fail("end of bitstream");
-            return false;
+        if (ZO_LIKELY(count_ >= bits)) return true;
+        if (ZO_LIKELY(end_ - next_ >= 8)) {
+            bits_ |= loadBE64(next_) >> count_;
+            next_ += (63 - count_) >> 3;
+            count_ |= 56;
+        } else {
+            for (; count_ < 56 && next_ != end_; count_ += 8) bits_ |= uint64_t{*next_++} << (56 - count_);
         }
-        position_ += bits;
-        return true;
+        return count_ >= bits;
+    }
+    void take(uint32_t bits) noexcept
+    {
+        bits_ <<= bits;
+        count_ -= bits;
     }
 
     uint32_t codeNumber(const char* complaint) noexcept
     {
-        constexpr int kMostZeros = 12;
-        const uint32_t next = peek();
-        const int zeros = next == 0 ? 32 : __builtin_clz(next);
+        constexpr uint32_t kMostZeros = 12;
+        has(2 * kMostZeros + 1);
+        const auto zeros = static_cast<uint32_t>(__builtin_clzll(bits_ | 1));
         if (ZO_UNLIKELY(zeros > kMostZeros)) return fail(complaint);
-        const uint32_t value = (next >> (31 - 2 * zeros)) - 1;
-        return advance(static_cast<uint32_t>(2 * zeros + 1)) ? value : 0;
+        const uint32_t length = 2 * zeros + 1;
+        if (ZO_UNLIKELY(length > count_)) return fail("end of bitstream");
+        const auto value = static_cast<uint32_t>(bits_ >> (64 - length)) - 1;
+        take(length);
+        return value;
     }
 
     /// Gives 0.
-    uint32_t fail(const char* message) noexcept;
+    uint32_t fail(const char* message, OSStatus status = kTavBridgeInvalidSerializedSampleDescriptionErr) noexcept
+        __attribute__((cold, noinline));
 
     const uint8_t* bytes_;
-    uint64_t bitCount_;
-    uint64_t position_ = 0;  // in bits, never past the end
+    const uint8_t* next_;  // behind the bytes whose bits are counted
+    const uint8_t* end_;
+    uint64_t bits_ = 0;   // the next bits from the top; behind `count_` of them stand zeros or those that follow
+    uint32_t count_ = 0;  // below 64
     OSStatus status_ = 0;
+    uint64_t failedAt_ = 0;
     const char* operation_;
     OnFailure onFailure_;
 };

@@ -61,8 +61,8 @@ private:
 
 // MARK: by offset
 
-OSStatus entryAtIndex(EntryWalk& walk, size_t count, size_t index, const char* notFound, const uint8_t** entryOut,
-                      size_t* sizeOut)
+OSStatus entryAtIndex(const char* operation, EntryWalk& walk, size_t count, size_t index, const char* notFound,
+                      const uint8_t** entryOut, size_t* sizeOut)
 {
     Bytes entry;
     for (size_t i = 0; i < count; ++i) {
@@ -73,7 +73,7 @@ OSStatus entryAtIndex(EntryWalk& walk, size_t count, size_t index, const char* n
         *sizeOut = entry.size();
         return 0;
     }
-    return TAV_SIGNAL(kTavBridgeParameterErr, notFound);
+    return TAV_SIGNAL_FROM(operation, kTavBridgeParameterErr, notFound);
 }
 
 bool isTooShortToRead(const uint8_t* avcC, size_t avcCSize) { return !avcC || avcCSize < 7; }
@@ -93,7 +93,8 @@ OSStatus TavH264Bridge_GetSPSFromAVCC(const uint8_t* avcC, size_t avcCSize, size
 {
     if (isTooShortToRead(avcC, avcCSize)) return kTavBridgeInvalidSerializedSampleDescriptionErr;
     EntryWalk walk({avcC, avcCSize}, kFirstSPSOffset);
-    return entryAtIndex(walk, avcC[kSPSCountOffset] & 0x1F, index, "SPS not found for given index", spsOut, spsSizeOut);
+    return entryAtIndex(__func__, walk, avcC[kSPSCountOffset] & 0x1F, index, "SPS not found for given index", spsOut,
+                        spsSizeOut);
 }
 
 OSStatus TavH264Bridge_GetPPSFromAVCC(const uint8_t* avcC, size_t avcCSize, size_t index, const uint8_t** ppsOut,
@@ -107,25 +108,27 @@ OSStatus TavH264Bridge_GetPPSFromAVCC(const uint8_t* avcC, size_t avcCSize, size
             return kTavBridgeInvalidSerializedSampleDescriptionErr;
     size_t count = 0;
     if (!walk.readCount(count)) return kTavBridgeInvalidSerializedSampleDescriptionErr;
-    return entryAtIndex(walk, count, index, "PPS not found for given index", ppsOut, ppsSizeOut);
+    return entryAtIndex(__func__, walk, count, index, "PPS not found for given index", ppsOut, ppsSizeOut);
 }
 
 // MARK: of data objects
 
-static OSStatus bytesOf(ZoDataRef avcCData, Bytes& recordOut)
+static OSStatus bytesOf(const char* operation, ZoDataRef avcCData, Bytes& recordOut)
 {
     if (!avcCData || ZoGetTypeID(avcCData) != ZoDataGetTypeID())
-        return TAV_SIGNAL(kTavBridgeParameterErr, "no avcCData or not a ZoData");
+        return TAV_SIGNAL_FROM(operation, kTavBridgeParameterErr, "no avcCData or not a ZoData");
     recordOut = {ZoDataGetBytePtr(avcCData), static_cast<size_t>(ZoDataGetLength(avcCData))};
-    if (recordOut.size() < kFirstSPSOffset) return TAV_SIGNAL(kTavBridgeParameterErr, "avcCData too short");
-    if (recordOut[0] != 1) return TAV_SIGNAL(kTavBridgeParameterErr, "avcCData configurationVersion is not 1");
+    if (recordOut.size() < kFirstSPSOffset)
+        return TAV_SIGNAL_FROM(operation, kTavBridgeParameterErr, "avcCData too short");
+    if (recordOut[0] != 1)
+        return TAV_SIGNAL_FROM(operation, kTavBridgeParameterErr, "avcCData configurationVersion is not 1");
     return 0;
 }
 
 OSStatus TavH264Bridge_GetSPSAndPPSCountFromAVCC(ZoDataRef avcCData, size_t* spsCountOut, size_t* ppsCountOut)
 {
     Bytes record;
-    TAV_TRY(bytesOf(avcCData, record));
+    TAV_TRY(bytesOf(__func__, avcCData, record));
     const size_t spsCount = record[kSPSCountOffset] & 0x1F;
     EntryWalk walk(record, kFirstSPSOffset);
     size_t ppsCount = 0;
@@ -137,6 +140,8 @@ OSStatus TavH264Bridge_GetSPSAndPPSCountFromAVCC(ZoDataRef avcCData, size_t* sps
 }
 
 namespace {
+
+constexpr const char* kGetAndVisit = "TavH264Bridge_GetAndVisitH264ParameterSetAtIndex";
 
 // What a caller wants of a walk over all groups of a record.
 struct Wanted {
@@ -155,7 +160,7 @@ struct Wanted {
 OSStatus visitGroup(EntryWalk& walk, size_t count, const Wanted& wanted, size_t& index, bool& done)
 {
     for (Bytes entry; count > 0; --count, ++index) {
-        if (!walk.readEntry(entry)) return TAV_SIGNAL(kTavBridgeParameterErr, "avcCData too short");
+        if (!walk.readEntry(entry)) return TAV_SIGNAL_FROM(kGetAndVisit, kTavBridgeParameterErr, "avcCData too short");
         if (index == wanted.index) {
             if (wanted.parameterSetOut) *wanted.parameterSetOut = entry.data();
             if (wanted.sizeOut) *wanted.sizeOut = entry.size();
@@ -173,11 +178,11 @@ OSStatus visitRecord(Bytes record, const Wanted& wanted, size_t& index, bool& do
     TAV_TRY(visitGroup(walk, record[kSPSCountOffset] & 0x1F, wanted, index, done));
     size_t count = 0;
     if (done) return 0;
-    if (!walk.readCount(count)) return TAV_SIGNAL(kTavBridgeParameterErr, "avcCData too short");
+    if (!walk.readCount(count)) return TAV_SIGNAL_FROM(kGetAndVisit, kTavBridgeParameterErr, "avcCData too short");
     TAV_TRY(visitGroup(walk, count, wanted, index, done));
     if (done || walk.isAtEnd() || !h264BridgeProfileHasRecordTail(record[kProfileOffset])) return 0;
     if (!walk.skip(kTailBeforeExtensions) || !walk.readCount(count))
-        return TAV_SIGNAL(kTavBridgeParameterErr, "avcCData too short");
+        return TAV_SIGNAL_FROM(kGetAndVisit, kTavBridgeParameterErr, "avcCData too short");
     return visitGroup(walk, count, wanted, index, done);
 }
 
@@ -193,7 +198,7 @@ OSStatus TavH264Bridge_GetAndVisitH264ParameterSetAtIndex(ZoDataRef avcCData, si
     if (parameterSetCountOut) *parameterSetCountOut = 0;
     if (nalUnitHeaderLengthOut) *nalUnitHeaderLengthOut = 0;
     Bytes record;
-    TAV_TRY(bytesOf(avcCData, record));
+    TAV_TRY(bytesOf(__func__, avcCData, record));
     if (nalUnitHeaderLengthOut) *nalUnitHeaderLengthOut = lengthSizeOf(record);
     const Wanted wanted = {parameterSetIndex,    parameterSetOut, parameterSetSizeOut,
                            parameterSetCountOut, visitor,         context};

@@ -3,15 +3,14 @@
 #define TAV_SUBSYSTEM "<<<< H264Bridge >>>>"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
-#include <memory>
 #include <span>
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264AVCCEntry.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264ParameterSets.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Unescaped.h"
+#include "Memory/Containers.h"
 #include "Utilities/TavBigEndian.h"
 
 int TavH264Bridge_sortParameterSets(const void* entry1, const void* entry2)
@@ -26,10 +25,6 @@ namespace {
 
 using Entry = TavH264ParameterSetIdAndIndex;
 constexpr const char* kOperation = "TavH264Bridge_CreateAVCCFromH264ParameterSets";
-
-struct Freed {
-    void operator()(Entry* entries) const { free(entries); }
-};
 
 struct ParameterSets {
     std::span<const uint8_t* const> pointers;
@@ -56,16 +51,16 @@ OSStatus checkUnit(const uint8_t* unit, size_t size)
 {
     constexpr size_t kSizeLimit = 0x10000;
     if (size >= kSizeLimit)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "parameterSetSizes[i] must be less than UINT16_MAX");
-    if (size == 0) return TAV_SIGNAL(kTavBridgeParameterErr, "parameterSetSizes[i] too small");
-    if (!unit) return TAV_SIGNAL(kTavBridgeParameterErr, "no parameterSetPointers[i]");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "parameterSetSizes[i] must be less than UINT16_MAX");
+    if (size == 0) return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "parameterSetSizes[i] too small");
+    if (!unit) return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "no parameterSetPointers[i]");
     const bool forbidden_zero_bit = unit[0] & 0x80;
     const uint32_t nal_ref_idc = unit[0] >> 5 & 3;
     if (forbidden_zero_bit || nal_ref_idc == 0)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "not a parameter set NAL unit");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "not a parameter set NAL unit");
     const uint32_t type = h264BridgeNALUnitType(unit[0]);
     if (type != kH264NALUnitType_SPS && type != kH264NALUnitType_PPS && type != kH264NALUnitType_SPSExtension)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "NAL unit type must be SPS, PPS or SPSExt");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "NAL unit type must be SPS, PPS or SPSExt");
     return 0;
 }
 
@@ -115,11 +110,11 @@ OSStatus addSPS(const uint8_t* bytes, size_t size, Summary& summary)
     TAV_TRY(r.status());
     if (summary.hasChromaInfo) {
         if (summary.chroma_format_idc != chroma_format_idc)
-            return TAV_SIGNAL(kTavBridgeParameterErr, "inconsistent chroma_format");
+            return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "inconsistent chroma_format");
         if (summary.bit_depth_luma_minus8 != bit_depth_luma_minus8)
-            return TAV_SIGNAL(kTavBridgeParameterErr, "inconsistent bit_depth_luma_minus8");
+            return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "inconsistent bit_depth_luma_minus8");
         if (summary.bit_depth_chroma_minus8 != bit_depth_chroma_minus8)
-            return TAV_SIGNAL(kTavBridgeParameterErr, "inconsistent bit_depth_chroma_minus8");
+            return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "inconsistent bit_depth_chroma_minus8");
     }
     summary.hasChromaInfo = true;
     summary.chroma_format_idc = chroma_format_idc;
@@ -139,8 +134,8 @@ OSStatus examine(const ParameterSets& sets, std::span<Entry> entries, Summary& s
         summary.ppsCount += entries[i].nalUnitType == kH264NALUnitType_PPS;
         summary.spsExtensionCount += entries[i].nalUnitType == kH264NALUnitType_SPSExtension;
     }
-    if (summary.spsCount == 0) return TAV_SIGNAL(kTavBridgeParameterErr, "no SPS NAL unit found");
-    if (summary.ppsCount == 0) return TAV_SIGNAL(kTavBridgeParameterErr, "no PPS NAL unit found");
+    if (summary.spsCount == 0) return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "no SPS NAL unit found");
+    if (summary.ppsCount == 0) return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "no PPS NAL unit found");
     return 0;
 }
 
@@ -152,11 +147,11 @@ OSStatus settleCounts(Summary& summary)
         summary.spsExtensionCount = 0;
     }
     if (summary.spsCount > 0x1F)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "SPSCount must be less than or equal to 0x1F");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "SPSCount must be less than or equal to 0x1F");
     if (summary.ppsCount > 0xFF)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "PPSCount must be less than or equal to 0xFF");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "PPSCount must be less than or equal to 0xFF");
     if (summary.spsExtensionCount > 0xFF)
-        return TAV_SIGNAL(kTavBridgeParameterErr, "SPSExtCount must be less than or equal to 0xFF");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeParameterErr, "SPSExtCount must be less than or equal to 0xFF");
     return 0;
 }
 
@@ -190,7 +185,7 @@ OSStatus writeRecord(const ParameterSets& sets, std::span<const Entry> entries, 
     auto record = zoAdopt(ZoDataCreateMutable(nullptr, static_cast<ZoIndex>(size)));
     if (record) ZoDataSetLength(record.get(), static_cast<ZoIndex>(size));
     if (!record || ZoDataGetLength(record.get()) != static_cast<ZoIndex>(size))
-        return TAV_SIGNAL(kTavBridgeAllocationFailedErr, "avcC allocation failed");
+        return TAV_SIGNAL_FROM(kOperation, kTavBridgeAllocationFailedErr, "avcC allocation failed");
 
     RecordWriter w(ZoDataGetMutableBytePtr(record.get()));
     w.byte(1);  // configurationVersion
@@ -233,15 +228,19 @@ OSStatus TavH264Bridge_CreateAVCCFromH264ParameterSets(ZoAllocatorRef, size_t pa
     if (widthOut) *widthOut = 0;
     if (heightOut) *heightOut = 0;
 
-    const std::unique_ptr<Entry, Freed> storage(static_cast<Entry*>(calloc(parameterSetCount, sizeof(Entry))));
-    if (!storage) return TAV_SIGNAL(kTavBridgeAllocationFailedErr, "no parameterSetIdAndIndexes");
-    const std::span<Entry> entries(storage.get(), parameterSetCount);
+    memory::ReportingArray<Entry> entryArray;
+    if (!entryArray.resize(parameterSetCount))
+        return TAV_SIGNAL(kTavBridgeAllocationFailedErr, "no parameterSetIdAndIndexes");
+    const std::span<Entry> entries(entryArray.data(), parameterSetCount);
     const ParameterSets sets = {{parameterSetPointers, parameterSetCount}, {parameterSetSizes, parameterSetCount}};
     Summary summary;
     TAV_TRY(examine(sets, entries, summary));
     TAV_TRY(settleCounts(summary));
-    std::stable_sort(entries.begin(), entries.end(),
-                     [](const Entry& a, const Entry& b) { return TavH264Bridge_sortParameterSets(&a, &b) < 0; });
+    // Equal ones stay in the caller's order. std::stable_sort would do so too, and allocate.
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        const int order = TavH264Bridge_sortParameterSets(&a, &b);
+        return order != 0 ? order < 0 : a.index < b.index;
+    });
     TAV_TRY(writeRecord(sets, entries, summary, nalUnitHeaderLength, avcCDataOut));
     if (widthOut && summary.sizesAgree) *widthOut = summary.size.width;
     if (heightOut && summary.sizesAgree) *heightOut = summary.size.height;

@@ -29,11 +29,14 @@ OSStatus RemoveEmulation3Byte(const uint8_t* bytes, size_t size, ZoRef<ZoDataRef
     auto unescaped = zoAdopt(ZoDataCreateMutable(nullptr, static_cast<ZoIndex>(size + 3)));
     if (!unescaped) return TAV_SIGNAL_NAMED(ENOMEM, "ENOMEM", "emulation3Byte malloc");
     const uint8_t* piece = bytes;
-    for (; found; found = nextEmulation3Byte(bytes, found + 1, end)) {
+    size_t removed = 0;
+    for (; found; found = nextEmulation3Byte(bytes, found + 1, end), ++removed) {
         ZoDataAppendBytes(unescaped.get(), piece, found - piece);
         piece = found + 1;
     }
     ZoDataAppendBytes(unescaped.get(), piece, end - piece);
+    if (static_cast<size_t>(ZoDataGetLength(unescaped.get())) != size - removed)
+        return TAV_SIGNAL_NAMED(ENOMEM, "ENOMEM", "emulation3Byte malloc");
     unescapedOut = ZoRef<ZoDataRef>::adopt(unescaped.release());
     return 0;
 }

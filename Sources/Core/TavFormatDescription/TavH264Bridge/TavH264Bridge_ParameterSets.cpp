@@ -6,13 +6,21 @@
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264ParameterSets.h"
 #include "Platform/Common/TavSignal.h"
 
-uint32_t TavH264BitReader::fail(const char* message) noexcept
+uint32_t TavH264BitReader::fail(const char* message, OSStatus status) noexcept
 {
     if (status_ != 0) return 0;
-    status_ = kTavBridgeInvalidSerializedSampleDescriptionErr;
-    if (onFailure_ == OnFailure::kSignal)
-        TavSignalErrorAt3(kTavSignalFormat, 0, status_, "kTavBridgeInvalidSerializedSampleDescriptionErr", message,
-                          TAV_SUBSYSTEM, operation_, __FILE__, __LINE__, __builtin_return_address(0), 0);
+    failedAt_ = position();
+    status_ = status;
+    bits_ = count_ = 0;
+    next_ = end_;
+    if (onFailure_ == OnFailure::kStaySilent) return 0;
+    const char* name = status == kTavBridgeInvalidSerializedSampleDescriptionErr
+                           ? "kTavBridgeInvalidSerializedSampleDescriptionErr"
+                       : status == kTavBridgeInvalidSliceErr ? "kTavBridgeInvalidSliceErr"
+                       : status == kTavBridgeParameterErr    ? "kTavBridgeParameterErr"
+                                                             : "err";
+    TavSignalErrorAt3(kTavSignalFormat, 0, status, name, message, TAV_SUBSYSTEM, operation_, __FILE__, __LINE__,
+                      __builtin_return_address(0), 0);
     return 0;
 }
 

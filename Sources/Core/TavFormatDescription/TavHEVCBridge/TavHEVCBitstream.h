@@ -51,9 +51,14 @@ OSStatus hevcbridgeAdvanceWithCare(HEVCBitstream* reader, uint32_t numBits);
 OSStatus hevcbridgeUEPullLongBitByBit(HEVCBitstream* reader, uint32_t* out);
 OSStatus hevcbridgeUESkipBitByBit(HEVCBitstream* reader);
 /// Signals for the operation named, and gives the code.
-OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message) __attribute__((cold, noinline));
-/// The same for what a walker finds wrong with the syntax.
-OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message) __attribute__((cold, noinline));
+OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message) noexcept
+    __attribute__((cold, noinline));
+/// The same, with `status`, for what a walker finds wrong with the syntax.
+OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message, OSStatus status) noexcept
+    __attribute__((cold, noinline));
+/// Logs what a walker finds odd and passes over. `text` is a format for two numbers at most.
+void hevcbridgeLogRemark(const char* operation, const char* text, uint32_t first, uint32_t second) noexcept
+    __attribute__((cold, noinline));
 
 /// Moves the read position forward and refreshes `bits`; by 0 bits it primes a fresh reader. To stand exactly at the
 /// end is no failure. "end of bitstream"
@@ -107,12 +112,25 @@ inline OSStatus hevcbridgeUPullLong(HEVCBitstream* reader, int32_t numBits, uint
     return status;
 }
 
+/// The number whose two's complement stands in the low `numBits`; 0 for a width that cannot be.
+constexpr int32_t hevcbridgeSignedOf(uint32_t value, int32_t numBits)
+{
+    if (numBits < 1 || numBits > 32) return 0;
+    return static_cast<int32_t>(value << (32 - numBits)) >> (32 - numBits);
+}
+
+/// The value of an se(v) by its code number (9.2.2).
+constexpr int32_t hevcbridgeSignedOf(uint32_t codeNum)
+{
+    return codeNum & 1 ? static_cast<int32_t>(codeNum / 2 + 1) : -static_cast<int32_t>(codeNum / 2);
+}
+
 /// Two's complement of a fixed width, 1 to 32 bits.
 inline OSStatus hevcbridgeSPullLong(HEVCBitstream* reader, int32_t numBits, int32_t* out)
 {
     uint32_t value;
     const OSStatus status = hevcbridgeUPullLong(reader, numBits, &value);
-    *out = status == 0 ? static_cast<int32_t>(value << (32 - numBits)) >> (32 - numBits) : 0;
+    *out = hevcbridgeSignedOf(value, numBits);
     return status;
 }
 
@@ -139,12 +157,12 @@ inline OSStatus hevcbridgeUESkip(HEVCBitstream* reader)
 
 inline OSStatus hevcbridgeSESkip(HEVCBitstream* reader) { return hevcbridgeUESkip(reader); }
 
-/// se(v) (9.2.2).
+/// se(v).
 inline OSStatus hevcbridgeSEPullLong(HEVCBitstream* reader, int32_t* out)
 {
     uint32_t codeNum;
     const OSStatus status = hevcbridgeUEPullLong(reader, &codeNum);
-    *out = codeNum & 1 ? static_cast<int32_t>(codeNum / 2 + 1) : -static_cast<int32_t>(codeNum / 2);
+    *out = hevcbridgeSignedOf(codeNum);
     return status;
 }
 
@@ -152,3 +170,38 @@ inline OSStatus hevcbridgeSEPullLong(HEVCBitstream* reader, int32_t* out)
 /// `nonZeroBehind`, which may be absent and points at null before the first call, remembers what was found, so that a
 /// walk that asks again and again takes time in proportion to the unit's length.
 bool hevcbridgeMoreRBSPData(const HEVCBitstream* reader, const uint8_t** nonZeroBehind);
+
+// What a walker reads with: bits in registers, taken from a run of bytes without emulation prevention, while the record
+// stays behind where it was. Functions out of line take it apart, so that it stays in registers.
+
+struct HEVCBitRun {
+    uint64_t bits = 0;   ///< the next bits from the top; behind `count` of them stand zeros or those that follow
+    uint32_t count = 0;  ///< below 64
+    const uint8_t* next = nullptr;  ///< the byte behind those counted; null: there is no run
+    const uint8_t* end = nullptr;   ///< of the run
+};
+
+/// A run from where the record stands, as far as nothing has to be looked for.
+inline HEVCBitRun hevcbridgeBeginRun(const HEVCBitstream* reader)
+{
+    constexpr uint32_t kLongest = 1 << 24;  // the bits of a run fit 32 bits
+    if (reader->clearBytes == 0) return {};
+    return {.bits = uint64_t{reader->bits} << 32,
+            .count = 32 - reader->bitOffset,
+            .next = reader->position + 4,
+            .end = reader->position + (reader->clearBytes < kLongest ? reader->clearBytes : kLongest) + 3};
+}
+
+/// Moves the record to where a run stands whose `count` bits end at `next`; the run may be read on.
+void hevcbridgeSettle(HEVCBitstream* reader, const uint8_t* next, uint32_t count) noexcept;
+/// A run with more bits, 56 unless its bytes end before; where they have ended, the next one that the record can begin.
+HEVCBitRun hevcbridgeContinueRun(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint64_t bits,
+                                 const uint8_t* end) noexcept;
+
+// What a run has no bits for, by the record: settle, if there is a run, and read.
+
+OSStatus hevcbridgeSettleAndSkip(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint32_t numBits) noexcept;
+OSStatus hevcbridgeSettleAndPull(HEVCBitstream* reader, const uint8_t* next, uint32_t count, int32_t numBits,
+                                 uint32_t* out) noexcept;
+OSStatus hevcbridgeSettleAndSkipUE(HEVCBitstream* reader, const uint8_t* next, uint32_t count) noexcept;
+OSStatus hevcbridgeSettleAndPullUE(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint32_t* out) noexcept;

@@ -1,26 +1,47 @@
 #include <algorithm>
+#include <cstdio>
 
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
+#include "Platform/Common/TavLog.h"
 
 // Every failure of reader and walkers is signalled as this bridge's, whichever of its sources found it.
 static constexpr char kSource[] = "/workspace/tav/Sources/Core/TavFormatDescription/TavHEVCBridge";
 
-static OSStatus signalInvalid(const char* errorName, const char* operation, const char* message, int64_t line)
+static OSStatus signal(OSStatus status, const char* errorName, const char* operation, const char* message, int64_t line)
 {
-    return TavSignalErrorAt3(kTavSignalFormat, gTavHEVCBridgeTrace.emitter,
-                             kTavBridgeInvalidSerializedSampleDescriptionErr, errorName, message, TAV_SUBSYSTEM,
+    return TavSignalErrorAt3(kTavSignalFormat, gTavHEVCBridgeTrace.emitter, status, errorName, message, TAV_SUBSYSTEM,
                              operation, kSource, line, __builtin_return_address(0), 0);
 }
 
-OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message)
+OSStatus hevcbridgeSignalBitstreamError(const char* operation, const char* message) noexcept
 {
-    return signalInvalid("kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
+    return signal(kTavBridgeInvalidSerializedSampleDescriptionErr, "kTavBridgeInvalidSerializedSampleDescriptionErr",
+                  operation, message, __LINE__);
 }
 
-OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message)
+OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message, OSStatus status) noexcept
 {
-    return signalInvalid("err = kTavBridgeInvalidSerializedSampleDescriptionErr", operation, message, __LINE__);
+    const char* name = "err";
+    switch (status) {
+        case kTavBridgeParameterErr: name = "err = kTavBridgeParameterErr"; break;
+        case kTavBridgeAllocationFailedErr: name = "err = kTavBridgeAllocationFailedErr"; break;
+        case kTavBridgeInvalidSerializedSampleDescriptionErr:
+            name = "err = kTavBridgeInvalidSerializedSampleDescriptionErr";
+            break;
+        case kTavBridgeUnsupportedSampleDescriptionFlavorErr:
+            name = "err = kTavBridgeUnsupportedSampleDescriptionFlavorErr";
+            break;
+        default: break;
+    }
+    return signal(status, name, operation, message, __LINE__);
+}
+
+void hevcbridgeLogRemark(const char* operation, const char* text, uint32_t first, uint32_t second) noexcept
+{
+    char remark[256];
+    snprintf(remark, sizeof(remark), text, first, second);
+    tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: %s", operation, remark);
 }
 
 static uint64_t bytesFrom(const HEVCBitstream* reader, const uint8_t* place)
@@ -30,10 +51,26 @@ static uint64_t bytesFrom(const HEVCBitstream* reader, const uint8_t* place)
 
 static bool isEscapeAt(const uint8_t* place) { return place[0] == 0 && place[1] == 0 && place[2] == 3; }
 
-// How far the position may move with nothing to look for, and one more. A few hundred bits are looked at at a time.
+// How many of `count` bytes stand in front of the first emulation prevention sequence that begins among them. `left`
+// bytes follow in all. 03 is rarer than zeros, and memchr as fast as memory.
+static uint64_t bytesBeforeEscape(const uint8_t* bytes, uint64_t count, uint64_t left)
+{
+    if (left < 3) return count;
+    const uint8_t* const end = bytes + std::min(left, count + 2);
+    for (const uint8_t* from = bytes + 2; from < end;) {
+        const auto* three = static_cast<const uint8_t*>(memchr(from, 3, static_cast<size_t>(end - from)));
+        if (!three) break;
+        if (isEscapeAt(three - 2)) return static_cast<uint64_t>(three - 2 - bytes);
+        from = three + 1;
+    }
+    return count;
+}
+
+// How far the position may move with nothing to look for, and one more. Looked at are a few bytes at the start of a
+// unit, which is all that a walk of a slice's header reads, and some more once it goes on.
 static uint32_t clearBytesAhead(const HEVCBitstream* reader)
 {
-    constexpr uint64_t kWindow = 64;
+    constexpr uint64_t kFirstWindow = 32, kWindow = 256;
     if (!reader->removeEmulationPrevention) {
         const uint64_t left = bytesFrom(reader, reader->position);
         return left < 4 ? 0 : static_cast<uint32_t>(std::min<uint64_t>(left - 4, UINT32_MAX - 1)) + 1;
@@ -42,10 +79,9 @@ static uint32_t clearBytesAhead(const HEVCBitstream* reader)
     // A long skip may land between 00 and its emulation prevention byte, which no bit of the mask then tells of.
     if (memcmp(reader->lookahead, reader->position, 4) != 0) return 0;
     const uint64_t left = bytesFrom(reader, reader->rawNext);
-    const uint64_t most = std::min(left, kWindow);
-    uint64_t clear = 0;
-    while (clear < most && (left - clear < 3 || !isEscapeAt(reader->rawNext + clear))) ++clear;
-    return static_cast<uint32_t>(clear) + 1;
+    const bool isFirst = reader->position - reader->data < static_cast<ptrdiff_t>(kFirstWindow);
+    const uint64_t most = std::min(left, isFirst ? kFirstWindow : kWindow);
+    return static_cast<uint32_t>(bytesBeforeEscape(reader->rawNext, most, left)) + 1;
 }
 
 static void append(HEVCBitstream* reader, uint8_t byte)
@@ -172,4 +208,58 @@ bool hevcbridgeMoreRBSPData(const HEVCBitstream* reader, const uint8_t** nonZero
     }
     if (nonZeroBehind) *nonZeroBehind = found;
     return true;
+}
+
+// MARK: runs
+
+void hevcbridgeSettle(HEVCBitstream* reader, const uint8_t* next, uint32_t count) noexcept
+{
+    if (!next) return;
+    const uint64_t taken = static_cast<uint64_t>(next - reader->position) * 8 - count;
+    if (taken == reader->bitOffset) return;
+    const auto bits = static_cast<uint32_t>(taken - reader->bitOffset);
+    // The last bytes of a run are stepped over apart: what follows them in the look-ahead is not theirs.
+    const uint64_t clearBits = reader->clearBytes == 0 ? 0 : uint64_t{reader->clearBytes} * 8 - 1 - reader->bitOffset;
+    if (clearBits == 0 || bits <= clearBits) {
+        hevcbridgeAdvanceInBitstream(reader, bits);
+    } else {
+        hevcbridgeAdvanceInBitstream(reader, static_cast<uint32_t>(clearBits));
+        hevcbridgeAdvanceInBitstream(reader, static_cast<uint32_t>(bits - clearBits));
+    }
+}
+
+HEVCBitRun hevcbridgeContinueRun(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint64_t bits,
+                                 const uint8_t* end) noexcept
+{
+    if (next == end) {
+        hevcbridgeSettle(reader, next, count);
+        return hevcbridgeBeginRun(reader);
+    }
+    for (; count < 56 && next != end; count += 8) bits |= uint64_t{*next++} << (56 - count);
+    return {.bits = bits, .count = count, .next = next, .end = end};
+}
+
+OSStatus hevcbridgeSettleAndSkip(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint32_t numBits) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return hevcbridgeUSkip(reader, numBits);
+}
+
+OSStatus hevcbridgeSettleAndPull(HEVCBitstream* reader, const uint8_t* next, uint32_t count, int32_t numBits,
+                                 uint32_t* out) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return hevcbridgeUPullLong(reader, numBits, out);
+}
+
+OSStatus hevcbridgeSettleAndSkipUE(HEVCBitstream* reader, const uint8_t* next, uint32_t count) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return hevcbridgeUESkip(reader);
+}
+
+OSStatus hevcbridgeSettleAndPullUE(HEVCBitstream* reader, const uint8_t* next, uint32_t count, uint32_t* out) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return hevcbridgeUEPullLong(reader, out);
 }

@@ -147,7 +147,7 @@ OSStatus hevcbridgeCopyParsingInformationWith(const uint8_t* nalUnit, size_t nal
 
     auto text = zoAdopt(ZoStringCreateMutable(kZoAllocatorDefault, 0));
     if (!text) return TAV_SIGNAL(kTavBridgeAllocationFailedErr, "text NULL");
-    const HEVCBridgeParseContext context = contextForEverything(text.get(), parsingInfo);
+    HEVCBridgeParseContext context = contextForEverything(text.get(), parsingInfo);
     const OSStatus status = hevcbridgeParseNALUnitWith(&reader, &context, walkers);
     if (status != 0) add(text.get(), "Error found: %d\n", status);
     if (stringOut) *stringOut = text.release();

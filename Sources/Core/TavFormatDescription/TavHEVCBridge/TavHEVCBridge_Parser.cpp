@@ -23,6 +23,30 @@ const HEVCWalkers kHEVCWalkers = {
     .dolbyRPUData = hevcbridgeParseDolbyRPUDataRBSP,
 };
 
+OSStatus hevcbridgeTellFlag(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                            const HEVCBridgeParseContext* context, uint32_t field, uint32_t value,
+                            int32_t index) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return context->flagCallback(context->refcon, field, static_cast<Boolean>(value), index);
+}
+
+OSStatus hevcbridgeTellUnsigned(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                                const HEVCBridgeParseContext* context, uint32_t field, uint32_t value,
+                                int32_t index) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return context->unsignedCallback(context->refcon, field, value, index);
+}
+
+OSStatus hevcbridgeTellSigned(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                              const HEVCBridgeParseContext* context, uint32_t field, int32_t value,
+                              int32_t index) noexcept
+{
+    hevcbridgeSettle(reader, next, count);
+    return context->signedCallback(context->refcon, field, value, index);
+}
+
 OSStatus hevcbridgeSEPullIfRequested(HEVCBitstream* reader, const HEVCBridgeParseContext* context, bool requested,
                                      uint32_t fieldIdentifier)
 {
@@ -55,9 +79,8 @@ static OSStatus hevcbridgeParseSEIRBSP(HEVCBitstream* reader, const HEVCBridgePa
     const uint8_t* nonZeroBehind = nullptr;
     HEVCWalker w(reader, context);
     do w.structure(walkers.seiMessage, nalUnitType);
-    while (w.ok() && hevcbridgeMoreRBSPData(reader, &nonZeroBehind));
-    const uint32_t trailing = w.pull(8);
-    w.require(trailing == 0x80, "{hevcbridgeParseSEIRBSP} ERROR: Wrong rbps_trailing_bits in SEI RBSP");
+    while (w.moreRBSPData(&nonZeroBehind));
+    w.require(w.pull(8) == 0x80, "{hevcbridgeParseSEIRBSP} ERROR: Wrong rbps_trailing_bits in SEI RBSP");
     return w.status();
 }
 
@@ -106,10 +129,8 @@ static OSStatus parsePayload(HEVCBitstream* reader, const HEVCBridgeParseContext
 OSStatus hevcbridgeParseNALUnitWith(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
                                     const HEVCWalkers& walkers)
 {
-    HEVCWalker w(reader, context);
-    const uint32_t forbiddenZeroBit = w.pull(1);
-    w.require(forbiddenZeroBit == 0, "{hevcbridgeParseNALUnit} ERROR: Wrong forbidden_bit in NAL unit",
-              "hevcbridgeParseNALUnit");
+    HEVCWalker w(reader, context, "hevcbridgeParseNALUnit");
+    w.require(w.pull(1) == 0, "{hevcbridgeParseNALUnit} ERROR: Wrong forbidden_bit in NAL unit");
     const uint32_t nalUnitType = w.needU(6, HEVCField::nal_unit_type);
     const uint32_t nuhLayerId = w.needU(6, HEVCField::nuh_layer_id);
     const uint32_t nuhTemporalIdPlus1 = w.needU(3, HEVCField::nuh_temporal_id_plus1);

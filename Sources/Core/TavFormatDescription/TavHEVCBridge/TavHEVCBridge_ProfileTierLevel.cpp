@@ -69,12 +69,11 @@ OSStatus hevcbridgeParseProfileTierLevel(HEVCBitstream* reader, const HEVCBridge
     w.u(8, HEVCField::general_level_idc);
 
     uint32_t subLayerBits = 0;
-    for (uint32_t i = 0; i < maxNumSubLayersMinus1; ++i) {
+    w.times(maxNumSubLayersMinus1, [&] {
         if (w.pull(1)) subLayerBits += 88;  // sub_layer_profile_present_flag
         if (w.pull(1)) subLayerBits += 8;   // sub_layer_level_present_flag
-    }
-    if (maxNumSubLayersMinus1 > 0)
-        for (uint32_t i = maxNumSubLayersMinus1; i < 8; ++i) w.skip(2);  // reserved_zero_2bits
+    });
+    if (maxNumSubLayersMinus1 > 0) w.skip(2 * (8 - maxNumSubLayersMinus1));  // reserved_zero_2bits
     w.skip(subLayerBits);
     return w.status();
 }

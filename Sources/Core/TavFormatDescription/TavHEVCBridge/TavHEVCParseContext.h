@@ -1,7 +1,7 @@
 // What a caller wants to be told while a NAL unit is walked: fields by identifier, filter bits that ask for them, and
 // the callbacks that receive them. A walk skips what nobody asked for without decoding it, and goes on until a callback
-// stops it. Reader and context serve one NAL unit and one thread; a callback may change filters and callbacks for what
-// is still to come.
+// stops it. Reader and context serve one NAL unit and one thread. A callback may change filters and callbacks for what
+// is still to come, though the walk takes the context as const: what a callback changes must not be a const object.
 //
 //     HEVCBridgeParseContext context = {.refcon = &found, .unsignedCallback = takeWidth};
 //     hevcbridgeRequest(&context, HEVCField::pic_width_in_luma_samples);
@@ -9,8 +9,10 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "Foundation/Values/ZoData.h"
 #include "Platform/Common/LuBase.h"
@@ -115,26 +117,41 @@ inline constexpr HEVCFilterGroup kHEVCFilterGroups[] = {
 };
 // clang-format on
 
-/// A field with the place of its filter bit, worked out by the compiler where the field is written as a constant.
+/// Where a field's filter bit stands: offset of the word in the context, and bit.
+struct HEVCFilterBit {
+    uint16_t word;
+    uint8_t bit;
+};
+
+/// Those of all fields by identifier.
+inline constexpr std::array<HEVCFilterBit, HEVCField::count> kHEVCFilterBits = [] {
+    std::array<HEVCFilterBit, HEVCField::count> bits = {};
+    const HEVCFilterGroup* group = kHEVCFilterGroups;
+    for (uint32_t field = 0; field < HEVCField::count; ++field) {
+        if (group + 1 != std::end(kHEVCFilterGroups) && group[1].first == field) ++group;
+        const uint32_t bit = field - group->first;
+        bits[field] = {static_cast<uint16_t>(group->offset + bit / 64 * 8), static_cast<uint8_t>(bit % 64)};
+    }
+    return bits;
+}();
+
+/// A field with the place of its filter bit: worked out by the compiler where the field is written as a constant,
+/// looked up where it is told at run time.
 struct HEVCFieldPlace {
     consteval HEVCFieldPlace(HEVCField::Identifier field) : HEVCFieldPlace(of(field)) {}
 
+    /// `field` is below HEVCField::count.
     static constexpr HEVCFieldPlace of(uint32_t field)
     {
-        const HEVCFilterGroup* group = kHEVCFilterGroups;
-        for (const HEVCFilterGroup& next : kHEVCFilterGroups)
-            if (next.first <= field) group = &next;
-        const uint32_t bit = field - group->first;
-        return {field, group->offset + bit / 64 * 8, bit % 64};
+        return {static_cast<uint16_t>(field), kHEVCFilterBits[field]};
     }
 
-    uint32_t identifier;
-    uint32_t word;  ///< offset of the filter word in the context
-    uint32_t bit;
+    uint16_t identifier;
+    uint16_t word;
+    uint8_t bit;
 
 private:
-    constexpr HEVCFieldPlace(uint32_t field, uint32_t filterWord, uint32_t filterBit)
-        : identifier(field), word(filterWord), bit(filterBit)
+    constexpr HEVCFieldPlace(uint16_t field, HEVCFilterBit place) : identifier(field), word(place.word), bit(place.bit)
     {}
 };
 

@@ -3,64 +3,158 @@
 // Each element is one line that names its descriptor and its field. The rule for every element stands here once: what
 // is neither requested nor needed is skipped without decoding; what is needed for the syntax is read whatever the
 // filter says; what is requested is read and reported. After the first failure, or a callback's stop, elements give 0
-// and do nothing, so that no line needs a test of its own; a loop whose count comes from the stream asks ok() once a
-// turn.
+// and do nothing, so that no line needs a test of its own, and times() turns no more.
+//
+// While it walks, bits stand in the walker and the reader's record stays behind. The record is right wherever it can be
+// looked at: in callbacks, in structure(), through reader(), and once the walker is gone.
 
 #pragma once
 
+#include <span>
+#include <type_traits>
+
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBitstream.h"
 #include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCParseContext.h"
+#include "Utilities/TavBigEndian.h"
+
+// An element is some thirty instructions, whose bits are in registers only where no call stands between two of them.
+#define HEVC_INLINE __attribute__((always_inline)) inline
+
+// A callback's answer, with the record right while it is asked.
+
+OSStatus hevcbridgeTellFlag(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                            const HEVCBridgeParseContext* context, uint32_t field, uint32_t value,
+                            int32_t index) noexcept;
+OSStatus hevcbridgeTellUnsigned(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                                const HEVCBridgeParseContext* context, uint32_t field, uint32_t value,
+                                int32_t index) noexcept;
+OSStatus hevcbridgeTellSigned(HEVCBitstream* reader, const uint8_t* next, uint32_t count,
+                              const HEVCBridgeParseContext* context, uint32_t field, int32_t value,
+                              int32_t index) noexcept;
+
+/// An element of a fixed width, for syntax that is written as a table.
+struct HEVCFieldRow {
+    HEVCFieldPlace field;
+    uint8_t bits;
+    bool isSigned = false;
+};
 
 class HEVCWalker {
 public:
-    HEVCWalker(HEVCBitstream* reader, const HEVCBridgeParseContext* context) : reader_(reader), context_(context) {}
+    static constexpr int32_t kNoIndex = -1;
+
+    /// Failures are signalled with the name of the operation, which is the function that makes the walker.
+    HEVCWalker(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
+               const char* operation = __builtin_FUNCTION())
+        : reader_(reader), context_(context), operation_(operation), run_(hevcbridgeBeginRun(reader))
+    {}
+    ~HEVCWalker() { settle(); }
+    HEVCWalker(const HEVCWalker&) = delete;
+    HEVCWalker& operator=(const HEVCWalker&) = delete;
 
     bool ok() const { return status_ == 0; }
     OSStatus status() const { return status_; }
 
     // Elements that are only reported.
 
-    void flag(HEVCFieldPlace field) { one(field, false); }
-    void u(int32_t bits, HEVCFieldPlace field) { fixed(bits, field, false); }
-    void ue(HEVCFieldPlace field) { exponential(field, false); }
-    void se(HEVCFieldPlace field) { signedExponential(field, false); }
-    void s(int32_t bits, HEVCFieldPlace field) { signedFixed(bits, field, false); }
+    HEVC_INLINE void flag(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        element<Descriptor::kFlag>(field, index, false);
+    }
+    HEVC_INLINE void u(int32_t bits, HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        element<Descriptor::kU>(field, index, false, bits);
+    }
+    HEVC_INLINE void ue(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        element<Descriptor::kUE>(field, index, false);
+    }
+    HEVC_INLINE void se(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        element<Descriptor::kSE>(field, index, false);
+    }
+    HEVC_INLINE void s(int32_t bits, HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        element<Descriptor::kS>(field, index, false, bits);
+    }
+    void rows(std::span<const HEVCFieldRow> table, int32_t index = kNoIndex)
+    {
+        for (const HEVCFieldRow& row : table)
+            row.isSigned ? s(row.bits, row.field, index) : u(row.bits, row.field, index);
+    }
 
     // Elements that the syntax behind them depends on.
 
-    bool needFlag(HEVCFieldPlace field) { return one(field, true) != 0; }
-    uint32_t needU(int32_t bits, HEVCFieldPlace field) { return fixed(bits, field, true); }
-    uint32_t needUE(HEVCFieldPlace field) { return exponential(field, true); }
-    int32_t needSE(HEVCFieldPlace field) { return signedExponential(field, true); }
+    HEVC_INLINE bool needFlag(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        return element<Descriptor::kFlag>(field, index, true) != 0;
+    }
+    HEVC_INLINE uint32_t needU(int32_t bits, HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        return element<Descriptor::kU>(field, index, true, bits);
+    }
+    HEVC_INLINE uint32_t needUE(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        return element<Descriptor::kUE>(field, index, true);
+    }
+    HEVC_INLINE int32_t needSE(HEVCFieldPlace field, int32_t index = kNoIndex)
+    {
+        return element<Descriptor::kSE>(field, index, true);
+    }
 
     // Elements that are no fields: nobody can ask for them.
 
-    void skip(uint32_t bits) { step(hevcbridgeUSkip, bits); }
-    void skipUE() { step(hevcbridgeUESkip); }
-    void skipSE() { step(hevcbridgeSESkip); }
-    uint32_t pull(int32_t bits)
+    HEVC_INLINE void skip(uint32_t bits)
     {
+        if (ZO_LIKELY(bits <= kMostBits && has(bits)))
+            take(bits);
+        else if (ok())
+            moved(hevcbridgeSettleAndSkip(reader_, run_.next, run_.count, bits));
+    }
+    HEVC_INLINE void skipUE()
+    {
+        if (const uint32_t length = codeLength(); ZO_LIKELY(length != 0))
+            take(length);
+        else if (ok())
+            moved(hevcbridgeSettleAndSkipUE(reader_, run_.next, run_.count));
+    }
+    HEVC_INLINE void skipSE() { skipUE(); }
+    HEVC_INLINE uint32_t pull(int32_t bits)
+    {
+        const auto count = static_cast<uint32_t>(bits);
+        if (ZO_LIKELY(count - 1 < kMostBits && has(count))) {
+            const auto value = static_cast<uint32_t>(run_.bits >> (64 - count));
+            take(count);
+            return value;
+        }
         uint32_t value = 0;
-        step(hevcbridgeUPullLong, bits, &value);
+        if (ok()) moved(hevcbridgeSettleAndPull(reader_, run_.next, run_.count, bits, &value));
         return value;
     }
-    uint32_t pullUE()
+    HEVC_INLINE uint32_t pullUE()
     {
+        if (const uint32_t length = codeLength(); ZO_LIKELY(length != 0)) {
+            const auto value = static_cast<uint32_t>(run_.bits >> (64 - length));
+            take(length);
+            return value - 1;
+        }
         uint32_t value = 0;
-        step(hevcbridgeUEPullLong, &value);
+        if (ok()) moved(hevcbridgeSettleAndPullUE(reader_, run_.next, run_.count, &value));
         return value;
     }
 
     // Values that a walker works out, reported where they are requested.
 
-    void report(HEVCFieldPlace field, uint32_t value, int32_t index)
+    void report(HEVCFieldPlace field, uint32_t value, int32_t index = kNoIndex)
     {
         if (ok() && isRequested(field))
-            status_ = context_->unsignedCallback(context_->refcon, field.identifier, value, index);
+            answer(hevcbridgeTellUnsigned(reader_, run_.next, run_.count, context_, field.identifier, value, index));
     }
     void report(HEVCFieldPlace field, ZoDataRef value)
     {
-        if (ok() && isRequested(field)) status_ = context_->dataCallback(context_->refcon, field.identifier, value);
+        if (!ok() || !isRequested(field)) return;
+        settle();
+        answer(context_->dataCallback(context_->refcon, field.identifier, value));
     }
 
     bool isRequested(HEVCFieldPlace field) const { return hevcbridgeIsRequested(context_, field); }
@@ -69,87 +163,150 @@ public:
     template <typename Walk, typename... Arguments>
     void structure(Walk walk, Arguments... arguments)
     {
-        if (ok()) status_ = walk(reader_, context_, arguments...);
+        if (!ok()) return;
+        settle();
+        moved(walk(reader_, context_, arguments...));
     }
 
-    /// Fails unless the condition holds; signals with the name of the function that asks.
-    void require(bool condition, const char* message, const char* operation = __builtin_FUNCTION())
+    /// The one loop over a count from the stream: `turn(i)`, or `turn()`, until the first failure. 2^32 turns that a
+    /// few bytes ask for end where the bytes do.
+    template <typename Turn>
+    void times(uint32_t count, Turn turn)
     {
-        if (ok() && ZO_UNLIKELY(!condition)) status_ = hevcbridgeSignalSyntaxError(operation, message);
+        for (uint32_t i = 0; i < count && ok(); ++i) {
+            if constexpr (std::is_invocable_v<Turn, uint32_t>)
+                turn(i);
+            else
+                turn();
+        }
+    }
+
+    /// Fails with `status` unless the condition holds.
+    HEVC_INLINE void require(bool condition, const char* message,
+                             OSStatus status = kTavBridgeInvalidSerializedSampleDescriptionErr)
+    {
+        if (ok() && ZO_UNLIKELY(!condition)) end(hevcbridgeSignalSyntaxError(operation_, message, status));
+    }
+    /// Logs, and no more, unless the condition holds. `text` is a format for two numbers at most.
+    void remark(bool condition, const char* text, uint32_t first = 0, uint32_t second = 0) const
+    {
+        if (ok() && ZO_UNLIKELY(!condition)) hevcbridgeLogRemark(operation_, text, first, second);
+    }
+    /// Ends the walk, without a signal.
+    void end(OSStatus status)
+    {
+        if (!ok()) return;
+        settle();
+        moved(status);
+    }
+
+    // Where the walk stands.
+
+    bool isByteAligned() const { return (run_.next ? run_.count % 8 : reader_->bitOffset) == 0; }
+    const HEVCBitstream& reader()
+    {
+        settle();
+        return *reader_;
+    }
+    /// more_rbsp_data (7.2); see hevcbridgeMoreRBSPData.
+    bool moreRBSPData(const uint8_t** nonZeroBehind)
+    {
+        return ok() && hevcbridgeMoreRBSPData(&reader(), nonZeroBehind);
     }
 
 private:
-    // The rule for elements. `stepOver` takes the reader; `read` the reader and where the value goes; `tell` the value.
-    template <typename Value, typename StepOver, typename Read, typename Tell>
-    Value element(HEVCFieldPlace field, bool isNeeded, StepOver stepOver, Read read, Tell tell)
+    // What is read from registers at once: no element moves the record past its look-ahead.
+    static constexpr uint32_t kMostBits = 32;
+
+    // Bits by register. A walk that has failed has none, so that what follows does nothing.
+
+    HEVC_INLINE bool has(uint32_t bits)
     {
-        Value value = 0;
-        if (ZO_UNLIKELY(!ok())) return value;
+        if (ZO_LIKELY(run_.count >= bits)) return true;
+        if (ZO_LIKELY(run_.end - run_.next >= 8)) {
+            run_.bits |= loadBE64(run_.next) >> run_.count;
+            run_.next += (63 - run_.count) >> 3;
+            run_.count |= 56;
+            return true;
+        }
+        if (run_.next) run_ = hevcbridgeContinueRun(reader_, run_.next, run_.count, run_.bits, run_.end);
+        return run_.count >= bits;
+    }
+    HEVC_INLINE void take(uint32_t bits)
+    {
+        run_.bits <<= bits;
+        run_.count -= bits;
+    }
+    // How long the code word of an ue(v) is that stands in the run; 0 where it is none, or too long to be read at once.
+    HEVC_INLINE uint32_t codeLength()
+    {
+        uint32_t length = wholeCodeLength();
+        if (ZO_LIKELY(length <= run_.count)) return length;
+        has(kMostBits);
+        length = wholeCodeLength();
+        return length <= run_.count ? length : 0;
+    }
+    HEVC_INLINE uint32_t wholeCodeLength() const
+    {
+        const auto zeros = static_cast<uint32_t>(__builtin_clzll(run_.bits | 1));
+        return ZO_LIKELY(2 * zeros + 1 < kMostBits) ? 2 * zeros + 1 : 64;
+    }
+    HEVC_INLINE void settle()
+    {
+        if (run_.next) hevcbridgeSettle(reader_, run_.next, run_.count);
+    }
+
+    // What a callback said. One that stops the walk leaves nothing to read.
+    HEVC_INLINE void answer(OSStatus status)
+    {
+        status_ = status;
+        if (ZO_UNLIKELY(status != 0)) run_ = {};
+    }
+
+    // What was done by the record, which the run goes on from.
+    HEVC_INLINE void moved(OSStatus status)
+    {
+        status_ = status;
+        run_ = status == 0 ? hevcbridgeBeginRun(reader_) : HEVCBitRun();
+    }
+
+    enum class Descriptor { kFlag, kU, kUE, kSE, kS };  // the signed ones last
+    template <bool kIsSigned>
+    using Number = std::conditional_t<kIsSigned, int32_t, uint32_t>;
+
+    // The rule for elements.
+    template <Descriptor kDescriptor>
+    HEVC_INLINE Number<(kDescriptor >= Descriptor::kSE)> element(HEVCFieldPlace field, int32_t index, bool isNeeded,
+                                                                 int32_t bits = 1)
+    {
+        constexpr bool kIsCode = kDescriptor == Descriptor::kUE || kDescriptor == Descriptor::kSE;
+        constexpr bool kIsSigned = kDescriptor >= Descriptor::kSE;
         const bool isAskedFor = isRequested(field);
         if (!isAskedFor && !isNeeded) {
-            status_ = stepOver(reader_);
-            return value;
+            kIsCode ? skipUE() : skip(static_cast<uint32_t>(bits));
+            return 0;
         }
-        status_ = read(reader_, &value);
-        if (isAskedFor && ok()) status_ = tell(value);
+        const uint32_t read = kIsCode ? pullUE() : pull(bits);
+        const auto value = static_cast<Number<kIsSigned>>(!kIsSigned ? read
+                                                          : kIsCode  ? hevcbridgeSignedOf(read)
+                                                                     : hevcbridgeSignedOf(read, bits));
+        if (isAskedFor && ok()) {
+            constexpr auto kTell = [] {
+                if constexpr (kIsSigned)
+                    return hevcbridgeTellSigned;
+                else
+                    return kDescriptor == Descriptor::kFlag ? hevcbridgeTellFlag : hevcbridgeTellUnsigned;
+            }();
+            answer(kTell(reader_, run_.next, run_.count, context_, field.identifier, value, index));
+        }
         return value;
     }
 
-    uint32_t one(HEVCFieldPlace field, bool isNeeded)
-    {
-        return element<uint32_t>(
-            field, isNeeded, [](HEVCBitstream* reader) { return hevcbridgeUSkip(reader, 1); },
-            [](HEVCBitstream* reader, uint32_t* value) { return hevcbridgeUPull(reader, 1, value); },
-            [&](uint32_t value) {
-                return context_->flagCallback(context_->refcon, field.identifier, static_cast<Boolean>(value),
-                                              kNoIndex);
-            });
-    }
-    uint32_t fixed(int32_t bits, HEVCFieldPlace field, bool isNeeded)
-    {
-        return element<uint32_t>(
-            field, isNeeded,
-            [&](HEVCBitstream* reader) { return hevcbridgeUSkip(reader, static_cast<uint32_t>(bits)); },
-            [&](HEVCBitstream* reader, uint32_t* value) { return hevcbridgeUPullLong(reader, bits, value); },
-            [&](uint32_t value) { return tellUnsigned(field, value); });
-    }
-    uint32_t exponential(HEVCFieldPlace field, bool isNeeded)
-    {
-        return element<uint32_t>(field, isNeeded, hevcbridgeUESkip, hevcbridgeUEPullLong,
-                                 [&](uint32_t value) { return tellUnsigned(field, value); });
-    }
-    int32_t signedExponential(HEVCFieldPlace field, bool isNeeded)
-    {
-        return element<int32_t>(field, isNeeded, hevcbridgeSESkip, hevcbridgeSEPullLong,
-                                [&](int32_t value) { return tellSigned(field, value); });
-    }
-    void signedFixed(int32_t bits, HEVCFieldPlace field, bool isNeeded)
-    {
-        element<int32_t>(
-            field, isNeeded,
-            [&](HEVCBitstream* reader) { return hevcbridgeUSkip(reader, static_cast<uint32_t>(bits)); },
-            [&](HEVCBitstream* reader, int32_t* value) { return hevcbridgeSPullLong(reader, bits, value); },
-            [&](int32_t value) { return tellSigned(field, value); });
-    }
-
-    OSStatus tellUnsigned(HEVCFieldPlace field, uint32_t value) const
-    {
-        return context_->unsignedCallback(context_->refcon, field.identifier, value, kNoIndex);
-    }
-    OSStatus tellSigned(HEVCFieldPlace field, int32_t value) const
-    {
-        return context_->signedCallback(context_->refcon, field.identifier, value, kNoIndex);
-    }
-
-    template <typename Operation, typename... Arguments>
-    void step(Operation operation, Arguments... arguments)
-    {
-        if (ok()) status_ = operation(reader_, arguments...);
-    }
-
-    static constexpr int32_t kNoIndex = -1;
-
     HEVCBitstream* reader_;
     const HEVCBridgeParseContext* context_;
+    const char* operation_;
+    HEVCBitRun run_;
     OSStatus status_ = 0;
 };
+
+#undef HEVC_INLINE

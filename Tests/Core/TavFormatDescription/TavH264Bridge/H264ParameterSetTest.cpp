@@ -47,8 +47,6 @@ TEST(H264SPSSize, isCroppedInUnitsOfTheChromaFormat)
     };
     const H264SPS::Crop crop = {1, 2, 3, 4};
     const Row rows[] = {
-        {"uncropped", {}, {640, 480}},
-        {"4:2:0", {.profile = 100, .crop = crop}, {640 - 6, 480 - 14}},
         {"4:2:0 of a profile without chroma info", {.crop = crop}, {640 - 6, 480 - 14}},
         {"4:2:2", {.profile = 122, .chroma_format_idc = 2, .crop = crop}, {640 - 6, 480 - 7}},
         {"4:4:4", {.profile = 244, .chroma_format_idc = 3, .crop = crop}, {640 - 3, 480 - 7}},
@@ -170,77 +168,49 @@ TEST(H264CodeNumbers, haveTwelveLeadingZerosAtMost)
     EXPECT_EQ(sizeOf(sps.unit(), &size), kTavBridgeInvalidSerializedSampleDescriptionErr);
 }
 
+// What no encoder writes: a clock of fields without frames, an HRD of many buffers and long rates.
 TEST(H264VUI, tellsFrameRateAndDelayBits)
 {
-    struct Row {
-        const char* what;
-        H264SPS sps;
-        float rate;
-    };
-    for (const Row& row : {Row{"frames", {}, 29.97f}, Row{"fields", {.frame_mbs_only_flag = false}, 59.94f},
-                           Row{"fields in order", {.pic_order_cnt_type = 0, .frame_mbs_only_flag = false}, 29.97f}}) {
-        H264SPS sps = row.sps;
-        sps.vui = [](BitWriter& w) { writeNoVUIButTiming(w, 1001, 60000); };
-        float rate = 0;
-        Boolean fixed = 2, picStruct = 2, hrd = 2;
-        uint32_t bits = 99;
-        ASSERT_EQ(TavH264Bridge_GetSPS_VUI_Framerate(bytes(sps.unit()), sps.unit().size(), &rate, &fixed, &picStruct,
-                                                     &hrd, &bits),
-                  0)
-            << row.what;
-        EXPECT_NEAR(rate, row.rate, 0.01) << row.what;
-        EXPECT_TRUE(fixed && picStruct && !hrd && bits == 0) << row.what;
-    }
-    H264SPS withHRD;
+    H264SPS fields{.frame_mbs_only_flag = false}, withHRD;
+    fields.vui = [](BitWriter& w) { writeNoVUIButTiming(w, 1001, 60000); };
     withHRD.vui = [](BitWriter& w) {
         w.flag(0).flag(0).flag(0).flag(0).flag(1).u(32, 1).u(32, 50).flag(0).flag(0).flag(1);
         writeHRD(w, 2, 0x7FFFFFFE);  // 30 leading zeros
         w.flag(0).flag(0).flag(0);
     };
-    float rate = 0;
-    Boolean fixed = 2, picStruct = 2, hrd = 2;
-    uint32_t bits = 0;
-    ASSERT_EQ(TavH264Bridge_GetSPS_VUI_Framerate(bytes(withHRD.unit()), withHRD.unit().size(), &rate, &fixed,
-                                                 &picStruct, &hrd, &bits),
-              0);
-    EXPECT_TRUE(hrd && !fixed && !picStruct);
-    EXPECT_EQ(bits, 15u + 5u + 2u);
-    EXPECT_EQ(rate, 25.0f);
+    struct Row {
+        std::string unit;
+        float rate;
+        bool isFixed, hasPicStruct, hasHRD;
+        uint32_t bits;
+    };
+    for (const Row& row : {Row{fields.unit(), 60000 / 1001.0f, true, true, false, 0},
+                           Row{withHRD.unit(), 25.0f, false, false, true, 15 + 5 + 2}}) {
+        float rate = 0;
+        Boolean fixed = 2, picStruct = 2, hrd = 2;
+        uint32_t bits = 99;
+        EXPECT_EQ(TavH264Bridge_GetSPS_VUI_Framerate(bytes(row.unit), row.unit.size(), &rate, &fixed, &picStruct, &hrd,
+                                                     &bits),
+                  0);
+        EXPECT_FLOAT_EQ(rate, row.rate);
+        EXPECT_TRUE(fixed == row.isFixed && picStruct == row.hasPicStruct && hrd == row.hasHRD && bits == row.bits);
+    }
 }
 
-TEST(H264VUI, tellsColourRangeChromaLocationAndAspectRatio)
+// Beside what encoders write: the rows that say nothing, and those of the table's end.
+TEST(H264VUI, tellsTheAspectRatioByTable)
 {
-    const auto unitWith = [](uint32_t aspect_ratio_idc) {
-        H264SPS sps;
-        sps.vui = [aspect_ratio_idc](BitWriter& w) {
-            w.flag(1).u(8, aspect_ratio_idc);
-            if (aspect_ratio_idc == 255) w.u(16, 20480).u(16, 15360);
-            w.flag(1).flag(0).flag(1).u(3, 5).flag(1).flag(1).u(8, 9).u(8, 16).u(8, 10).flag(1).ue(2).ue(3);
-            w.flag(0).flag(0).flag(0).flag(0).flag(0);
-        };
-        return sps.unit();
-    };
     struct Row {
         uint32_t idc, horizontal, vertical;
     };
-    // 0 is success and says nothing, and so is what the table does not have.
-    for (const Row& row : {Row{1, 1, 1}, Row{2, 12, 11}, Row{13, 160, 99}, Row{16, 2, 1}, Row{255, 20480, 15360},
-                           Row{0, 77, 88}, Row{17, 77, 88}, Row{254, 77, 88}}) {
+    for (const Row& row : {Row{2, 12, 11}, Row{13, 160, 99}, Row{16, 2, 1}, Row{0, 77, 88}, Row{17, 77, 88}}) {
+        H264SPS sps;
+        sps.vui = [&](BitWriter& w) { w.flag(1).u(8, row.idc).zeros(8); };
         uint32_t horizontal = 77, vertical = 88;
-        const std::string unit = unitWith(row.idc);
-        EXPECT_EQ(TavH264Bridge_GetSPS_VUI_AspectRatio(bytes(unit), unit.size(), &horizontal, &vertical), 0) << row.idc;
-        EXPECT_EQ(horizontal, row.horizontal) << row.idc;
-        EXPECT_EQ(vertical, row.vertical) << row.idc;
+        EXPECT_EQ(TavH264Bridge_GetSPS_VUI_AspectRatio(bytes(sps.unit()), sps.unit().size(), &horizontal, &vertical),
+                  0);
+        EXPECT_TRUE(horizontal == row.horizontal && vertical == row.vertical) << row.idc;
     }
-    const std::string unit = unitWith(255);
-    uint32_t primaries = 0, transfer = 0, matrix = 0, top = 0, bottom = 0;
-    Boolean full = 0;
-    EXPECT_EQ(TavH264Bridge_GetSPS_VUI_NCLC(bytes(unit), unit.size(), &primaries, &transfer, &matrix), 0);
-    EXPECT_TRUE(primaries == 9 && transfer == 16 && matrix == 10);
-    EXPECT_EQ(TavH264Bridge_GetSPS_VUI_ChromaLocation(bytes(unit), unit.size(), &top, &bottom), 0);
-    EXPECT_TRUE(top == 2 && bottom == 3);
-    EXPECT_EQ(TavH264Bridge_GetSPS_VUI_FullRangeVideo(bytes(unit), unit.size(), &full), 0);
-    EXPECT_TRUE(full);
 }
 
 TEST(H264VUI, isAParameterErrorWhereTheStreamIsSilent)
@@ -261,6 +231,26 @@ TEST(H264VUI, isAParameterErrorWhereTheStreamIsSilent)
         const OSStatus range = TavH264Bridge_GetSPS_VUI_FullRangeVideo(bytes(unit), unit.size(), &x);
         EXPECT_EQ(range, unit == none ? kTavBridgeParameterErr : 0);
         EXPECT_TRUE(a == 1 && b == 2 && c == 3 && rate == 4 && y == 5 && z == 5 && x == (unit == none ? 5 : 0));
+    }
+}
+
+// What readers of slices need: a status of their own, the place, silence whatever the status.
+TEST(H264BitReader, failsWithTheStatusGivenAndTellsItsPlace)
+{
+    const uint8_t data[] = {0xA5, 0xFF, 0x80};
+    for (const auto onFailure : {TavH264BitReader::OnFailure::kSignal, TavH264BitReader::OnFailure::kStaySilent}) {
+        SignalProbe probe;
+        TavH264BitReader r(data, sizeof(data), "operation", onFailure);
+        EXPECT_EQ(r.u(11), 0x52Fu);
+        r.require(true, "holds");
+        r.require(false, "no such slice", kTavBridgeInvalidSliceErr);
+        r.require(false, "nothing more");
+        EXPECT_TRUE(r.u(1) == 0 && r.byteOffset() == 1 && r.bitOffset() == 3);
+        EXPECT_EQ(r.status(), kTavBridgeInvalidSliceErr);
+        const bool isHeard = onFailure == TavH264BitReader::OnFailure::kSignal;
+        EXPECT_EQ(probe.count(), isHeard);
+        EXPECT_EQ(probe.message(), isHeard ? "no such slice" : "");
+        EXPECT_EQ(probe.errorName(), isHeard ? "kTavBridgeInvalidSliceErr" : "");
     }
 }
 

@@ -21,8 +21,6 @@ HEVCBitstream primed(const std::string& bytes, bool escaped = true)
     return reader;
 }
 
-ptrdiff_t at(const HEVCBitstream& reader) { return reader.position - reader.data; }
-
 }  // namespace
 
 // Random operations over random bytes, a third of them zeros and threes, until the first failure.
@@ -33,7 +31,8 @@ TEST(HEVCBitstream, agreesWithANaiveReader)
     std::mt19937 random(seed);
     for (int round = 0; round < 6000; ++round) {
         const uint32_t density = random() % 4;
-        std::string bytes(random() % 200, '\0'), operations(120, '\0');
+        const bool isLong = round % 50 == 0;  // past the windows in which the reader looks ahead
+        std::string bytes(random() % (isLong ? 2000 : 200), '\0'), operations(isLong ? 2400 : 120, '\0');
         for (char& c : bytes) c = random() % 4 < density ? "\0\0\0\3"[random() % 4] : static_cast<char>(random() % 256);
         for (char& c : operations) c = static_cast<char>(random() % 256);
         for (size_t i = 1; i < operations.size(); i += 2)  // mostly short skips and reads that can be
@@ -42,31 +41,6 @@ TEST(HEVCBitstream, agreesWithANaiveReader)
         const std::string what =
             luvia_test::readerDisagrees(bytes, round % 3 != 0, operations, [&] { return probe.message(); });
         ASSERT_EQ(what, "") << "round " << round;
-    }
-}
-
-TEST(HEVCBitstream, namesSourceBytesAcrossRemovedOnes)
-{
-    // Two in a row, and one at the very end.
-    const std::string bytes = "\x00\x00\x03\x00\x00\x03\xAB\x00\x00\x03"s;
-    HEVCBitstream reader = primed(bytes);
-    const std::vector<ptrdiff_t> expected = {0, 1, 3, 4, 6, 7, 8, 10};
-    std::vector<ptrdiff_t> seen = {at(reader)};
-    uint32_t value = 0;
-    while (!reader.endOfData) {
-        ASSERT_EQ(hevcbridgeUPull(&reader, 8, &value), 0);
-        seen.push_back(at(reader));
-    }
-    EXPECT_EQ(seen, expected);
-    EXPECT_EQ(reader.removedCount, 3u);
-
-    // 00 00 at the end is data, and in a plain buffer 03 is too.
-    for (const auto& [text, escaped, count] :
-         {std::tuple{"\x00\x00"s, true, 2}, {"\x01\x00\x00\x03"s, true, 3}, {"\x01\x00\x00\x03"s, false, 4}}) {
-        reader = primed(text, escaped);
-        int read = 0;
-        for (; !reader.endOfData; ++read) ASSERT_EQ(hevcbridgeUPull(&reader, 8, &value), 0);
-        EXPECT_EQ(read, count);
     }
 }
 
@@ -82,19 +56,10 @@ TEST(HEVCBitstream, tellsEachFailureByItsMessage)
     const std::string zeros32 = BitWriter().zeros(32).flag(true).zeros(39).bytes();
     const Row rows[] = {
         {"end of bit stream", "hevcbridgeUPull", "", [](auto* r, auto* v) { return hevcbridgeUPull(r, 1, v); }},
-        {"end of bit stream", "hevcbridgeUPullLong", "", [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 1, v); }},
-        {"end of bit stream", "hevcbridgeUEPullLong", "", [](auto* r, auto* v) { return hevcbridgeUEPullLong(r, v); }},
-        {"end of bit stream", "hevcbridgeUESkip", "", [](auto* r, auto*) { return hevcbridgeUESkip(r); }},
         {"end of bitstream", "hevcbridgeAdvanceInBitstream", "a",
          [](auto* r, auto* v) { return hevcbridgeUPull(r, 9, v); }},
         {"end of bitstream", "hevcbridgeAdvanceInBitstream", "ab",
          [](auto* r, auto*) { return hevcbridgeUSkip(r, UINT32_MAX); }},
-        {"U_PULL should: (numBits)>0", "hevcbridgeUPull", "abcd",
-         [](auto* r, auto* v) { return hevcbridgeUPull(r, 0, v); }},
-        {"U_PULL should: (numBits)<=25", "hevcbridgeUPull", "abcd",
-         [](auto* r, auto* v) { return hevcbridgeUPull(r, 26, v); }},
-        {"U_PULLlong should: numBits>0", "hevcbridgeUPullLong", "abcd",
-         [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 0, v); }},
         {"U_PULLlong should: numBits<=32", "hevcbridgeUPullLong", "abcdefgh",
          [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 33, v); }},
         {"UE_PULLlong: data too large for UINT", "hevcbridgeUEPullLong", zeros32,
@@ -139,35 +104,4 @@ TEST(HEVCBitstream, readsTheWidestSignedValues)
     }
     ASSERT_EQ(hevcbridgeSPullLong(&reader, 3, &value), 0);
     EXPECT_EQ(value, -4);
-}
-
-TEST(HEVCBitstream, tellsTrailingBitsFromData)
-{
-    struct Row {
-        const char* what;
-        std::string bytes;
-        uint32_t skip;
-        bool more;
-    };
-    const Row rows[] = {
-        {"only the trailing byte", "\x80"s, 0, false},
-        {"an empty buffer", "", 0, false},
-        {"trailing bits in the middle of a byte", "\xA8\x00\x00"s, 4, false},
-        {"data behind the next bit", "\xAC\x00"s, 4, true},
-        {"data that only a later byte has", "\x80\x00\x00\x01"s, 0, true},
-        {"an emulation prevention byte is no data", "\x80\x00\x00\x03"s, 0, false},
-        {"the last bit of a byte, then data", "\x01\x01"s, 7, true},
-        {"the last bit of a byte, then nothing", "\x01\x00"s, 7, false},
-    };
-    SignalProbe probe;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        HEVCBitstream reader = primed(row.bytes);
-        ASSERT_EQ(hevcbridgeUSkip(&reader, row.skip), 0);
-        const HEVCBitstream before = reader;
-        EXPECT_EQ(hevcbridgeMoreRBSPData(&reader, nullptr), row.more);
-        EXPECT_EQ(reader.position, before.position);
-        EXPECT_EQ(reader.bits, before.bits);
-    }
-    EXPECT_EQ(probe.count(), 0u);
 }

@@ -76,65 +76,49 @@ std::vector<uint32_t> fieldsOf(const Reports& reports)
 
 }  // namespace
 
+// The first and the last field of groups, by name and by bit: a name too many or too few moves all behind it.
 TEST(HEVCFieldTable, standsWhereTheGroupsSay)
 {
-    const std::pair<uint32_t, const char*> kPlaces[] = {
-        {0, "nal_unit_type"},
-        {3, "vps_video_parameter_set_id"},
-        {64, "conf_win_vps_bottom_offset"},
-        {65, "sps_video_parameter_set_id"},
-        {116, "video_format"},
-        {162, "cabac_bypass_alignment_enabled_flag"},
-        {262, "pps_extension_data_flag"},
-        {307, "alignment_bit_equal_to_one"},
-        {311, "general_profile_compatibility_flags"},
-        {328, "general_level_idc"},
-        {341, "dpb_output_delay_length_minus1"},
-        {347, "sei_payload"},
-        {355, "alpha_channel_clip_type_flag"},
-        {358, "ambient_light_y"},
-        {371, "three_dimensional_reference_displays_extension_flag"},
-        {375, "itu_t_t35_terminal_provider_oriented_code"},
-        {411, "color_saturation_weight"},
-        {593, "ext_block_level2"},
+    struct Row {
+        uint32_t field;
+        const char* name;
+        uint64_t HEVCBridgeParseContext::*filter;
+        uint32_t bit;
     };
-    static_assert(HEVCField::count == 594);
-    for (const auto& [field, name] : kPlaces) EXPECT_STREQ(NALFieldsStrings[field], name) << field;
-    EXPECT_STREQ(nalUnitTypeString(62), "Dolby62");
+    using Context = HEVCBridgeParseContext;
+    const Row rows[] = {
+        {2, "nuh_temporal_id_plus1", &Context::headerFilter, 2},
+        {308, "general_profile_space", &Context::profileTierLevelFilter, 0},
+        {328, "general_level_idc", &Context::profileTierLevelFilter, 20},
+        {341, "dpb_output_delay_length_minus1", &Context::hrdFilter, 12},
+        {355, "alpha_channel_clip_type_flag", &Context::alphaFilter, 7},
+        {358, "ambient_light_y", &Context::ambientFilter, 2},
+        {371, "three_dimensional_reference_displays_extension_flag", &Context::threeDFilter, 12},
+        {375, "itu_t_t35_terminal_provider_oriented_code", &Context::t35Filter, 3},
+        {411, "color_saturation_weight", &Context::st2094Filter, 35},
+        {495, "num_ext_blocks", &Context::rpuDmFilter, 35},
+        {498, "diff_pred_part_idx_mapping_minus1", &Context::rpuMappingFilter, 2},
+        {511, "pow_coef", &Context::rpuMappingParamFilter, 12},
+        {513, "ext_block_level", &Context::rpuExtHeaderFilter, 1},
+        {577, "level_10_target_primary_white_x", &Context::rpuExtBlockFilter, 63},
+        {578, "level_10_target_primary_white_y", &Context::rpuExtBlockHighFilter, 0},
+        {593, "ext_block_level2", &Context::rpuExtHeader2Filter, 2},
+    };
+    for (const Row& row : rows) {
+        HEVCBridgeParseContext context = {};
+        hevcbridgeRequest(&context, HEVCFieldPlace::of(row.field));
+        EXPECT_STREQ(NALFieldsStrings[row.field], row.name);
+        EXPECT_EQ(context.*row.filter, uint64_t{1} << row.bit) << row.name;
+        hevcbridgeRequest(&context, HEVCFieldPlace::of(row.field), false);
+        EXPECT_EQ(context.*row.filter, 0u) << row.name;
+    }
+    for (const auto& [last, bit] : {std::pair{64u, 61u}, {162, 97}, {262, 99}, {307, 44}, {347, 5}, {459, 47}}) {
+        HEVCBridgeParseContext context = {};
+        hevcbridgeRequest(&context, HEVCFieldPlace::of(last));
+        EXPECT_EQ(context.syntaxFilter[bit / 64], uint64_t{1} << bit % 64) << last;
+    }
     EXPECT_STREQ(nalUnitTypeString(40), "SUFFIX_SEI_NUT");
     EXPECT_STREQ(nalUnitTypeString(64), "?");
-}
-
-// No two fields that one walk can report share a bit.
-TEST(HEVCFieldTable, givesEachFieldABitOfItsOwn)
-{
-    std::map<std::pair<uint32_t, uint32_t>, uint32_t> taken;
-    for (uint32_t field = 0; field < HEVCField::count; ++field) {
-        const HEVCFieldPlace place = HEVCFieldPlace::of(field);
-        const bool isShared = place.word - offsetof(HEVCBridgeParseContext, syntaxFilter) < 16;
-        EXPECT_TRUE(isShared || taken.emplace(std::pair{place.word, place.bit}, field).second) << field;
-    }
-    HEVCBridgeParseContext context = {};
-    hevcbridgeRequest(&context, HEVCField::pps_extension_data_flag);
-    hevcbridgeRequest(&context, HEVCField::general_level_idc);
-    hevcbridgeRequest(&context, HEVCField::ext_block_level2);
-    hevcbridgeRequest(&context, HEVCField::ext_block_level);
-    hevcbridgeRequest(&context, HEVCFieldPlace::of(577));
-    hevcbridgeRequest(&context, HEVCFieldPlace::of(578));
-    hevcbridgeRequest(&context, HEVCFieldPlace::of(495));
-    hevcbridgeRequest(&context, HEVCFieldPlace::of(498));
-    hevcbridgeRequest(&context, HEVCFieldPlace::of(499));
-    EXPECT_EQ(context.syntaxFilter[1], uint64_t{1} << (262 - 163 - 64));
-    EXPECT_EQ(context.profileTierLevelFilter, uint64_t{1} << 20);
-    EXPECT_EQ(context.rpuExtHeader2Filter, 4u);
-    EXPECT_EQ(context.rpuExtHeaderFilter, 2u);
-    EXPECT_EQ(context.rpuExtBlockFilter, uint64_t{1} << 63);
-    EXPECT_EQ(context.rpuExtBlockHighFilter, 1u);
-    EXPECT_EQ(context.rpuDmFilter, uint64_t{1} << 35);
-    EXPECT_EQ(context.rpuMappingFilter, 4u);
-    EXPECT_EQ(context.rpuMappingParamFilter, 1u);
-    hevcbridgeRequest(&context, HEVCField::general_level_idc, false);
-    EXPECT_EQ(context.profileTierLevelFilter, 0u);
 }
 
 TEST(HEVCNALUnit, reachesTheWalkerOfItsKind)
@@ -288,6 +272,83 @@ TEST(HEVCWalker, skipsReadsOrReportsEachElement)
         EXPECT_EQ(recorder.over(bytes, walk), kTavBridgeStopParsing);
         EXPECT_EQ(recorder.reports, Reports(all.begin(), all.begin() + static_cast<ptrdiff_t>(last) + 1));
     }
+}
+
+// Counts and tables of the syntax: an index for each element, and an end where the bits end.
+TEST(HEVCWalker, turnsOverACountUntilTheFirstFailure)
+{
+    static constexpr HEVCFieldRow kRows[] = {{HEVCField::aspect_ratio_idc, 8}, {HEVCField::video_format, 3, true}};
+    HEVCRecorder recorder;
+    recorder.request(65, 162);
+    uint32_t turns = 0;
+    SignalProbe probe;
+    EXPECT_EQ(recorder.over(BitWriter().u(8, 200).u(3, 5).u(8, 7).u(3, 2).u(2, 3).bytes(),
+                            [&](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                HEVCWalker w(reader, context);
+                                w.times(0, [&] { ++turns; });
+                                w.times(UINT32_MAX, [&](uint32_t i) {
+                                    ++turns;
+                                    w.rows(kRows, static_cast<int32_t>(i));
+                                });
+                                return w.status();
+                            }),
+              kInvalid);
+    EXPECT_EQ(turns, 3u);
+    EXPECT_EQ(recorder.reports, (Reports{{110, 200, 0}, {116, -3, 0}, {110, 7, 1}, {116, 2, 1}}));
+    EXPECT_EQ(probe.count(), 1u);
+}
+
+TEST(HEVCWalker, failsWithTheStatusAndInTheNameThatItsFunctionGives)
+{
+    for (const OSStatus status : {OSStatus{kTavBridgeParameterErr}, OSStatus{kTavBridgeStopParsing}}) {
+        SignalProbe probe;
+        HEVCRecorder recorder;
+        recorder.request(65, 162);
+        EXPECT_EQ(recorder.over("\x80\xFF"s,
+                                [=](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                    HEVCWalker w(reader, context, "walkThis");
+                                    w.remark(w.pull(1) == 0, "only logged: %d of %d", 1, 2);
+                                    if (status == kTavBridgeStopParsing) w.end(status);
+                                    w.require(false, "too big", status);
+                                    w.flag(HEVCField::conformance_window_flag);
+                                    EXPECT_EQ(w.reader().bitOffset, 1u);
+                                    return w.status();
+                                }),
+                  status);
+        EXPECT_EQ(probe.function(), status < 0 ? "walkThis" : "");
+        EXPECT_EQ(probe.errorName(), status < 0 ? "err = kTavBridgeParameterErr" : "");
+        EXPECT_TRUE(recorder.reports.empty());
+    }
+}
+
+// A callback may look at the record and ask for what is still to come.
+TEST(HEVCWalker, keepsTheRecordRightWhereItIsLookedAt)
+{
+    std::vector<uint32_t> seen;
+    HEVCRecorder recorder;
+    const HEVCBitstream* looked = nullptr;
+    recorder.request(110, 110).answer = [&](uint32_t) {
+        seen.push_back(static_cast<uint32_t>(looked->position - looked->data) * 8 + looked->bitOffset);
+        hevcbridgeRequest(&recorder.context, HEVCField::video_format);
+        return 0;
+    };
+    const auto inner = [](HEVCBitstream* reader, const HEVCBridgeParseContext* context, uint32_t bits) {
+        HEVCWalker w(reader, context);
+        w.u(static_cast<int32_t>(bits), HEVCField::video_format);
+        return w.status();
+    };
+    EXPECT_EQ(recorder.over(std::string(40, '\x55'),
+                            [&](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                looked = reader;
+                                HEVCWalker w(reader, context);
+                                w.skip(3);
+                                w.u(8, HEVCField::aspect_ratio_idc);
+                                w.structure(inner, 5);
+                                w.u(8, HEVCField::aspect_ratio_idc);
+                                return w.status();
+                            }),
+              0);
+    EXPECT_EQ(seen, (std::vector<uint32_t>{11, 16, 24}));
 }
 
 TEST(HEVCWalker, pullsASignedCodeIfRequested)
