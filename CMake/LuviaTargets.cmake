@@ -4,11 +4,18 @@ find_program(LUVIA_CCACHE ccache)
 if(LUVIA_CCACHE)
     # A base directory of its own lets clones and worktrees share one cache.
     set(luvia_launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${LUVIA_CCACHE})
-    set(CMAKE_C_COMPILER_LAUNCHER ${luvia_launcher})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${luvia_launcher})
+    foreach(language C CXX)
+        if(NOT CMAKE_${language}_COMPILER_LAUNCHER)
+            set(CMAKE_${language}_COMPILER_LAUNCHER ${luvia_launcher})
+        endif()
+    endforeach()
 endif()
 
 find_package(Threads REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n data)
+find_package(EXPAT REQUIRED)
+find_library(LUVIA_UUID uuid REQUIRED)
+find_library(LUVIA_BSD bsd REQUIRED)
 
 add_library(luvia_flags INTERFACE)
 target_compile_options(luvia_flags INTERFACE -Wall -Wextra -Wshadow -Wundef -Wpointer-arith -Wcast-qual -Wvla -Wformat=2 -Wno-format-nonliteral)
@@ -34,12 +41,27 @@ if(LUVIA_SANITIZE)
     endif()
 endif()
 
-# luvia_code(<target>): flags of code that ships. No exception crosses or leaves it, and no run-time types.
+# What hardens code that ships. Everything is bound when the program starts, so that a call needs no stub in between.
+set(luvia_hardening -fstack-protector-strong -fno-plt)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    list(APPEND luvia_hardening -fcf-protection)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    list(APPEND luvia_hardening -mbranch-protection=standard)
+endif()
+if(NOT LUVIA_SANITIZE)
+    list(APPEND luvia_hardening -U_FORTIFY_SOURCE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+endif()
+
+# luvia_code(<target>): flags of code that ships. No exception crosses or leaves it, and no run-time types; what no C
+# header names is hidden, and the shared library calls its own operations directly. Flags are taken over one by one: a
+# static library hands those of what it links to its users.
 function(luvia_code target)
-    target_link_libraries(${target} PRIVATE luvia_flags)
-    target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+    target_compile_options(${target} PRIVATE $<TARGET_PROPERTY:luvia_flags,INTERFACE_COMPILE_OPTIONS> ${luvia_hardening}
+        -fno-semantic-interposition $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+    target_link_options(${target} PRIVATE $<TARGET_PROPERTY:luvia_flags,INTERFACE_LINK_OPTIONS> -Wl,-z,relro -Wl,-z,now)
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/Sources)
-    set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
+    set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX POSITION_INDEPENDENT_CODE ON
+        C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden)
 endfunction()
 
 # luvia_sources(<out> <folder>...): every source and header below the folders, found again when one comes or goes.
@@ -50,6 +72,26 @@ function(luvia_sources out)
         list(APPEND found ${in_folder})
     endforeach()
     set(${out} ${found} PARENT_SCOPE)
+endfunction()
+
+# luvia_compress(<file>): <file>.gz beside a configured file, with the least that gzip can make of it.
+function(luvia_compress file)
+    add_custom_command(OUTPUT ${file}.gz DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/${file} VERBATIM
+        COMMAND gzip -9nkf ${CMAKE_CURRENT_BINARY_DIR}/${file})
+    add_custom_target(compressed_${file} ALL DEPENDS ${file}.gz)
+endfunction()
+
+# luvia_install_tool(<program> <page>): the program, and its manual page with the version in it.
+function(luvia_install_tool program page)
+    configure_file(${page} ${page} @ONLY)
+    if(LUVIA_DEBIAN)
+        luvia_compress(${page})
+        string(APPEND page .gz)
+    endif()
+    if(LUVIA_INSTALL)
+        install(TARGETS ${program} COMPONENT tools)
+        install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+    endif()
 endfunction()
 
 function(luvia_find_test_packages)
@@ -76,6 +118,9 @@ function(luvia_unit_tests name)
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE luvia_flags testsupport ${arg_LINKS} luvia zo GTest::gmock GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    if("thread" IN_LIST arg_LABELS)
+        add_dependencies(thread_tests ${name})
+    endif()
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT 300)
     # gtest_discover_tests takes no list as a property: the labels are set once CTest knows the cases.
     file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}_labels.cmake

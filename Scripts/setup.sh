@@ -46,3 +46,24 @@ luvia_quietly() {
     fi
     rm -f "$log"
 }
+
+# luvia_progress KIND LOG COMMAND...: runs it with its output in LOG, and says every 20 seconds how far it has come.
+# KIND is build (ninja counts its steps) or test (ctest says what has ended, and how).
+luvia_progress() {
+    local kind=$1 log=$2 line last=0 start=$SECONDS passed=0 failed=0
+    shift 2
+    "$@" 2>&1 </dev/null | while IFS= read -r line; do
+        printf '%s\n' "$line"
+        case $line in
+            *' Passed '*) passed=$((passed + 1)) ;;
+            *'***'*) failed=$((failed + 1)) ;;
+        esac
+        [ $((SECONDS - start)) -ge $((last + 20)) ] || continue
+        last=$((SECONDS - start))
+        case $kind in
+            build) [[ $line =~ ^\[([0-9]+/[0-9]+)\] ]] && echo "   built ${BASH_REMATCH[1]} (${SECONDS}s)" >&3 ;;
+            test) echo "   $passed tests passed, $failed failed so far (${SECONDS}s)" >&3 ;;
+        esac
+    done 3>&1 >"$log"
+    return "${PIPESTATUS[0]}"
+}

@@ -1,5 +1,5 @@
 // The stack of a walk over nested buffers: shallow walks allocate nothing, and a nesting of any depth grows the heap
-// instead of the thread's stack.
+// instead of the thread's stack. For C++ alone.
 
 #pragma once
 

@@ -48,6 +48,7 @@ extern const ZoStringRef kLuTagCategoryKey;
 extern const ZoStringRef kLuTagDataTypeKey;
 extern const ZoStringRef kLuTagValueKey;
 
+/// The five below ask for the type of the tag's value.
 Boolean LuTagHasSInt64Value(LuTag tag);
 Boolean LuTagHasFloat64Value(LuTag tag);
 Boolean LuTagHasOSTypeValue(LuTag tag);
@@ -60,6 +61,7 @@ double LuTagGetFloat64Value(LuTag tag);
 OSType LuTagGetOSTypeValue(LuTag tag);
 uint64_t LuTagGetFlagsValue(LuTag tag);
 
+/// A tag of the category with a value of that type, as the three below.
 LuTag LuTagMakeWithSInt64Value(LuTagCategory category, int64_t value);
 LuTag LuTagMakeWithFloat64Value(LuTagCategory category, double value);
 LuTag LuTagMakeWithOSTypeValue(LuTagCategory category, OSType value);

@@ -55,6 +55,7 @@ enum {
     kLuTimeRoundingMethod_Default = kLuTimeRoundingMethod_RoundHalfAwayFromZero,
 };
 
+/// What a time is, by its flags; an infinity and indefinite are valid too.
 inline Boolean LuTimeIsValid(LuTime time) { return (time.flags & kLuTimeFlags_Valid) != 0; }
 inline Boolean LuTimeIsNumeric(LuTime time)
 {
@@ -86,7 +87,9 @@ LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMetho
 /// that are equal give epoch 0; an epoch of 0 takes on the other one; two others are invalid together. Infinities win
 /// over indefinite, opposite ones are invalid.
 inline LuTime LuTimeAdd(LuTime left, LuTime right);
+/// As LuTimeAdd.
 inline LuTime LuTimeSubtract(LuTime left, LuTime right);
+/// At the timescale of the time, or at a lower one where the product would not fit.
 LuTime LuTimeMultiply(LuTime time, int32_t multiplier);
 /// A multiplier that is no whole number raises a lower timescale to kLuTimeFallbackTimescale. Rounds half away from
 /// zero. Invalid for NaN.

@@ -22,6 +22,7 @@ extern const LuTimeRange kLuTimeRangeZero;  ///< start and duration 0/1
 extern const LuTimeRange kLuTimeRangeInvalid;
 extern const LuTimeMapping kLuTimeMappingInvalid;
 
+/// Invalid if the duration has an epoch.
 LuTimeRange LuTimeRangeMake(LuTime start, LuTime duration);
 /// Invalid if `start` compares above `end`.
 LuTimeRange LuTimeRangeFromTimeToTime(LuTime start, LuTime end);
@@ -60,6 +61,7 @@ LuTimeRange LuTimeRangeMakeFromDictionary(ZoDictionaryRef dictionary);
 ZoStringRef LuTimeRangeCopyDescription(ZoAllocatorRef allocator, LuTimeRange range);
 void LuTimeRangeShow(LuTimeRange range);
 
+/// Invalid if a duration has an epoch.
 LuTimeMapping LuTimeMappingMake(LuTimeRange source, LuTimeRange target);
 /// Nothing plays in the target: the source is kLuTimeRangeInvalid.
 LuTimeMapping LuTimeMappingMakeEmpty(LuTimeRange target);

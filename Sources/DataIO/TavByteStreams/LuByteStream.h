@@ -33,6 +33,7 @@ typedef struct LuByteStreamClass {
     const void* unused;
 } LuByteStreamClass;
 
+/// The class that implementations of streams are made below.
 LuClassID LuByteStreamGetClassID(void);
 /// The type ID that all byte streams share.
 ZoTypeID LuByteStreamBaseGetTypeID(void);

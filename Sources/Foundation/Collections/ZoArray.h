@@ -9,8 +9,10 @@ ZO_EXTERN_C_BEGIN
 typedef void (*ZoArrayApplierFunction)(const void* value, void* context);
 
 ZoTypeID ZoArrayGetTypeID(void);
+/// `count` values in their order, retained as the callbacks say; absent callbacks do nothing.
 ZoArrayRef ZoArrayCreate(ZoAllocatorRef allocator, const void** values, ZoIndex count,
                          const ZoArrayCallBacks* callBacks);
+/// An immutable array of the same values, with the same callbacks.
 ZoArrayRef ZoArrayCreateCopy(ZoAllocatorRef allocator, ZoArrayRef array);
 /// `capacity` 0 is no limit; any other value is a hint.
 ZoMutableArrayRef ZoArrayCreateMutable(ZoAllocatorRef allocator, ZoIndex capacity, const ZoArrayCallBacks* callBacks);

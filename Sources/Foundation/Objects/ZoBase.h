@@ -6,19 +6,27 @@
 #include <stddef.h>
 #include <stdint.h>
 
+// What stands between the two is C, and can be seen outside of the library, where everything else is hidden.
 #ifdef __cplusplus
-#define ZO_EXTERN_C_BEGIN extern "C" {
-#define ZO_EXTERN_C_END   }
+#define ZO_EXTERN_C_BEGIN \
+    extern "C" {          \
+    ZO_VISIBILITY_BEGIN
+#define ZO_EXTERN_C_END \
+    ZO_VISIBILITY_END   \
+    }
 #else
-#define ZO_EXTERN_C_BEGIN
-#define ZO_EXTERN_C_END
+#define ZO_EXTERN_C_BEGIN ZO_VISIBILITY_BEGIN
+#define ZO_EXTERN_C_END   ZO_VISIBILITY_END
 #endif
-
 #if defined(__GNUC__)
+#define ZO_VISIBILITY_BEGIN                   _Pragma("GCC visibility push(default)")
+#define ZO_VISIBILITY_END                     _Pragma("GCC visibility pop")
 #define ZO_PRINTF(formatIndex, firstArgument) __attribute__((format(printf, formatIndex, firstArgument)))
 #define ZO_LIKELY(condition)                  __builtin_expect(!!(condition), 1)
 #define ZO_UNLIKELY(condition)                __builtin_expect(!!(condition), 0)
 #else
+#define ZO_VISIBILITY_BEGIN
+#define ZO_VISIBILITY_END
 #define ZO_PRINTF(formatIndex, firstArgument)
 #define ZO_LIKELY(condition)   (condition)
 #define ZO_UNLIKELY(condition) (condition)

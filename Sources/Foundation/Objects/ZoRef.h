@@ -1,4 +1,5 @@
 // ZoRef<T>: owns one reference to an object and gives it back on every path. Moves; never converts silently.
+// For C++ alone.
 
 #pragma once
 

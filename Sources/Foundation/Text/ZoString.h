@@ -64,6 +64,7 @@ ZoDataRef ZoStringCreateExternalRepresentation(ZoAllocatorRef allocator, ZoStrin
 ZoStringRef ZoStringCreateFromExternalRepresentation(ZoAllocatorRef allocator, ZoDataRef data,
                                                      ZoStringEncoding encoding);
 
+/// In UTF-16 units, as all positions are; `index` and `range` must lie in the string.
 ZoIndex ZoStringGetLength(ZoStringRef string);
 UniChar ZoStringGetCharacterAtIndex(ZoStringRef string, ZoIndex index);
 void ZoStringGetCharacters(ZoStringRef string, ZoRange range, UniChar* buffer);
@@ -84,9 +85,11 @@ ZoIndex ZoStringGetMaximumSizeForEncoding(ZoIndex length, ZoStringEncoding encod
 int32_t ZoStringGetIntValue(ZoStringRef string);
 double ZoStringGetDoubleValue(ZoStringRef string);
 
+/// By UTF-16 units; the flags say in which case, and ZoStringCompareWithOptions which part of the first string.
 ZoComparisonResult ZoStringCompare(ZoStringRef string1, ZoStringRef string2, ZoStringCompareFlags flags);
 ZoComparisonResult ZoStringCompareWithOptions(ZoStringRef string1, ZoStringRef string2, ZoRange rangeInString1,
                                               ZoStringCompareFlags flags);
+/// By UTF-16 units, exactly.
 Boolean ZoStringHasPrefix(ZoStringRef string, ZoStringRef prefix);
 Boolean ZoStringHasSuffix(ZoStringRef string, ZoStringRef suffix);
 /// The range found, or {kZoNotFound, 0}.

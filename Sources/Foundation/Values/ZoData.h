@@ -7,6 +7,7 @@
 ZO_EXTERN_C_BEGIN
 
 ZoTypeID ZoDataGetTypeID(void);
+/// A copy of the bytes.
 ZoDataRef ZoDataCreate(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length);
 /// Refers to `bytes`; when the object dies they go to `bytesDeallocator` (kZoAllocatorNull: nobody frees them).
 ZoDataRef ZoDataCreateWithBytesNoCopy(ZoAllocatorRef allocator, const uint8_t* bytes, ZoIndex length,

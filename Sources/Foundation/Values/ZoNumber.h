@@ -37,6 +37,7 @@ ZoNumberRef ZoNumberCreate(ZoAllocatorRef allocator, ZoNumberType type, const vo
 Boolean ZoNumberGetValue(ZoNumberRef number, ZoNumberType type, void* value);
 
 ZoTypeID ZoBooleanGetTypeID(void);
+/// Whether it is kZoBooleanTrue.
 Boolean ZoBooleanGetValue(ZoBooleanRef boolean);
 ZoTypeID ZoNullGetTypeID(void);
 

@@ -23,6 +23,7 @@ enum {
     kTavLogFlag_Blank = 3,
 };
 
+/// Formats one line and sends it on its way. The reserved arguments are 0.
 void tav_log(uint32_t type, uint32_t flags, uintptr_t reserved1, uintptr_t reserved2, const char* format, ...);
 void tav_log_Zo1(uint32_t type, uint32_t flags, uintptr_t reserved1, uintptr_t reserved2, const char* format, ...);
 /// `emitter` and `returnAddress` are for structured logs, of which there are none here.

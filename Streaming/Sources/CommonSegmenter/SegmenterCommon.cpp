@@ -8,7 +8,7 @@
 
 static constexpr OSStatus kSegmenterCommonError = -1;
 
-static const char kShortVersion[] = "1.22.4";
+static const char kShortVersion[] = LUVIA_VERSION;
 static const char kBuildVersion[] = "659.18b-240228";
 
 static ZoRef<ZoStringRef> segmentercommonCreateString(const char* text)

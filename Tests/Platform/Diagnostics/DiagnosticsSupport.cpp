@@ -13,15 +13,29 @@
 static std::mutex sSyslogMutex;
 static std::vector<std::pair<int, std::string>> sSyslog;
 
-extern "C" void __wrap_syslog(int priority, const char* format, ...)
+static void keepLine(int priority, const char* format, va_list arguments)
 {
     char text[4096];
-    va_list arguments;
-    va_start(arguments, format);
     vsnprintf(text, sizeof(text), format, arguments);
-    va_end(arguments);
     const std::lock_guard lock(sSyslogMutex);
     sSyslog.emplace_back(priority, text);
+}
+
+extern "C" void __wrap_syslog(int priority, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    keepLine(priority, format, arguments);
+    va_end(arguments);
+}
+
+// What the call is in code that is compiled with _FORTIFY_SOURCE.
+extern "C" void __wrap___syslog_chk(int priority, int, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    keepLine(priority, format, arguments);
+    va_end(arguments);
 }
 
 namespace luvia_test {
