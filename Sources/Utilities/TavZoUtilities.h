@@ -56,7 +56,7 @@ void TavZoDictionarySetValue(ZoMutableDictionaryRef dictionary, const void* key,
 const void* TavZoDictionaryGetValue(ZoDictionaryRef dictionary, const void* key);
 /// Whether the key is there; `valueOut`, which may be absent, is cleared first.
 Boolean TavZoDictionaryGetValueIfPresent(ZoDictionaryRef dictionary, const void* key, const void** valueOut);
-/// Whether a value was copied across.
+/// Whether a value was copied across; false too where `destination` found no memory.
 Boolean TavZoDictionarySetValueFromKeyInDict(ZoMutableDictionaryRef destination, const void* destinationKey,
                                              ZoDictionaryRef source, const void* sourceKey);
 void TavZoDictionarySetBoolean(ZoMutableDictionaryRef dictionary, const void* key, Boolean value);

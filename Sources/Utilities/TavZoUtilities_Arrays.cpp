@@ -23,10 +23,10 @@ ZoArrayRef TavZoArrayCreateConcatenationOfTwoArrays(ZoArrayRef array1, ZoArrayRe
         const ZoArrayRef only = array1 ? array1 : array2;
         return TavZoArrayCreateCopy(only ? ZoGetAllocator(only) : nullptr, only);
     }
-    const ZoMutableArrayRef both =
-        ZoArrayCreateMutableCopy(ZoGetAllocator(array1), countOf(array1) + countOf(array2), array1);
-    TavZoArrayAppendArray(both, array2);
-    return both;
+    auto both = zoAdopt(ZoArrayCreateMutableCopy(ZoGetAllocator(array1), countOf(array1) + countOf(array2), array1));
+    if (!both) return nullptr;
+    ZoArrayAppendArray(both.get(), array2, wholeOf(array2));
+    return countOf(both.get()) == countOf(array1) + countOf(array2) ? both.release() : nullptr;
 }
 
 void TavZoArrayAppendArray(ZoMutableArrayRef destination, ZoArrayRef source)

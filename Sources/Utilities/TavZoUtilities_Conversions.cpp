@@ -25,12 +25,12 @@ ZoMutableArrayRef TavZoDictionaryCreateMappedArray(ZoDictionaryRef dictionary, Z
 {
     if (!keys) return TavZoArrayCreateMutableCopy(nullptr, 0, nullptr);
     const ZoIndex count = ZoArrayGetCount(keys);
-    const ZoMutableArrayRef values = ZoArrayCreateMutable(ZoGetAllocator(keys), count, &kZoTypeArrayCallBacks);
+    auto values = zoAdopt(ZoArrayCreateMutable(ZoGetAllocator(keys), count, &kZoTypeArrayCallBacks));
     for (ZoIndex i = 0; values && i < count; ++i) {
         const void* value = TavZoDictionaryGetValue(dictionary, ZoArrayGetValueAtIndex(keys, i));
-        ZoArrayAppendValue(values, value ? value : kZoNull);
+        if (!append(values.get(), value ? value : kZoNull)) return nullptr;
     }
-    return values;
+    return values.release();
 }
 
 OSStatus TavZoSetCopyValuesAsZoArray(ZoSetRef set, ZoArrayRef* valuesOut)

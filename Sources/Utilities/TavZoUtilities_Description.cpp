@@ -1,4 +1,5 @@
 #include "Core/TavTime/LuTime.h"
+#include "Memory/Containers.h"
 #include "Utilities/TavZoUtilitiesPrivate.h"
 
 using namespace tavzo;
@@ -69,7 +70,7 @@ static void appendDescription(ZoMutableStringRef text, ZoTypeRef object)
         ZoStringAppend(text, ZOSTR("]"));
     } else if (type == ZoSetGetTypeID()) {
         ZoRef<ZoArrayRef> elements;
-        (void)TavZoSetCopyValuesAsZoArray(static_cast<ZoSetRef>(object), elements.outParam());
+        if (TavZoSetCopyValuesAsZoArray(static_cast<ZoSetRef>(object), elements.outParam()) != 0) memory::stop();
         ZoStringAppend(text, ZOSTR("{"));
         appendElements(text, elements.get());
         ZoStringAppend(text, ZOSTR("}"));

@@ -22,9 +22,18 @@ ZoMutableDictionaryRef TavZoDictionaryCreateMutableCopy(ZoAllocatorRef allocator
 ZoMutableDictionaryRef TavZoDictionaryCreateMutableCopyWithZoTypeCallbacks(ZoAllocatorRef allocator, ZoIndex capacity,
                                                                            ZoDictionaryRef dictionary)
 {
-    const ZoMutableDictionaryRef copy = TavZoDictionaryCreateMutableCopy(allocator, capacity, nullptr);
-    TavZoDictionarySetAllValuesFromDictionary(copy, dictionary);
-    return copy;
+    auto copy = zoAdopt(TavZoDictionaryCreateMutableCopy(allocator, capacity, nullptr));
+    if (!copy || !dictionary) return copy.release();
+    struct Context {
+        ZoMutableDictionaryRef copy;
+        bool complete;
+    } context = {copy.get(), true};
+    const auto setPair = [](const void* key, const void* value, void* opaque) {
+        auto& to = *static_cast<Context*>(opaque);
+        to.complete = to.complete && set(to.copy, key, value);
+    };
+    ZoDictionaryApplyFunction(dictionary, setPair, &context);
+    return context.complete ? copy.release() : nullptr;
 }
 
 void TavZoDictionarySetAllValuesFromDictionary(ZoMutableDictionaryRef destination, ZoDictionaryRef source)
@@ -68,8 +77,7 @@ Boolean TavZoDictionarySetValueFromKeyInDict(ZoMutableDictionaryRef destination,
     if (!destination || !destinationKey || !source || !sourceKey) return false;
     const void* value;
     if (!ZoDictionaryGetValueIfPresent(source, sourceKey, &value)) return false;
-    ZoDictionarySetValue(destination, destinationKey, value);
-    return true;
+    return set(destination, destinationKey, value);
 }
 
 void TavZoDictionarySetBoolean(ZoMutableDictionaryRef dictionary, const void* key, Boolean value)

@@ -6,59 +6,63 @@ using namespace tavzo;
 
 static bool isNumber(ZoTypeRef object) { return isOfType(object, ZoNumberGetTypeID()); }
 
-static Boolean getNumber(ZoDictionaryRef dictionary, const void* key, ZoNumberType type, void* valueOut)
+static Boolean getNumber(const char* operation, ZoDictionaryRef dictionary, const void* key, ZoNumberType type,
+                         void* valueOut)
 {
-    const void* number = lookUp(dictionary, key, valueOut, "NULL valuePtr");
+    const void* number = lookUp(operation, dictionary, key, valueOut, "NULL valuePtr");
     if (!isNumber(number)) return false;
     ZoNumberGetValue(static_cast<ZoNumberRef>(number), type, valueOut);
     return true;
 }
 
-static Boolean getNumberAtIndex(ZoArrayRef array, ZoIndex index, ZoNumberType type, void* valueOut)
+static Boolean getNumberAtIndex(const char* operation, ZoArrayRef array, ZoIndex index, ZoNumberType type,
+                                void* valueOut)
 {
-    const void* number = elementAt(array, index, valueOut, "NULL dOut");
+    const void* number = elementAt(operation, array, index, valueOut, "NULL dOut");
     if (!number) return false;
     if (!isNumber(number)) {
-        (void)TAV_SIGNAL(kTavZoUtilitiesError_InvalidParameter, "value at index not a ZoNumber");
+        (void)TAV_SIGNAL_FROM(operation, kTavZoUtilitiesError_InvalidParameter, "value at index not a ZoNumber");
         return false;
     }
     ZoNumberGetValue(static_cast<ZoNumberRef>(number), type, valueOut);
     return true;
 }
 
-static OSStatus setNumber(ZoMutableDictionaryRef dictionary, const void* key, ZoNumberType type, const void* value)
+static OSStatus setNumber(const char* operation, ZoMutableDictionaryRef dictionary, const void* key, ZoNumberType type,
+                          const void* value)
 {
-    return setWith(dictionary, key, "ZoNumberCreate failed", [&] { return ZoNumberCreate(nullptr, type, value); });
+    return setWith(operation, dictionary, key, "ZoNumberCreate failed",
+                   [&] { return ZoNumberCreate(nullptr, type, value); });
 }
 
-static OSStatus appendNumber(ZoMutableArrayRef array, ZoNumberType type, const void* value)
+static OSStatus appendNumber(const char* operation, ZoMutableArrayRef array, ZoNumberType type, const void* value)
 {
-    return appendWith(array, "ZoNumberCreate failed", [&] { return ZoNumberCreate(nullptr, type, value); });
+    return appendWith(operation, array, "ZoNumberCreate failed", [&] { return ZoNumberCreate(nullptr, type, value); });
 }
 
 #define DEFINE_NUMBER_OPERATIONS(Suffix, type, numberType)                                                     \
     Boolean TavZoDictionaryGet##Suffix##IfPresent(ZoDictionaryRef dictionary, const void* key, type* valueOut) \
     {                                                                                                          \
-        return getNumber(dictionary, key, numberType, valueOut);                                               \
+        return getNumber(__func__, dictionary, key, numberType, valueOut);                                     \
     }                                                                                                          \
     OSStatus TavZoDictionarySet##Suffix(ZoMutableDictionaryRef dictionary, const void* key, type value)        \
     {                                                                                                          \
-        return setNumber(dictionary, key, numberType, &value);                                                 \
+        return setNumber(__func__, dictionary, key, numberType, &value);                                       \
     }                                                                                                          \
     Boolean TavZoArrayGet##Suffix##AtIndex(ZoArrayRef array, ZoIndex index, type* valueOut)                    \
     {                                                                                                          \
-        return getNumberAtIndex(array, index, numberType, valueOut);                                           \
+        return getNumberAtIndex(__func__, array, index, numberType, valueOut);                                 \
     }                                                                                                          \
     OSStatus TavZoArrayAppend##Suffix(ZoMutableArrayRef array, type value)                                     \
     {                                                                                                          \
-        return appendNumber(array, numberType, &value);                                                        \
+        return appendNumber(__func__, array, numberType, &value);                                              \
     }
 
 TAV_ZO_FOR_EACH_NUMBER_TYPE(DEFINE_NUMBER_OPERATIONS)
 
 Boolean TavZoDictionaryGetBooleanIfPresent(ZoDictionaryRef dictionary, const void* key, Boolean* valueOut)
 {
-    const void* boolean = lookUp(dictionary, key, valueOut, "NULL bOut");
+    const void* boolean = lookUp(__func__, dictionary, key, valueOut, "NULL bOut");
     if (!isOfType(boolean, ZoBooleanGetTypeID())) return false;
     *valueOut = ZoBooleanGetValue(static_cast<ZoBooleanRef>(boolean));
     return true;

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "Foundation/Objects/ZoAllocator.h"
 
@@ -40,6 +42,13 @@ public:
     int64_t calls() const { return calls_; }
     int64_t liveBlocks() const { return liveBlocks_; }
     bool hasFailed() const { return hasFailed_; }
+    /// A block with these bytes and a NUL, which counts as allocated here.
+    char* lend(std::string_view bytes)
+    {
+        auto* block = static_cast<char*>(allocate(static_cast<ZoIndex>(bytes.size()) + 1, 0, this));
+        if (block) *std::copy(bytes.begin(), bytes.end(), block) = 0;
+        return block;
+    }
 
 private:
     // Kept in front of each block, so that memory of another allocator is noticed and sizes are known.

@@ -48,8 +48,9 @@ static const char* enter(const TavAttachmentBearerCallbacks* callbacks, ZoTypeID
     if (!successor) return "ZoDictionaryCreateMutable failed";
     ZoDictionarySetValue(successor, keyOf(typeID), callbacks);
     sTavAttachmentBearerCallbacksPerTypeID.store(successor, std::memory_order_release);
+    const ZoIndex before = ZoArrayGetCount(sSupersededRegistries);
     ZoArrayAppendValue(sSupersededRegistries, registry);
-    ZoRelease(registry);
+    if (ZoArrayGetCount(sSupersededRegistries) > before) ZoRelease(registry);  // or it stays without an owner
     return nullptr;
 }
 

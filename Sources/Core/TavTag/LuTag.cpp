@@ -156,24 +156,31 @@ static void describeValue(LuTag tag, char* text, size_t size)
     }
 }
 
+size_t TavTagDescribe(LuTag tag, char text[kTavTagDescriptionSize])
+{
+    const FourCharacters category(tag.category);
+    int length;
+    if (tag.dataType == 0) {
+        length = snprintf(text, kTavTagDescriptionSize, "{category:'%.4s'{INVALID}", category.text);
+    } else {
+        char value[384];  // room for the longest double
+        describeValue(tag, value, sizeof(value));
+        length = snprintf(text, kTavTagDescriptionSize, "{category:'%.4s' value:%s}", category.text, value);
+    }
+    return static_cast<size_t>(length);
+}
+
 ZoStringRef LuTagCopyDescription(ZoAllocatorRef allocator, LuTag tag)
 {
-    char value[384];  // room for the longest double
-    char text[448];
-    const FourCharacters category(tag.category);
-    if (tag.dataType == 0) {
-        snprintf(text, sizeof(text), "{category:'%.4s'{INVALID}", category.text);
-    } else {
-        describeValue(tag, value, sizeof(value));
-        snprintf(text, sizeof(text), "{category:'%.4s' value:%s}", category.text, value);
-    }
+    char text[kTavTagDescriptionSize];
+    TavTagDescribe(tag, text);
     return ZoStringCreateWithCString(allocator, text, kZoStringEncodingClassicRoman);
 }
 
 ZoDictionaryRef LuTagCopyAsDictionary(LuTag tag, ZoAllocatorRef allocator)
 {
-    const auto fail = [](const char* message) -> ZoDictionaryRef {
-        (void)TAV_SIGNAL(kLuTagError_AllocationFailed, message);
+    const auto fail = [operation = __func__](const char* message) -> ZoDictionaryRef {
+        (void)TAV_SIGNAL_FROM(operation, kLuTagError_AllocationFailed, message);
         return nullptr;
     };
     const auto category = static_cast<int32_t>(tag.category);

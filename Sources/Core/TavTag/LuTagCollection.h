@@ -4,6 +4,12 @@
 //
 // A collection that is absent or of another type is everywhere kLuTagCollectionError_ParamErr, signalled; what returns
 // no status then gives 0, false or nothing. Changing an immutable collection is the same error.
+//
+// LuTagCompare is an order as long as the categories of a collection, and the data types within a category, span less
+// than half of the 32-bit numbers, and no float is a NaN. Of a NaN and other floats of its category the first one to
+// come stays. Of categories that span more, AddTag and RemoveTag heed the first tag that compares greater, and up to 64
+// tags at once are added as by AddTag; more at once are put, with those that are there, into one order that all such
+// collections have. No number of tags is refused: many at once take n log n steps, a single one a walk over the others.
 
 #pragma once
 
@@ -88,7 +94,8 @@ OSStatus LuTagCollectionCopyTagsOfCategories(ZoAllocatorRef allocator, LuTagColl
 
 // Changing.
 
-/// Adding what compares equal to a tag that is there succeeds and changes nothing.
+/// Adding what compares equal to a tag that is there succeeds and changes nothing. Without memory
+/// kLuTagCollectionError_AllocationFailed, and a collection that is whole; of up to 64 tags some may be in it by then.
 OSStatus LuTagCollectionAddTag(LuMutableTagCollectionRef tagCollection, LuTag tagToAdd);
 OSStatus LuTagCollectionAddTagsFromArray(LuMutableTagCollectionRef tagCollection, const LuTag* tags, ZoIndex tagCount);
 OSStatus LuTagCollectionRemoveAllTagsOfCategory(LuMutableTagCollectionRef tagCollection, LuTagCategory category);

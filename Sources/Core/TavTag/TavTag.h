@@ -54,4 +54,8 @@ TAV_DECLARE_ALIAS(TavTagMakeFromDictionary, LuTagMakeFromDictionary);
 /// The ELF hash of the System V ABI, 32 bits wide, that hashes of tags and of their collections are mixed from.
 uint64_t TavTagHashBytes(const void* bytes, size_t length);
 
+/// What LuTagCopyDescription makes a string of, in Roman text with a NUL; the length without it.
+enum { kTavTagDescriptionSize = 448 };
+size_t TavTagDescribe(LuTag tag, char text[kTavTagDescriptionSize]);
+
 ZO_EXTERN_C_END

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "Core/TavTag/TavTagCollectionPrivate.h"
-#include "Foundation/Objects/ZoAllocator.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Platform/Common/TavLog.h"
@@ -115,8 +114,7 @@ static bool tagCollectionSizeOf(ZoIndex capacity, ZoIndex* sizeOut)
     return !__builtin_mul_overflow(capacity, static_cast<ZoIndex>(sizeof(LuTag)), sizeOut);
 }
 
-// Moves the tags to a block of `capacity`, of which there must be more than stand inline.
-static OSStatus tagCollectionSetCapacity(LuTagCollection_* collection, ZoIndex capacity)
+OSStatus tagCollectionSetCapacity(const char* operation, LuTagCollection_* collection, ZoIndex capacity)
 {
     const ZoAllocatorRef allocator = ZoGetAllocator(collection);
     ZoIndex size = 0;
@@ -126,7 +124,7 @@ static OSStatus tagCollectionSetCapacity(LuTagCollection_* collection, ZoIndex c
                     ? ZoAllocatorAllocate(allocator, size, 0)
                     : ZoAllocatorReallocate(allocator, collection->tags, size, 0);
     }
-    if (!block) return TAV_SIGNAL(kLuTagCollectionError_AllocationFailed, "couldn't allocate tags");
+    if (!block) return TAV_SIGNAL_FROM(operation, kLuTagCollectionError_AllocationFailed, "couldn't allocate tags");
     if (collection->flags & kTagCollectionIsInline) {
         std::copy_n(collection->inlineTags, collection->count, static_cast<LuTag*>(block));
         collection->flags &= ~kTagCollectionIsInline;
@@ -136,9 +134,10 @@ static OSStatus tagCollectionSetCapacity(LuTagCollection_* collection, ZoIndex c
     return 0;
 }
 
-static OSStatus tagCollectionInsert(LuTagCollection_* collection, LuTag tag)
+OSStatus tagCollectionInsert(const char* operation, LuTagCollection_* collection, LuTag tag)
 {
-    if (collection->count == collection->capacity) TAV_TRY(tagCollectionSetCapacity(collection, collection->count + 1));
+    if (collection->count == collection->capacity)
+        TAV_TRY(tagCollectionSetCapacity(operation, collection, collection->count + 1));
     LuTag* const end = collection->tags + collection->count;
     LuTag* place = collection->tags;
     for (; place != end; ++place) {
@@ -152,44 +151,12 @@ static OSStatus tagCollectionInsert(LuTagCollection_* collection, LuTag tag)
     return 0;
 }
 
-// Tags for which LuTagCompare is an order: it goes by the signs of differences, and calls a NaN level with everything.
-static bool tagIsOrderly(const LuTag& tag)
-{
-    return tag.category <= INT32_MAX && LuTagGetValueDataType(tag) <= INT32_MAX &&
-           !(LuTagHasFloat64Value(tag) && LuTagGetFloat64Value(tag) != LuTagGetFloat64Value(tag));
-}
-
-OSStatus tagCollectionInsertMany(LuTagCollection_* collection, const LuTag* tags, ZoIndex tagCount)
-{
-    constexpr ZoIndex kFewTags = 64, kMostUnorderlyTags = 16384;
-    if (tagCount <= 0) return 0;
-    const bool orderly = std::all_of(tags, tags + tagCount, tagIsOrderly) &&
-                         std::all_of(collection->tags, collection->tags + collection->count, tagIsOrderly);
-    if (tagCount <= kFewTags || !orderly) {
-        // Each insertion looks at every tag: no input may keep us at that for long.
-        if (tagCount > kMostUnorderlyTags)
-            return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionData, "too many tags without an order");
-        for (ZoIndex i = 0; i < tagCount; ++i) TAV_TRY(tagCollectionInsert(collection, tags[i]));
-        return 0;
-    }
-    // One stable sort gives what the insertions would: of tags that compare equal the first one stays.
-    const ZoIndex total = collection->count + tagCount;
-    if (total > collection->capacity) TAV_TRY(tagCollectionSetCapacity(collection, total));
-    std::copy_n(tags, tagCount, collection->tags + collection->count);
-    LuTag* const end = collection->tags + total;
-    std::stable_sort(collection->tags, end, [](const LuTag& a, const LuTag& b) { return LuTagCompare(a, b) < 0; });
-    LuTag* const newEnd =
-        std::unique(collection->tags, end, [](const LuTag& a, const LuTag& b) { return LuTagCompare(a, b) == 0; });
-    collection->count = newEnd - collection->tags;
-    return 0;
-}
-
 // MARK: creation
 
 enum CreateMode : uint32_t { kCreateMutable = 1, kCreateCopy = 2 };
 
-static OSStatus tagCollectionCheckArguments(uint32_t mode, const LuTag* tags, ZoIndex tagCount, ZoIndex capacity,
-                                            LuTagCollectionRef source)
+static OSStatus tagCollectionCheckArguments(const char* operation, uint32_t mode, const LuTag* tags, ZoIndex tagCount,
+                                            ZoIndex capacity, LuTagCollectionRef source)
 {
     const char* complaint = nullptr;
     switch (mode) {
@@ -208,105 +175,125 @@ static OSStatus tagCollectionCheckArguments(uint32_t mode, const LuTag* tags, Zo
         default:
             if (!source) complaint = "tagCollectionToCopy NULL (createMutableCollection && createCopy)";
     }
-    return complaint ? TAV_SIGNAL(kLuTagCollectionError_ParamErr, complaint) : 0;
+    return complaint ? TAV_SIGNAL_FROM(operation, kLuTagCollectionError_ParamErr, complaint) : 0;
 }
 
-static OSStatus _LuTagCollectionCreateCommon(uint32_t mode, ZoAllocatorRef allocator, const LuTag* tags,
-                                             ZoIndex tagCount, ZoIndex capacity, LuTagCollectionRef source,
-                                             LuMutableTagCollectionRef* newCollectionOut)
+static OSStatus _LuTagCollectionCreateCommon(const char* operation, uint32_t mode, ZoAllocatorRef allocator,
+                                             const LuTag* tags, ZoIndex tagCount, ZoIndex capacity,
+                                             LuTagCollectionRef source, LuMutableTagCollectionRef* newCollectionOut)
 {
-    if (!newCollectionOut) return TAV_SIGNAL(kLuTagCollectionError_ParamErr, "NULL newCollectionOut");
+    if (!newCollectionOut) return TAV_SIGNAL_FROM(operation, kLuTagCollectionError_ParamErr, "NULL newCollectionOut");
     *newCollectionOut = nullptr;
-    TAV_TRY(tagCollectionCheckArguments(mode, tags, tagCount, capacity, source));
+    TAV_TRY(tagCollectionCheckArguments(operation, mode, tags, tagCount, capacity, source));
 
     constexpr ZoIndex kExtraBytes = sizeof(LuTagCollection_) - sizeof(ZoRuntimeBase);
     auto collection =
         zoAdopt(asMutable(_ZoRuntimeCreateInstance(allocator, LuTagCollectionGetTypeID(), kExtraBytes, nullptr)));
     if (!collection)
-        return TAV_SIGNAL(kLuTagCollectionError_AllocationFailed, "couldn't allocate LuTagCollection object");
+        return TAV_SIGNAL_FROM(operation, kLuTagCollectionError_AllocationFailed,
+                               "couldn't allocate LuTagCollection object");
 
     const ZoIndex wanted = mode & kCreateCopy ? source->capacity : mode & kCreateMutable ? capacity : tagCount;
-    if (wanted > kTagCollectionInlineCapacity) TAV_TRY(tagCollectionSetCapacity(collection.get(), wanted));
+    if (wanted > kTagCollectionInlineCapacity) TAV_TRY(tagCollectionSetCapacity(operation, collection.get(), wanted));
     if (mode & kCreateCopy) {
         std::copy_n(source->tags, source->count, collection.get()->tags);
         collection.get()->count = source->count;
     }
-    TAV_TRY(tagCollectionInsertMany(collection.get(), tags, tagCount));
+    TAV_TRY(tagCollectionInsertMany(operation, collection.get(), tags, tagCount));
     if (mode & kCreateMutable) collection.get()->flags |= kTagCollectionIsMutable;
     *newCollectionOut = collection.release();
     return 0;
 }
 
+OSStatus tagCollectionCreateMutable(const char* operation, ZoAllocatorRef allocator, LuMutableTagCollectionRef* out)
+{
+    return _LuTagCollectionCreateCommon(operation, kCreateMutable, allocator, nullptr, 0, 0, nullptr, out);
+}
+
+OSStatus tagCollectionCopyMutable(const char* operation, ZoAllocatorRef allocator, LuTagCollectionRef source,
+                                  LuMutableTagCollectionRef* out)
+{
+    if (source) TAV_TRY(tagCollectionCheck(operation, source));
+    return _LuTagCollectionCreateCommon(operation, kCreateMutable | kCreateCopy, allocator, nullptr, 0, 0, source, out);
+}
+
 OSStatus LuTagCollectionCreate(ZoAllocatorRef allocator, const LuTag* tags, ZoIndex tagCount,
                                LuTagCollectionRef* newCollectionOut)
 {
-    return _LuTagCollectionCreateCommon(0, allocator, tags, tagCount, 0, nullptr,
+    return _LuTagCollectionCreateCommon(__func__, 0, allocator, tags, tagCount, 0, nullptr,
                                         const_cast<LuMutableTagCollectionRef*>(newCollectionOut));
 }
 
 OSStatus LuTagCollectionCreateMutable(ZoAllocatorRef allocator, ZoIndex capacity,
                                       LuMutableTagCollectionRef* newMutableCollectionOut)
 {
-    return _LuTagCollectionCreateCommon(kCreateMutable, allocator, nullptr, 0, capacity, nullptr,
+    return _LuTagCollectionCreateCommon(__func__, kCreateMutable, allocator, nullptr, 0, capacity, nullptr,
                                         newMutableCollectionOut);
 }
 
 OSStatus LuTagCollectionCreateCopy(LuTagCollectionRef tagCollection, ZoAllocatorRef allocator,
                                    LuTagCollectionRef* newCollectionCopyOut)
 {
-    if (tagCollection) TAV_TRY(tagCollectionCheck(tagCollection));
-    return _LuTagCollectionCreateCommon(kCreateCopy, allocator, nullptr, 0, 0, tagCollection,
+    if (tagCollection) TAV_TRY(tagCollectionCheck(__func__, tagCollection));
+    return _LuTagCollectionCreateCommon(__func__, kCreateCopy, allocator, nullptr, 0, 0, tagCollection,
                                         const_cast<LuMutableTagCollectionRef*>(newCollectionCopyOut));
 }
 
 OSStatus LuTagCollectionCreateMutableCopy(LuTagCollectionRef tagCollection, ZoAllocatorRef allocator,
                                           LuMutableTagCollectionRef* newMutableCollectionCopyOut)
 {
-    if (tagCollection) TAV_TRY(tagCollectionCheck(tagCollection));
-    return _LuTagCollectionCreateCommon(kCreateMutable | kCreateCopy, allocator, nullptr, 0, 0, tagCollection,
-                                        newMutableCollectionCopyOut);
+    return tagCollectionCopyMutable(__func__, allocator, tagCollection, newMutableCollectionCopyOut);
 }
 
 // MARK: changing
 
 OSStatus LuTagCollectionAddTag(LuMutableTagCollectionRef tagCollection, LuTag tagToAdd)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
-    return tagCollectionInsert(tagCollection, tagToAdd);
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
+    return tagCollectionInsert(__func__, tagCollection, tagToAdd);
 }
 
 OSStatus LuTagCollectionAddTagsFromArray(LuMutableTagCollectionRef tagCollection, const LuTag* tags, ZoIndex tagCount)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
     if (!tags) return TAV_SIGNAL(kLuTagCollectionError_ParamErr, "tags array is NULL");
-    return tagCollectionInsertMany(tagCollection, tags, tagCount);
+    return tagCollectionInsertMany(__func__, tagCollection, tags, tagCount);
+}
+
+// Without a filter all tags are added.
+static OSStatus addTags(const char* operation, LuMutableTagCollectionRef tagCollection, LuTagCollectionRef source,
+                        LuTagCollectionTagFilterFunction filter, void* context)
+{
+    if (source == tagCollection) return 0;  // every tag is there already
+    TagInserter inserter(operation, tagCollection, source->count);
+    for (ZoIndex i = 0; i < source->count; ++i) {
+        const LuTag tag = source->tags[i];
+        if (!filter || filter(tag, context)) TAV_TRY(inserter.add(tag));
+    }
+    return inserter.finish();
 }
 
 OSStatus TavTagCollectionAddTagsFromCollectionWithFilterFunction(LuMutableTagCollectionRef tagCollection,
                                                                  LuTagCollectionRef collectionWithTagsToAdd,
                                                                  LuTagCollectionTagFilterFunction filter, void* context)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
-    TAV_TRY(tagCollectionCheck(collectionWithTagsToAdd));
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
+    TAV_TRY(tagCollectionCheck(__func__, collectionWithTagsToAdd));
     if (!filter) return TAV_SIGNAL(kLuTagCollectionError_ParamErr, "Received NULL filter");
-    if (collectionWithTagsToAdd == tagCollection) return 0;  // every tag is there already
-    for (ZoIndex i = 0; i < collectionWithTagsToAdd->count; ++i) {
-        const LuTag tag = collectionWithTagsToAdd->tags[i];
-        if (filter(tag, context)) TAV_TRY(tagCollectionInsert(tagCollection, tag));
-    }
-    return 0;
+    return addTags(__func__, tagCollection, collectionWithTagsToAdd, filter, context);
 }
 
 OSStatus TavTagCollectionAddTagsFromCollection(LuMutableTagCollectionRef tagCollection,
                                                LuTagCollectionRef collectionWithTagsToAdd)
 {
-    return TavTagCollectionAddTagsFromCollectionWithFilterFunction(
-        tagCollection, collectionWithTagsToAdd, [](LuTag, void*) -> Boolean { return true; }, nullptr);
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
+    TAV_TRY(tagCollectionCheck(__func__, collectionWithTagsToAdd));
+    return addTags(__func__, tagCollection, collectionWithTagsToAdd, nullptr, nullptr);
 }
 
 OSStatus TavTagCollectionRemoveTag(LuMutableTagCollectionRef tagCollection, LuTag tagToRemove)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
     LuTag* const end = tagCollection->tags + tagCollection->count;
     for (LuTag* place = tagCollection->tags; place != end; ++place) {
         const ZoComparisonResult order = LuTagCompare(*place, tagToRemove);
@@ -322,7 +309,7 @@ OSStatus TavTagCollectionRemoveTag(LuMutableTagCollectionRef tagCollection, LuTa
 
 OSStatus TavTagCollectionRemoveAllTags(LuMutableTagCollectionRef tagCollection)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
     if (!(tagCollection->flags & kTagCollectionIsInline)) {
         std::copy_n(tagCollection->tags, std::min(tagCollection->count, kTagCollectionInlineCapacity),
                     tagCollection->inlineTags);
@@ -337,7 +324,7 @@ OSStatus TavTagCollectionRemoveAllTags(LuMutableTagCollectionRef tagCollection)
 
 OSStatus LuTagCollectionRemoveAllTagsOfCategory(LuMutableTagCollectionRef tagCollection, LuTagCategory category)
 {
-    TAV_TRY(tagCollectionCheckMutable(tagCollection));
+    TAV_TRY(tagCollectionCheckMutable(__func__, tagCollection));
     LuTag* const end = tagCollection->tags + tagCollection->count;
     LuTag* const newEnd =
         std::remove_if(tagCollection->tags, end, [category](const LuTag& tag) { return tag.category == category; });

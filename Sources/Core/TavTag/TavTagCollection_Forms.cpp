@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <memory>
-#include <vector>
+#include <string_view>
 
 #include "Core/TavTag/TavTagCollectionPrivate.h"
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
-#include "Foundation/Objects/ZoAllocator.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoData.h"
@@ -24,30 +23,32 @@ ZoStringRef LuTagCollectionCopyDescription(ZoAllocatorRef allocator, LuTagCollec
         (void)TAV_SIGNAL(kLuTagCollectionError_ParamErr, "NULL tagCollection");
         return nullptr;
     }
-    if (tagCollectionCheck(tagCollection) != 0) return nullptr;
-    const ZoMutableStringRef text = ZoStringCreateMutable(allocator, 0);
-    if (!text) return nullptr;
+    if (tagCollectionCheck(__func__, tagCollection) != 0) return nullptr;
+    memory::ReportingArray<char, ZoAllocatorSource> text{ZoAllocatorSource{allocator}};
+    const auto append = [&text](std::string_view more) { return text.append(std::span(more.data(), more.size())); };
     const bool isMutable = tagCollection->flags & kTagCollectionIsMutable;
-    ZoStringAppend(text, isMutable ? ZOSTR("LuMutableTagCollection") : ZOSTR("LuTagCollection"));
-    ZoStringAppend(text, ZOSTR("{\n"));
-    for (ZoIndex i = 0; i < tagCollection->count; ++i) {
-        if (const auto tag = zoAdopt(LuTagCopyDescription(allocator, tagCollection->tags[i])))
-            ZoStringAppend(text, tag.get());
-        ZoStringAppend(text, ZOSTR("\n"));
+    bool complete = append(isMutable ? "LuMutableTagCollection{\n" : "LuTagCollection{\n");
+    for (ZoIndex i = 0; complete && i < tagCollection->count; ++i) {
+        char tag[kTavTagDescriptionSize];
+        complete = append({tag, TavTagDescribe(tagCollection->tags[i], tag)}) && append("\n");
     }
-    ZoStringAppend(text, ZOSTR("}"));
-    return text;
+    ZoStringRef description = nullptr;
+    if (complete && append("}"))
+        description = ZoStringCreateWithBytes(allocator, reinterpret_cast<const uint8_t*>(text.data()),
+                                              static_cast<ZoIndex>(text.size()), kZoStringEncodingClassicRoman, false);
+    if (!description) (void)TAV_SIGNAL(kLuTagCollectionError_AllocationFailed, "couldn't allocate description");
+    return description;
 }
 
 // MARK: dictionary
 
 ZoDictionaryRef LuTagCollectionCopyAsDictionary(LuTagCollectionRef tagCollection, ZoAllocatorRef allocator)
 {
-    const auto fail = [](const char* message) -> ZoDictionaryRef {
-        (void)TAV_SIGNAL(kLuTagCollectionError_AllocationFailed, message);
+    const auto fail = [operation = __func__](const char* message) -> ZoDictionaryRef {
+        (void)TAV_SIGNAL_FROM(operation, kLuTagCollectionError_AllocationFailed, message);
         return nullptr;
     };
-    if (tagCollectionCheck(tagCollection) != 0) return nullptr;
+    if (tagCollectionCheck(__func__, tagCollection) != 0) return nullptr;
     auto dictionary = zoAdopt(
         ZoDictionaryCreateMutable(allocator, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
     if (!dictionary) return fail("could not allocate mutable dictionary");
@@ -57,19 +58,23 @@ ZoDictionaryRef LuTagCollectionCopyAsDictionary(LuTagCollectionRef tagCollection
         const auto tag = zoAdopt(LuTagCopyAsDictionary(tagCollection->tags[i], allocator));
         if (!tag) return fail("LuTagCopyAsDictionary failed");
         ZoArrayAppendValue(array.get(), tag.get());
+        if (ZoArrayGetCount(array.get()) != i + 1) return fail("could not allocate mutable array");
     }
     ZoDictionarySetValue(dictionary.get(), kLuTagCollectionTagsArrayKey, array.get());
+    if (ZoDictionaryGetCount(dictionary.get()) == 0) return fail("could not allocate mutable dictionary");
     return dictionary.release();
 }
 
-static OSStatus addTagFromDictionary(LuMutableTagCollectionRef collection, ZoTypeRef element)
+static OSStatus addTagFromDictionary(const char* operation, TagInserter& inserter, ZoTypeRef element)
 {
     if (!element || ZoGetTypeID(element) != ZoDictionaryGetTypeID())
-        return TAV_SIGNAL(kLuTagCollectionError_ParamErr, "tagDictionary is NULL or not a ZoDictionary");
+        return TAV_SIGNAL_FROM(operation, kLuTagCollectionError_ParamErr,
+                               "tagDictionary is NULL or not a ZoDictionary");
     const LuTag tag = LuTagMakeFromDictionary(static_cast<ZoDictionaryRef>(element));
     if (tag.dataType == kLuTagDataType_Invalid)
-        return TAV_SIGNAL(kLuTagCollectionError_InternalError, "LuTag dictionary did not produce a valid LuTag");
-    return LuTagCollectionAddTag(collection, tag);
+        return TAV_SIGNAL_FROM(operation, kLuTagCollectionError_InternalError,
+                               "LuTag dictionary did not produce a valid LuTag");
+    return inserter.add(tag);
 }
 
 OSStatus LuTagCollectionCreateFromDictionary(ZoDictionaryRef dict, ZoAllocatorRef allocator,
@@ -83,9 +88,11 @@ OSStatus LuTagCollectionCreateFromDictionary(ZoDictionaryRef dict, ZoAllocatorRe
         return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionDictionary,
                           "ZoDictionary does not contain a tags array");
     ZoRef<LuMutableTagCollectionRef> collection;
-    TAV_TRY(LuTagCollectionCreateMutable(allocator, 0, collection.outParam()));
+    TAV_TRY(tagCollectionCreateMutable(__func__, allocator, collection.outParam()));
+    TagInserter inserter(__func__, collection.get(), ZoArrayGetCount(array));
     for (ZoIndex i = 0; i < ZoArrayGetCount(array); ++i)
-        TAV_TRY(addTagFromDictionary(collection.get(), ZoArrayGetValueAtIndex(array, i)));
+        TAV_TRY(addTagFromDictionary(__func__, inserter, ZoArrayGetValueAtIndex(array, i)));
+    TAV_TRY(inserter.finish());
     *newCollectionOut = collection.release();
     return 0;
 }
@@ -146,7 +153,7 @@ ZoDataRef LuTagCollectionCopyAsData(LuTagCollectionRef tagCollection, ZoAllocato
 {
     constexpr uint32_t kPieces = 4;
     ZoRef<LuBlockBufferRef> buffer;
-    if (tagCollectionCheck(tagCollection) != 0 ||
+    if (tagCollectionCheck(__func__, tagCollection) != 0 ||
         LuBlockBufferCreateEmpty(nullptr, kPieces, 0, buffer.outParam()) != 0 ||
         writeCollection(tagCollection, buffer.get()) != 0)
         return nullptr;
@@ -167,44 +174,46 @@ ZoDataRef LuTagCollectionCopyAsData(LuTagCollectionRef tagCollection, ZoAllocato
     return data;
 }
 
-static OSStatus ProcessTagCollectionInfoAtom(const TavAtomStream* atom, LuMutableTagCollectionRef)
+static constexpr char kFromData[] = "LuTagCollectionCreateFromData";
+
+static OSStatus ProcessTagCollectionInfoAtom(const TavAtomStream* atom, TagInserter&)
 {
     uint8_t version = 0;
     TAV_TRY(TavAtomStreamGetCurrentAtomVersionAndFlags(atom, &version, nullptr));
     if (version != 0)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionDataVersion, "Version 0 expected for 'tgin' atom");
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionDataVersion,
+                               "Version 0 expected for 'tgin' atom");
     if (atom->dataLength < kInfoDataLength)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionData,
-                          "Invalid atomDataLength < sizeof(LuTagInfoAtom)");
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionData,
+                               "Invalid atomDataLength < sizeof(LuTagInfoAtom)");
     uint8_t signatures[8];
     TAV_TRY(TavAtomStreamReadCurrentAtomData(atom, kVersionAndFlagsLength, sizeof(signatures), signatures));
     if (loadBE32(signatures) != kSignature1)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionData, "signature1 is not 'tag '");
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionData, "signature1 is not 'tag '");
     if (loadBE32(signatures + 4) != kSignature2)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionData, "signature2 is not 'coll'");
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionData, "signature2 is not 'coll'");
     return 0;
 }
 
-static OSStatus ProcessTagCollectionListAtom(const TavAtomStream* atom, LuMutableTagCollectionRef collection)
+static OSStatus ProcessTagCollectionListAtom(const TavAtomStream* atom, TagInserter& inserter)
 {
     uint8_t version = 0;
     TAV_TRY(TavAtomStreamGetCurrentAtomVersionAndFlags(atom, &version, nullptr));
     if (version != 0)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionDataVersion, "Version 0 expected for 'tgli' atom");
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionDataVersion,
+                               "Version 0 expected for 'tgli' atom");
     uint8_t bytes[kTagLength] = {};
     if (atom->dataLength >= kListHeaderLength)
         TAV_TRY(TavAtomStreamReadCurrentAtomData(atom, kVersionAndFlagsLength, 4, bytes));
     const int64_t tagCount = loadBE32(bytes);
     if (atom->dataLength < kListHeaderLength || atom->dataLength != kListHeaderLength + kTagLength * tagCount)
-        return TAV_SIGNAL(kLuTagCollectionError_InvalidTagCollectionData,
-                          "Invalid atomDataLength < sizeof(LuTagInfoAtom)");
-    std::vector<LuTag> tags(static_cast<size_t>(tagCount));  // no more than there are bytes
-    for (size_t i = 0; i < tags.size(); ++i) {
-        const int64_t offset = kListHeaderLength + kTagLength * static_cast<int64_t>(i);
-        TAV_TRY(TavAtomStreamReadCurrentAtomData(atom, offset, sizeof(bytes), bytes));
-        tags[i] = {loadBE32(bytes), loadBE32(bytes + 4), loadBE64(bytes + 8)};
+        return TAV_SIGNAL_FROM(kFromData, kLuTagCollectionError_InvalidTagCollectionData,
+                               "Invalid atomDataLength < sizeof(LuTagInfoAtom)");
+    for (int64_t i = 0; i < tagCount; ++i) {
+        TAV_TRY(TavAtomStreamReadCurrentAtomData(atom, kListHeaderLength + kTagLength * i, sizeof(bytes), bytes));
+        TAV_TRY(inserter.add({loadBE32(bytes), loadBE32(bytes + 4), loadBE64(bytes + 8)}));
     }
-    return tagCollectionInsertMany(collection, tags.data(), tagCount);
+    return 0;
 }
 
 // Hands each atom of the run to `process`; the end of the run is success.
@@ -219,11 +228,11 @@ static OSStatus forEachAtom(TavAtomStream& stream, Process process)
     return status == kTavAtomStream_AtEnd ? 0 : status;
 }
 
-static OSStatus ProcessTagCollectionContainerAtom(const TavAtomStream& container, LuMutableTagCollectionRef collection)
+static OSStatus ProcessTagCollectionContainerAtom(const TavAtomStream& container, TagInserter& inserter)
 {
     struct Row {
         OSType type;
-        OSStatus (*process)(const TavAtomStream* atom, LuMutableTagCollectionRef collection);
+        OSStatus (*process)(const TavAtomStream* atom, TagInserter& inserter);
     };
     static constexpr Row atomDispatch[] = {
         {kInfoAtom, ProcessTagCollectionInfoAtom},
@@ -231,9 +240,9 @@ static OSStatus ProcessTagCollectionContainerAtom(const TavAtomStream& container
     };
     TavAtomStream atoms;
     TAV_TRY(TavAtomStreamInitWithParent(&container, 0, &atoms));
-    return forEachAtom(atoms, [collection](const TavAtomStream& atom) -> OSStatus {
+    return forEachAtom(atoms, [&inserter](const TavAtomStream& atom) -> OSStatus {
         for (const Row& row : atomDispatch)
-            if (row.type == atom.type) return row.process(&atom, collection);
+            if (row.type == atom.type) return row.process(&atom, inserter);
         return 0;
     });
 }
@@ -246,14 +255,16 @@ OSStatus LuTagCollectionCreateFromData(ZoDataRef data, ZoAllocatorRef allocator,
     if (ZoDataGetLength(data) < kTavAtomHeaderSize)
         return TAV_SIGNAL(kLuTagCollectionError_ParamErr, "ZoDataGetLength() should have more than 8 bytes");
     ZoRef<LuMutableTagCollectionRef> collection;
-    TAV_TRY(LuTagCollectionCreateMutable(allocator, 0, collection.outParam()));
+    TAV_TRY(tagCollectionCreateMutable(__func__, allocator, collection.outParam()));
     ZoRef<LuBlockBufferRef> buffer;
     TAV_TRY(TavCreateBlockBufferWithZoDataNoCopy(nullptr, data, 0, 0, buffer.outParam()));
     TavAtomStream stream;
     TAV_TRY(TavAtomStreamInitWithBBuf(buffer.get(), 0, false, &stream));
-    TAV_TRY(forEachAtom(stream, [&collection](const TavAtomStream& atom) -> OSStatus {
-        return atom.type == kContainerAtom ? ProcessTagCollectionContainerAtom(atom, collection.get()) : 0;
+    TagInserter inserter(__func__, collection.get(), ZoDataGetLength(data) / kTagLength);
+    TAV_TRY(forEachAtom(stream, [&inserter](const TavAtomStream& atom) -> OSStatus {
+        return atom.type == kContainerAtom ? ProcessTagCollectionContainerAtom(atom, inserter) : 0;
     }));
+    TAV_TRY(inserter.finish());
     *newCollectionOut = collection.release();
     return 0;
 }

@@ -1,0 +1,217 @@
+#include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoDictionary.h"
+#include "Foundation/Collections/ZoSet.h"
+#include "Foundation/Dates/ZoCalendar.h"
+#include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Dates/ZoDateFormatter.h"
+#include "Foundation/Dates/ZoLocale.h"
+#include "Foundation/PropertyLists/ZoPropertyList.h"
+#include "Foundation/Services/ZoNotificationCenter.h"
+#include "Foundation/Services/ZoPreferences.h"
+#include "Foundation/Services/ZoRunLoop.h"
+#include "Foundation/Text/ZoAttributedString.h"
+#include "Foundation/URLs/ZoURL.h"
+#include "Foundation/Values/ZoData.h"
+#include "Foundation/Values/ZoNumber.h"
+#include "Foundation/Values/ZoUUID.h"
+#include "Tests/Memory/MemoryMakers.h"
+
+using namespace luvia_test;
+
+namespace {
+
+using Bytes = const uint8_t*;
+
+Made makeNumber(ZoAllocatorRef allocator)
+{
+    const int64_t value = INT64_MAX - 1;
+    int64_t back = 0;
+    const auto number = zoAdopt(ZoNumberCreate(allocator, kZoNumberSInt64Type, &value));
+    return made(bool(number), number && ZoNumberGetValue(number.get(), kZoNumberSInt64Type, &back) && back == value);
+}
+
+Made makeStrings(ZoAllocatorRef allocator)
+{
+    constexpr char kText[] = "a text that is longer than what stands in a record";
+    const auto ascii = zoAdopt(ZoStringCreateWithCString(allocator, kText, kZoStringEncodingUTF8));
+    const auto wide = zoAdopt(ZoStringCreateWithCString(allocator, "\u03b1\u03b2\u03b3", kZoStringEncodingUTF8));
+    const auto copy = zoAdopt(ascii ? ZoStringCreateMutableCopy(allocator, 0, ascii.get()) : nullptr);
+    return made(ascii && wide && copy,
+                isText(ascii.get(), kText) && isText(wide.get(), "\u03b1\u03b2\u03b3") && isText(copy.get(), kText));
+}
+
+Made formatString(ZoAllocatorRef allocator)
+{
+    return madeText(
+        zoAdopt(ZoStringCreateWithFormat(allocator, nullptr, ZOSTR("%d %@ %s %.1f"), 5, ZOSTR("x"), "y", 0.5)),
+        "5 x y 0.5");
+}
+
+Made growString(ZoAllocatorRef)
+{
+    const auto text = zoAdopt(ZoStringCreateMutable(nullptr, 0));
+    if (!text) return Made::kRefused;
+    for (int i = 0; i < 50; ++i) ZoStringAppend(text.get(), ZOSTR("0123456789"));
+    ZoStringAppendFormat(text.get(), nullptr, ZOSTR("%d"), 7);
+    return made(true, ZoStringGetLength(text.get()) == 501);
+}
+
+Made convertString(ZoAllocatorRef allocator)
+{
+    const auto string = zoAdopt(ZoStringCreateWithCString(nullptr, "caf\u00e9", kZoStringEncodingUTF8));
+    if (!string) return Made::kRefused;
+    const auto data =
+        zoAdopt(ZoStringCreateExternalRepresentation(allocator, string.get(), kZoStringEncodingClassicRoman, 0));
+    return made(bool(data), data && std::memcmp(ZoDataGetBytePtr(data.get()), "caf\x8e", 4) == 0);
+}
+
+Made makeCollections(ZoAllocatorRef allocator)
+{
+    const void* keys[] = {ZOSTR("a"), ZOSTR("b"), ZOSTR("c"), ZOSTR("d"), ZOSTR("e"), ZOSTR("f"), ZOSTR("g")};
+    const auto array = zoAdopt(ZoArrayCreate(allocator, keys, 7, &kZoTypeArrayCallBacks));
+    const auto set = zoAdopt(ZoSetCreate(allocator, keys, 7, &kZoTypeSetCallBacks));
+    const auto dictionary = zoAdopt(
+        ZoDictionaryCreate(allocator, keys, keys, 7, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    if (!array || !set || !dictionary) return Made::kRefused;
+    const auto arrayCopy = zoAdopt(ZoArrayCreateMutableCopy(allocator, 0, array.get()));
+    const auto copy = zoAdopt(ZoDictionaryCreateMutableCopy(allocator, 0, dictionary.get()));
+    if (!arrayCopy || !copy) return Made::kRefused;
+    return made(true, ZoEqual(arrayCopy.get(), array.get()) && ZoEqual(copy.get(), dictionary.get()) &&
+                          ZoSetGetCount(set.get()) == 7 && ZoDictionaryGetValue(copy.get(), keys[6]) == keys[6]);
+}
+
+Made growCollections(ZoAllocatorRef)
+{
+    const auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
+    const auto dictionary = zoAdopt(
+        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    const auto data = zoAdopt(ZoDataCreateMutable(nullptr, 0));
+    if (!array || !dictionary || !data) return Made::kRefused;
+    for (int32_t i = 0; i < 30; ++i) {
+        const auto number = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &i));
+        if (!number) return Made::kRefused;
+        ZoArrayAppendValue(array.get(), number.get());
+        ZoDictionarySetValue(dictionary.get(), number.get(), number.get());
+        ZoDataAppendBytes(data.get(), reinterpret_cast<Bytes>("0123456789"), 10);
+    }
+    const auto text = zoAdopt(ZoCopyDescription(dictionary.get()));
+    return made(bool(text), ZoArrayGetCount(array.get()) == 30 && ZoDictionaryGetCount(dictionary.get()) == 30 &&
+                                ZoDataGetLength(data.get()) == 300);
+}
+
+constexpr char kXML[] = R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict><key>a</key><array>
+<integer>1234567890123</integer><real>2.5</real><string>text</string><true/><data>AAEC</data>
+<date>2001-01-01T00:00:01Z</date></array></dict></plist>)";
+
+template <ZoPropertyListFormat format>
+Made roundTripPropertyList(ZoAllocatorRef allocator)
+{
+    const auto xml = zoAdopt(ZoDataCreate(nullptr, reinterpret_cast<Bytes>(kXML), sizeof(kXML) - 1));
+    if (!xml) return Made::kRefused;
+    const auto list = zoAdopt(ZoPropertyListCreateWithData(allocator, xml.get(), 2, nullptr, nullptr));
+    if (!list) return Made::kRefused;
+    ZoErrorRef error = nullptr;
+    const auto data = zoAdopt(ZoPropertyListCreateData(allocator, list.get(), format, 0, &error));
+    if (error) ZoRelease(error);
+    if (!data) return Made::kRefused;
+    const auto back = zoAdopt(ZoPropertyListCreateWithData(allocator, data.get(), 0, nullptr, nullptr));
+    const auto copy = zoAdopt(ZoPropertyListCreateDeepCopy(allocator, list.get(), 0));
+    if (!back || !copy) return Made::kRefused;
+    return made(true, ZoEqual(back.get(), list.get()) && ZoEqual(copy.get(), list.get()));
+}
+
+Made makeURLs(ZoAllocatorRef allocator)
+{
+    const auto url = zoAdopt(ZoURLCreateWithString(allocator, ZOSTR("http://example.org/a b/c"), nullptr));
+    const auto file = zoAdopt(ZoURLCreateWithFileSystemPath(allocator, ZOSTR("/tmp/a b"), kZoURLPOSIXPathStyle, true));
+    if (!file) return Made::kRefused;
+    const auto deeper = zoAdopt(ZoURLCreateCopyAppendingPathComponent(allocator, file.get(), ZOSTR("c%"), false));
+    if (!deeper) return Made::kRefused;
+    return made(true, isText(ZoURLGetString(deeper.get()), "file:///tmp/a%20b/c%25"));
+}
+
+Made makeDates(ZoAllocatorRef allocator)
+{
+    const auto date = zoAdopt(ZoDateCreate(allocator, 86400));
+    const auto calendar = zoAdopt(ZoCalendarCreateWithIdentifier(allocator, kZoGregorianCalendar));
+    const auto locale = zoAdopt(ZoLocaleCreate(allocator, ZOSTR("en_US_POSIX")));
+    if (!date || !calendar || !locale) return Made::kRefused;
+    const auto formatter =
+        zoAdopt(ZoDateFormatterCreate(allocator, locale.get(), kZoDateFormatterShortStyle, kZoDateFormatterNoStyle));
+    if (!formatter) return Made::kRefused;
+    const auto text = zoAdopt(ZoDateFormatterCreateStringWithAbsoluteTime(allocator, formatter.get(), 86400));
+    return made(bool(text), text && ZoStringGetLength(text.get()) > 4);
+}
+
+Made makeUUID(ZoAllocatorRef allocator)
+{
+    constexpr char kText[] = "68753A44-4D6F-1226-9C60-0050E4C00067";
+    const auto uuid = zoAdopt(ZoUUIDCreateFromString(allocator, ZOSTR("68753A44-4D6F-1226-9C60-0050E4C00067")));
+    return uuid ? madeText(zoAdopt(ZoUUIDCreateString(allocator, uuid.get())), kText) : Made::kRefused;
+}
+
+Made readPreferences(ZoAllocatorRef)
+{
+    Boolean isThere = true;
+    ZoPreferencesGetAppIntegerValue(ZOSTR("nothing"), ZOSTR("org.example.nothing"), &isThere);
+    const auto value = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("nothing"), ZOSTR("org.example.nothing")));
+    return made(true, !isThere && !value);
+}
+
+Made notify(ZoAllocatorRef)
+{
+    int told = 0;
+    const auto count = [](ZoNotificationCenterRef, void* observer, ZoStringRef, const void*, ZoDictionaryRef) {
+        ++*static_cast<int*>(observer);
+    };
+    const ZoNotificationCenterRef center = ZoNotificationCenterGetLocalCenter();
+    if (!center) return Made::kRefused;
+    ZoNotificationCenterAddObserver(center, &told, count, ZOSTR("news"), nullptr, kZoNotificationDeliverImmediately);
+    ZoNotificationCenterPostNotification(center, ZOSTR("news"), nullptr, nullptr, true);
+    ZoNotificationCenterRemoveObserver(center, &told, nullptr, nullptr);
+    return made(told > 0, told == 1);
+}
+
+Made fireTimer(ZoAllocatorRef allocator)
+{
+    int fired = 0;
+    const ZoRunLoopTimerContext context = {0, &fired, nullptr, nullptr, nullptr};
+    const auto fire = [](ZoRunLoopTimerRef, void* info) { ++*static_cast<int*>(info); };
+    const ZoRunLoopRef loop = ZoRunLoopGetCurrent();
+    const auto timer = zoAdopt(ZoRunLoopTimerCreate(allocator, 0, 0, 0, 0, fire, &context));
+    if (!loop || !timer) return Made::kRefused;
+    ZoRunLoopAddTimer(loop, timer.get(), kZoRunLoopDefaultMode);
+    ZoRunLoopRunInMode(kZoRunLoopDefaultMode, 0, false);
+    ZoRunLoopTimerInvalidate(timer.get());
+    return made(fired > 0, fired == 1);
+}
+
+Made attributeString(ZoAllocatorRef allocator)
+{
+    const auto string = zoAdopt(ZoAttributedStringCreate(allocator, ZOSTR("text"), nullptr));
+    const auto copy = zoAdopt(string ? ZoAttributedStringCreateMutableCopy(allocator, 0, string.get()) : nullptr);
+    return made(bool(copy), copy && ZoAttributedStringGetLength(copy.get()) == 4);
+}
+
+constexpr Maker kRows[] = {
+    {"number", makeNumber, 1},
+    {"strings", makeStrings, 3},
+    {"formattedString", formatString, 1},
+    {"growingString", growString},
+    {"convertedString", convertString, 1},
+    {"collections", makeCollections, 5},
+    {"growingCollections", growCollections},
+    {"xmlPropertyList", roundTripPropertyList<kZoPropertyListXMLFormat_v1_0>, 10},
+    {"binaryPropertyList", roundTripPropertyList<kZoPropertyListBinaryFormat_v1_0>, 10},
+    {"urls", makeURLs, 3},
+    {"dates", makeDates, 4},
+    {"uuid", makeUUID, 1},
+    {"preferences", readPreferences},
+    {"notification", notify},
+    {"timer", fireTimer, 1},
+    {"attributedString", attributeString, 2},
+};
+
+}  // namespace
+
+const std::span<const Maker> luvia_test::kFoundationMakers = kRows;
