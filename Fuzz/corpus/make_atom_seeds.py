@@ -41,6 +41,19 @@ MOVIE = atom(b"ftyp", b"isom\0\0\2\0isomiso2") + \
     atom(b"uuid", UUID + b"data") + wide(b"mdat", b"media") + struct.pack(">I4s", 0, b"free") + b"rest"
 write("inspect", "movie", MOVIE)
 write("inspect", "movie_meta", atom(b"meta", full(b"hdlr", bytes(24))) + full(b"iinf", struct.pack(">H", 0)))
+HANDLERS = {b"vide": [(b"AVdn", bytes(76) + b"\xff\xff"), (b"rle ", bytes(78 + 6) + b"\0\1" + bytes(16))],
+            b"soun": [(b"raw ", SOUND), (b"mp4a", bytes(8) + b"\0\1" + bytes(18)),
+                      (b"lpcm", bytes(8) + b"\0\2" + bytes(18) + struct.pack(">I", 80) + bytes(40))]}
+ENTRIES = b"".join(
+    atom(b"trak", atom(b"mdia", full(b"hdlr", bytes(4) + handler + bytes(13)) + atom(b"minf", atom(b"stbl", full(
+        b"stsd", struct.pack(">I", len(entries)) +
+        b"".join(atom(code, fields + atom(b"avcC", AVCC) + atom(b"a\"\\\x80")) for code, fields in entries))))))
+    for handler, entries in HANDLERS.items())
+write("inspect", "entries", atom(b"moov", ENTRIES))
+write("inspect", "text", b"no boxes at all, but text")
+for name, record in (("version", b"\x09" + AVCC[1:]), ("cut", AVCC[:20]), ("length", AVCC[:6] + b"\xff\xff" + AVCC[8:]),
+                     ("unreadable", AVCC[:12] + bytes(len(AVCC) - 12)), ("no_sets", b"\1\x64\0\x0a\xff\xe0\0\xf8")):
+    write("inspect", "avcC_" + name, atom(b"moov", atom(b"avcC", record)))
 write("inspect", "deep", b"".join(struct.pack(">I4s", 8 * (40 - n), b"moov") for n in range(40)))
 for piece in (0, 5, 79):
     write("atom_stream", f"pieces_{piece}", bytes([piece]) + MOVIE)

@@ -11,10 +11,11 @@ namespace {
 enum Kind : uint8_t { kBox, kFullBox };
 // Where children start: an offset in the data, or a rule of the box itself.
 constexpr int16_t kNone = -1;
-constexpr int16_t kAfterSoundFields = -2;  // SoundSampleEntry: 28, and 16 or 36 more in versions 1 and 2
-constexpr int16_t kAfterItemCount = -3;    // ISO/IEC 14496-12 8.11.6: a count of 16 bits in version 0, else of 32
-constexpr int16_t kMetaChildren = -4;      // a full box, but in movie files, where the children start at once
-constexpr int16_t kVisual = 78, kSound = kAfterSoundFields, kEntry = 8;
+constexpr int16_t kSound = -2;           // SoundSampleEntry: behind its fields, whose length its version tells
+constexpr int16_t kVisual = -3;          // VisualSampleEntry: behind its fields, and a color table if there is one
+constexpr int16_t kAfterItemCount = -4;  // ISO/IEC 14496-12 8.11.6: a count of 16 bits in version 0, else of 32
+constexpr int16_t kMetaChildren = -5;    // a full box, but in movie files, where the children start at once
+constexpr int16_t kEntry = 8;
 
 constexpr OSType codeOf(const char (&text)[5]) { return LU_FOURCC(text[0], text[1], text[2], text[3]); }
 
@@ -59,7 +60,8 @@ constexpr auto kRows = [] {
     addRows(rows, n, kFullBox, kNone, "any ", "url  urn  alis tsel assp srat chnl chan dmix dfLa alac vpcC SmDm CoLL");
     addRows(rows, n, kFullBox, kNone, "any ", "clef prof enof keys iods ispe pixi auxC ipma stri hero prhd data loci");
     addRows(rows, n, kFullBox, kNone, "----", "mean name");
-    // The entries of the sample description, of each kind; and what tags hold, by names of their own.
+    // The entries of the sample description, where no handler tells their kind; and what tags hold, by names of their
+    // own.
     addRows(rows, n, kBox, kVisual, "stsd",
             "avc1 avc2 avc3 avc4 hvc1 hev1 hvc2 hev2 lhv1 lhe1 dvh1 dvhe dvav dva1 av01");
     addRows(rows, n, kBox, kVisual, "stsd",
@@ -70,7 +72,12 @@ constexpr auto kRows = [] {
             "mp4a enca ac-3 ec-3 ac-4 alac fLaC Opus samr sawb sawp lpcm sowt twos in24");
     addRows(rows, n, kBox, kSound, "stsd",
             "in32 fl32 fl64 ulaw alaw .mp3 ima4 mha1 mhm1 dtsc dtsh dtse ipcm fpcm NONE");
-    addRows(rows, n, kBox, kEntry, "stsd", "wvtt mp4s enct encs encm");
+    addRows(rows, n, kBox, kEntry, "stsd", "wvtt mp4s enct encs encm mebx");
+    addRows(rows, n, kBox, 16, "stsd", "rtp  srtp rrtp rsrp");
+    addRows(rows, n, kBox, 26, "stsd", "tmcd");
+    addRows(rows, n, kBox, 38, "stsd", "tx3g");
+    addRows(rows, n, kBox, 0, "mebx", "keys");
+    addRows(rows, n, kBox, 0, "keys", "any ");
     addRows(rows, n, kBox, 0, "ilst", "any ");
     // The decoder's sound atoms of movie files have the names of sample entries, and are none.
     addRows(rows, n, kBox, kNone, "wave", "mp4a alac");
@@ -87,11 +94,59 @@ const Row* findRow(OSType type, OSType parent)
     return row != end && row->type == type && row->parent == parent ? row : nullptr;
 }
 
-// 8.5.2: version 1 of the table means that an entry's own version changes nothing of its length.
+// Whether atoms from `offset` on end where the data ends, or with a terminator.
+bool endsWithAtoms(std::span<const uint8_t> data, size_t offset)
+{
+    if (offset > data.size()) return false;
+    data = data.subspan(offset);
+    constexpr int kMostLookedAt = 32;
+    for (int i = 0; i < kMostLookedAt && !data.empty(); ++i) {
+        if (data.size() < 8) return std::all_of(data.begin(), data.end(), [](uint8_t byte) { return byte == 0; });
+        const uint32_t size = loadBE32(&data[0]);
+        if (loadBE32(&data[4]) == 0) return data.size() == 8;
+        if (size < 8 || size > data.size()) return false;
+        data = data.subspan(size);
+    }
+    return true;
+}
+
+// 8.5.2: version 1 of the table means that an entry's own version changes nothing of its length. Elsewhere versions 1
+// and 2 are those of movie files, where version 2 tells its own size; but some ISO files write version 1 into a table
+// of version 0, which only their atoms tell apart.
 size_t soundFieldsLength(const TavAtomParent& parent, std::span<const uint8_t> data)
 {
+    constexpr size_t kFields = 28, kMovieFieldsOfVersion1 = 44, kMovieFieldsOfVersion2 = 64, kHeader = 8;
     const uint16_t version = data.size() >= 10 && parent.version == 0 ? loadBE16(&data[8]) : 0;
-    return 28 + (version == 1 ? 16 : version == 2 ? 36 : 0);
+    if (version == 2) {
+        const size_t told = data.size() >= kFields + 4 ? loadBE32(&data[kFields]) : 0;
+        return std::max(told < kHeader || told - kHeader > data.size() ? 0 : told - kHeader, kMovieFieldsOfVersion2);
+    }
+    if (version != 1 || (endsWithAtoms(data, kFields) && !endsWithAtoms(data, kMovieFieldsOfVersion1))) return kFields;
+    return kMovieFieldsOfVersion1;
+}
+
+// A color table stands behind the fields if the table's id says so, which some ISO files leave 0 without having one.
+size_t visualFieldsLength(std::span<const uint8_t> data)
+{
+    constexpr size_t kFields = 78, kTableIDOffset = 76, kTableHeader = 8, kCountOffset = 6, kEntrySize = 8;
+    if (data.size() < kFields + kTableHeader || loadBE16(&data[kTableIDOffset]) != 0) return kFields;
+    const size_t count = size_t{loadBE16(&data[kFields + kCountOffset])} + 1;
+    const size_t behind = kFields + kTableHeader + count * kEntrySize;
+    return behind <= data.size() ? behind : kFields;
+}
+
+// How an entry of a track with this handler is laid out; kNone where the handler does not tell.
+int16_t entryLayoutOf(OSType handler)
+{
+    struct HandlerRow {
+        OSType handler;
+        int16_t children;
+    };
+    static constexpr HandlerRow kHandlers[] = {
+        {codeOf("vide"), kVisual}, {codeOf("auxv"), kVisual}, {codeOf("pict"), kVisual}, {codeOf("soun"), kSound}};
+    for (const HandlerRow& row : kHandlers)
+        if (row.handler == handler) return row.children;
+    return kNone;
 }
 
 bool isMovieFileMeta(std::span<const uint8_t> data)
@@ -101,19 +156,29 @@ bool isMovieFileMeta(std::span<const uint8_t> data)
 
 }  // namespace
 
+static TavAtomLayout layoutOf(const Row& row, const TavAtomParent& parent, std::span<const uint8_t> data)
+{
+    const bool isFull = row.kind == kFullBox;
+    switch (row.children) {
+        case kNone: return {isFull, false, 0};
+        case kSound: return {isFull, true, soundFieldsLength(parent, data)};
+        case kVisual: return {isFull, true, visualFieldsLength(data)};
+        case kAfterItemCount: return {isFull, true, data.empty() || data[0] == 0 ? size_t{6} : size_t{8}};
+        case kMetaChildren:
+            return isMovieFileMeta(data) ? TavAtomLayout{false, true, 0} : TavAtomLayout{isFull, true, 4};
+        default: return {isFull, true, static_cast<size_t>(row.children)};
+    }
+}
+
 TavAtomLayout TavAtomLayoutOf(OSType type, const TavAtomParent& parent, std::span<const uint8_t> data)
 {
+    if (parent.type == codeOf("stsd")) {
+        const int16_t children = entryLayoutOf(parent.handler);
+        if (children != kNone) return layoutOf({type, parent.type, kBox, children}, parent, data);
+    }
     const Row* row = findRow(type, parent.type);
     if (!row) row = findRow(0, parent.type);
     if (!row) row = findRow(type, 0);
     if (!row || row->type + row->parent == 0) return {};
-    const bool isFull = row->kind == kFullBox;
-    switch (row->children) {
-        case kNone: return {isFull, false, 0};
-        case kAfterSoundFields: return {isFull, true, soundFieldsLength(parent, data)};
-        case kAfterItemCount: return {isFull, true, data.empty() || data[0] == 0 ? size_t{6} : size_t{8}};
-        case kMetaChildren:
-            return isMovieFileMeta(data) ? TavAtomLayout{false, true, 0} : TavAtomLayout{isFull, true, 4};
-        default: return {isFull, true, static_cast<size_t>(row->children)};
-    }
+    return layoutOf(*row, parent, data);
 }

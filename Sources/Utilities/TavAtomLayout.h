@@ -12,6 +12,7 @@
 struct TavAtomParent {
     OSType type = 0;
     uint8_t version = 0;
+    OSType handler = 0;  ///< of the track that all of this is in, or 0 where that is not known
 };
 
 struct TavAtomLayout {
@@ -20,6 +21,7 @@ struct TavAtomLayout {
     size_t childrenOffset = 0;
 };
 
-/// The layout of an atom of this type; `data` is what stands behind its header, of which at most 10 bytes are read. A
-/// type unknown to the table holds nothing.
+/// The layout of an atom of this type; `data` is what stands behind its header, of which a bounded part is read. A type
+/// unknown to the table holds nothing, but for the entries of sample descriptions: a track of pictures or sound has
+/// entries of one layout whatever their codes are. Where the handler is another, the table knows some codes.
 TavAtomLayout TavAtomLayoutOf(OSType type, const TavAtomParent& parent, std::span<const uint8_t> data);

@@ -1,6 +1,7 @@
 #include "inspect/Inspection.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
@@ -9,198 +10,261 @@
 #include "Foundation/Values/ZoNumber.h"
 #include "Utilities/TavAtomLayout.h"
 #include "Utilities/TavAtomStream.h"
+#include "Utilities/TavBigEndian.h"
+#include "inspect/Findings.h"
 #include "inspect/Payload.h"
+#include "inspect/ValueWriter.h"
 
 namespace {
 
 constexpr int kDeepest = 32;
-constexpr size_t kMostMessages = 100;
 constexpr size_t kBoxesBetweenReleases = 2048;
+constexpr OSType kTrack = LU_FOURCC('t', 'r', 'a', 'k'), kMedia = LU_FOURCC('m', 'd', 'i', 'a');
+constexpr OSType kHandler = LU_FOURCC('h', 'd', 'l', 'r');
 
-std::string quoted(const std::string& text)
+// What files start with, also where the first box is cut or its length is wrong.
+constexpr OSType kFirstBoxes[] = {
+    LU_FOURCC('f', 't', 'y', 'p'), LU_FOURCC('s', 't', 'y', 'p'), LU_FOURCC('m', 'o', 'o', 'v'),
+    LU_FOURCC('m', 'o', 'o', 'f'), LU_FOURCC('m', 'd', 'a', 't'), LU_FOURCC('f', 'r', 'e', 'e'),
+    LU_FOURCC('s', 'k', 'i', 'p'), LU_FOURCC('w', 'i', 'd', 'e'), LU_FOURCC('p', 'n', 'o', 't'),
+    LU_FOURCC('u', 'u', 'i', 'd'), LU_FOURCC('m', 'e', 't', 'a'), LU_FOURCC('s', 'i', 'd', 'x'),
+};
+
+// Any other type must be printable, and its box end inside of the file.
+bool startsWithBox(std::span<const uint8_t> bytes)
 {
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
-    }
-    return out + '"';
+    if (bytes.size() < kTavAtomHeaderSize) return false;
+    const OSType type = loadBE32(&bytes[4]);
+    if (std::find(std::begin(kFirstBoxes), std::end(kFirstBoxes), type) != std::end(kFirstBoxes)) return true;
+    const bool isPrintable =
+        std::all_of(&bytes[4], &bytes[8], [](uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
+    uint64_t size = loadBE32(bytes.data());
+    if (size == 1) size = bytes.size() < 16 ? 0 : loadBE64(&bytes[8]);
+    return isPrintable && size >= kTavAtomHeaderSize && size <= bytes.size();
 }
+
+// How many boxes of each type stood on one level so far; types beyond the first few are not told apart by number.
+class TypeCounts {
+public:
+    uint32_t of(OSType type) const
+    {
+        const size_t i = find(type);
+        return i < used_ ? counts_[i] : 0;
+    }
+    void add(OSType type)
+    {
+        const size_t i = find(type);
+        if (i == std::size(types_)) return;
+        if (i == used_) {
+            types_[used_++] = type;
+            counts_[i] = 0;
+        }
+        ++counts_[i];
+    }
+
+private:
+    size_t find(OSType type) const { return static_cast<size_t>(std::find(types_, types_ + used_, type) - types_); }
+
+    OSType types_[24];
+    uint32_t counts_[24];
+    size_t used_ = 0;
+};
 
 class Walk {
 public:
     Walk(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out)
-        : bytes_(bytes), options_(options), out_(out)
-    {
-        TavAssetAnalysisReporterCreate(nullptr, reporter_.outParam());
-    }
+        : bytes_(bytes),
+          options_(options),
+          writer_(out, options.json ? ValueWriter::Form::kJSON : ValueWriter::Form::kText)
+    {}
 
     bool run()
     {
-        if (options_.json) fprintf(out_, "{\"size\":%zu,\"boxes\":[", bytes_.size());
+        writer_.beginObject();
+        writer_.key("boxes").beginArray(ValueWriter::Layout::kLines);
         TavAtomStream top;
         const OSStatus status =
-            TavAtomStreamInitWithMemoryBlockAndReporter(bytes_.data(), bytes_.size(), 0, true, reporter_.get(), &top);
+            TavAtomStreamInitWithMemoryBlockAndReporter(bytes_.data(), bytes_.size(), 0, true, reporter(), &top);
         if (status == 0)
             walkSiblings(top, {}, 0);
         else
-            noteEnd(status, 0, bytes_, nullptr);
-        printMessages();
-        return failures_ == 0;
+            noteEnd(status, {}, 0, bytes_, false);
+        writer_.endArray();
+        if (options_.json) writeSummary();
+        findings_.write(writer_);
+        writer_.endObject();
+        return findings_.count() == 0;
     }
 
 private:
-    // The reporter while it takes messages; a hostile file could fill it without end.
-    TavAssetAnalysisReporterRef reporter() const { return failures_ < kMostMessages ? reporter_.get() : nullptr; }
-
-    template <typename... Arguments>
-    void fail(OSType type, const char* format, Arguments... arguments)
+    // A reporter for the next call of the stream; none once enough was found.
+    TavAssetAnalysisReporterRef reporter()
     {
-        char text[128];
-        snprintf(text, sizeof(text), format, arguments...);
-        AtomStreamReportErrorMessage(reporter(), kTavAtomStream_BadLengthInAtom, type, text);
-        ++failures_;
+        if (!findings_.takeMore()) return nullptr;
+        if (!reporter_) TavAssetAnalysisReporterCreate(nullptr, reporter_.outParam());
+        return reporter_.get();
+    }
+
+    // The stream refused, and told the reporter why: that becomes a finding at `offset`.
+    void noteRefusal(OSStatus status, const TypeCounts& counts, int64_t offset)
+    {
+        OSType type = 0;
+        char text[256] = "The box cannot be read";
+        ZoRef<ZoArrayRef> messages;
+        if (reporter_) TavAssetAnalysisReporterCopyMessages(reporter_.get(), messages.outParam());
+        reporter_.reset();
+        const ZoIndex count = messages ? ZoArrayGetCount(messages.get()) : 0;
+        if (count > 0) {
+            const auto message = static_cast<ZoDictionaryRef>(ZoArrayGetValueAtIndex(messages.get(), count - 1));
+            if (const void* number = ZoDictionaryGetValue(message, kTavAssetAnalysisAtomStreamMessageKey_AtomType))
+                ZoNumberGetValue(static_cast<ZoNumberRef>(number), kZoNumberSInt32Type, &type);
+            if (const void* string = ZoDictionaryGetValue(message, kTavAssetAnalysisKey_DiagnosticInformation))
+                ZoStringGetCString(static_cast<ZoStringRef>(string), text, sizeof(text), kZoStringEncodingASCII);
+        }
+        findings_.reportInside({type, counts.of(type), offset}, status, text);
     }
 
     void walkSiblings(TavAtomStream& stream, const TavAtomParent& parent, int depth)
     {
+        TypeCounts counts;
         OSStatus status = 0;
-        for (bool isFirst = true; status == 0; isFirst = false) {
-            if (options_.json && !isFirst) fputc(',', out_);
-            visit(stream, parent, depth);
+        while (status == 0) {
+            visit(stream, parent, counts, depth);
             stream.reporter = reporter();
             status = TavAtomStreamAdvanceToNextAtom(&stream);
         }
-        const int64_t end = stream.dataOffset + stream.dataLength;
-        noteEnd(status, parent.type,
-                bytes_.subspan(static_cast<size_t>(stream.containerOffset + end),
-                               static_cast<size_t>(stream.containerLength - end)),
-                &stream);
+        const int64_t end = stream.containerOffset + stream.dataOffset + stream.dataLength;
+        const int64_t containerEnd = stream.containerOffset + stream.containerLength;
+        noteEnd(status, counts, end, bytes_.subspan(static_cast<size_t>(end), static_cast<size_t>(containerEnd - end)),
+                true);
     }
 
     // What stands behind the last box: nothing, a terminator of zeros as movie files have it, or what cannot be read.
-    void noteEnd(OSStatus status, OSType parent, std::span<const uint8_t> rest, const TavAtomStream* stream)
+    void noteEnd(OSStatus status, const TypeCounts& counts, int64_t offset, std::span<const uint8_t> rest,
+                 bool mayBeTerminator)
     {
         if (status == kTavAtomStream_AtEnd) return;
-        if (rest.size() >= kTavAtomHeaderSize) {
-            ++failures_;  // reported by the stream
-            return;
-        }
-        if (stream && std::all_of(rest.begin(), rest.end(), [](uint8_t byte) { return byte == 0; })) return;
-        fail(parent, "%zd stray bytes at offset %zd", rest.size(), static_cast<size_t>(rest.data() - bytes_.data()));
+        if (rest.size() >= kTavAtomHeaderSize) return noteRefusal(status, counts, offset);
+        if (mayBeTerminator && std::all_of(rest.begin(), rest.end(), [](uint8_t byte) { return byte == 0; })) return;
+        char text[64];
+        snprintf(text, sizeof(text), "%zu stray bytes at offset %lld", rest.size(), static_cast<long long>(offset));
+        findings_.reportInside({0, 0, offset}, kTavAtomStream_BadLengthInAtom, text);
     }
 
-    void visit(const TavAtomStream& stream, const TavAtomParent& parent, int depth)
+    void visit(const TavAtomStream& stream, const TavAtomParent& parent, TypeCounts& counts, int depth)
     {
         int64_t offset = 0, size = 0, headerSize = 0;
         TavAtomStreamGetCurrentAtomGlobalOffset(&stream, &offset, &size);
         TavAtomStreamGetCurrentAtomHeaderSize(&stream, &headerSize);
         if (++boxes_ % kBoxesBetweenReleases == 0 && options_.releasePages)
-            options_.releasePages(static_cast<size_t>(offset));
+            options_.releasePages(options_.context, static_cast<size_t>(offset));
+        findings_.enter({stream.type, counts.of(stream.type), offset});
+        counts.add(stream.type);
+
         const auto data =
             bytes_.subspan(static_cast<size_t>(offset + headerSize), static_cast<size_t>(stream.dataLength));
         const TavAtomLayout layout = TavAtomLayoutOf(stream.type, parent, data);
-
-        const std::string type = AtomTypeToString(stream.type).text;
-        if (options_.json)
-            fprintf(out_, "\n%*s{\"type\":%s,\"offset\":%lld,\"size\":%lld,\"header\":%lld", depth, "",
-                    quoted(type).c_str(), static_cast<long long>(offset), static_cast<long long>(size),
-                    static_cast<long long>(headerSize));
-        else
-            fprintf(out_, "%*s%s  offset %lld  size %lld  header %lld", 2 * depth, "", type.c_str(),
-                    static_cast<long long>(offset), static_cast<long long>(size), static_cast<long long>(headerSize));
-        const uint8_t version = printInside(stream, layout, data);
-        if (!options_.json) fputc('\n', out_);
-        if (layout.isContainer) descend(stream, layout.childrenOffset, {stream.type, version}, depth);
-        if (options_.json) fputc('}', out_);
+        writer_.beginObject();
+        writer_.key("type").code(stream.type);
+        writer_.key("offset").integer(offset);
+        writer_.key("size").integer(size);
+        writer_.key("header").integer(headerSize);
+        const uint8_t version = layout.isFull ? writeVersionAndFlags(data) : 0;
+        if (stream.type == LU_FOURCC('u', 'u', 'i', 'd')) writer_.key("uuid").hex(stream.uuid);
+        readPayload({stream.type, parent.type, parent.handler, data, writer_, findings_, summary_});
+        if (layout.isContainer) descend(stream, layout.childrenOffset, {stream.type, version, parent.handler}, depth);
+        writer_.endObject();
+        findings_.leave();
     }
 
-    // Version and flags, the extended type, and the values that the type's own reader finds. The box's version.
-    uint8_t printInside(const TavAtomStream& stream, const TavAtomLayout& layout, std::span<const uint8_t> data)
+    uint8_t writeVersionAndFlags(std::span<const uint8_t> data)
     {
-        uint8_t version = 0, uuid[kTavAtomExtendedTypeSize];
-        uint32_t flags = 0;
-        if (layout.isFull && TavAtomStreamGetCurrentAtomVersionAndFlags(&stream, &version, &flags) == 0) {
-            printField({"version", std::to_string(version), true});
-            printField({"flags", std::to_string(flags), true});
-        } else if (layout.isFull) {
-            ++failures_;  // reported by the stream
+        if (data.size() < 4) {
+            findings_.report(kTavAtomStream_AtomOffsetOutOfRange, "No version and flags: %zu bytes", data.size());
+            return 0;
         }
-        if (TavAtomStreamGetCurrentAtomUUIDType(&stream, uuid) == 0) {
-            char text[2 * sizeof(uuid) + 1];
-            for (size_t i = 0; i < sizeof(uuid); ++i) snprintf(text + 2 * i, 3, "%02x", uuid[i]);
-            printField({"uuid", text});
-        }
-        for (const PayloadField& field : readPayload(stream.type, data)) printField(field);
-        return version;
+        writer_.key("version").unsignedInteger(data[0]);
+        writer_.key("flags").unsignedInteger(loadBE24(&data[1]));
+        return data[0];
     }
 
-    void printField(const PayloadField& field)
+    // The handler of a media box, wherever among the first boxes in it; 0 if there is none.
+    static OSType findHandler(const TavAtomStream& media)
     {
-        if (options_.json)
-            fprintf(out_, ",\"%s\":%s", field.name.c_str(),
-                    field.isNumber ? field.value.c_str() : quoted(field.value).c_str());
-        else
-            fprintf(out_, "  %s %s", field.name.c_str(), field.value.c_str());
+        constexpr int kMostLookedAt = 64;
+        constexpr int64_t kHandlerOffset = 8;  // ISO/IEC 14496-12 8.4.3.2
+        TavAtomStream parent = media, child;
+        parent.reporter = nullptr;
+        OSStatus status = TavAtomStreamInitWithParent(&parent, 0, &child);
+        for (int i = 0; status == 0 && child.type != kHandler; ++i)
+            status = i < kMostLookedAt ? TavAtomStreamAdvanceToNextAtom(&child) : kTavAtomStream_AtEnd;
+        uint8_t code[4];
+        if (status != 0 || child.dataLength < kHandlerOffset + 4) return 0;
+        return TavAtomStreamReadCurrentAtomData(&child, kHandlerOffset, sizeof(code), code) == 0 ? loadBE32(code) : 0;
     }
 
-    void descend(const TavAtomStream& stream, size_t childrenOffset, const TavAtomParent& self, int depth)
+    void descend(const TavAtomStream& stream, size_t childrenOffset, TavAtomParent self, int depth)
     {
-        if (options_.json) fputs(",\"children\":[", out_);
+        if (self.type == kTrack) self.handler = 0;
+        if (self.type == kMedia) self.handler = findHandler(stream);
         const auto dataLength = static_cast<uint64_t>(stream.dataLength);
+        const int64_t start = stream.containerOffset + stream.dataOffset + static_cast<int64_t>(childrenOffset);
         TavAtomStream parent = stream, child;
         parent.reporter = reporter();
+        writer_.key("children").beginArray(ValueWriter::Layout::kLines);
         if (dataLength < childrenOffset) {
-            fail(stream.type, "'%s' atom ends before its children", AtomTypeToString(stream.type).text);
+            findings_.report(kTavAtomStream_BadLengthInAtom, "'%s' atom ends before its children",
+                             AtomTypeToString(stream.type).text);
         } else if (dataLength == childrenOffset) {
             // empty
         } else if (depth == kDeepest) {
-            fail(stream.type, "Atoms nested more than %d deep", kDeepest);
+            findings_.report(kTavAtomStream_BadLengthInAtom, "Atoms nested more than %d deep", kDeepest);
         } else if (const OSStatus status = TavAtomStreamInitWithParent(&parent, childrenOffset, &child); status == 0) {
             walkSiblings(child, self, depth + 1);
         } else {
-            const int64_t start = stream.containerOffset + stream.dataOffset;
-            noteEnd(status, stream.type,
-                    bytes_.subspan(static_cast<size_t>(start) + childrenOffset, dataLength - childrenOffset), &parent);
+            noteEnd(status, {}, start, bytes_.subspan(static_cast<size_t>(start), dataLength - childrenOffset), true);
         }
-        if (options_.json) fputc(']', out_);
+        writer_.endArray();
     }
 
-    void printMessages()
+    void writeSummary()
     {
-        ZoRef<ZoArrayRef> messages;
-        if (TavAssetAnalysisReporterCopyMessages(reporter_.get(), messages.outParam()) != 0) ++failures_;
-        const ZoIndex count = messages ? ZoArrayGetCount(messages.get()) : 0;
-        if (options_.json) fputs("\n],\"messages\":[", out_);
-        for (ZoIndex i = 0; i < count; ++i) {
-            const auto message = static_cast<ZoDictionaryRef>(ZoArrayGetValueAtIndex(messages.get(), i));
-            int32_t code = 0;
-            char text[256] = "";
-            if (const void* number = ZoDictionaryGetValue(message, kTavAssetAnalysisMovieMessageKey_FailureCode))
-                ZoNumberGetValue(static_cast<ZoNumberRef>(number), kZoNumberSInt32Type, &code);
-            if (const void* string = ZoDictionaryGetValue(message, kTavAssetAnalysisKey_DiagnosticInformation))
-                ZoStringGetCString(static_cast<ZoStringRef>(string), text, sizeof(text), kZoStringEncodingASCII);
-            if (options_.json)
-                fprintf(out_, "%s\n{\"code\":%d,\"text\":%s}", i == 0 ? "" : ",", code, quoted(text).c_str());
-            else
-                fprintf(out_, "malformed (%d): %s\n", code, text);
+        writer_.key("file").beginObject();
+        writer_.key("name").string(options_.name);
+        writer_.key("size").unsignedInteger(bytes_.size());
+        writer_.key("wellFormed").boolean(findings_.count() == 0);
+        if (const auto& brands = summary_.brands) {
+            writer_.key("brands").beginObject();
+            writer_.key("major").code(brands->major);
+            writer_.key("minor").unsignedInteger(brands->minor);
+            writer_.key("compatible").beginArray();
+            for (const OSType brand : brands->compatible) writer_.code(brand);
+            writer_.endArray();
+            writer_.endObject();
         }
-        if (options_.json) fprintf(out_, "],\"failures\":%zu}\n", failures_);
-        if (!options_.json && failures_ > static_cast<size_t>(count))
-            fprintf(out_, "malformed: %zu more\n", failures_ - static_cast<size_t>(count));
+        writer_.endObject();
+        if (const auto& movie = summary_.movie) {
+            writer_.key("movie").beginObject();
+            writer_.key("timescale").unsignedInteger(movie->timescale);
+            if (movie->duration) writer_.key("duration").unsignedInteger(*movie->duration);
+            writer_.key("fragmented").boolean(summary_.isFragmented);
+            writer_.endObject();
+        }
     }
 
     std::span<const uint8_t> bytes_;
     const InspectionOptions& options_;
-    FILE* out_;
+    ValueWriter writer_;
+    Findings findings_;
+    FileSummary summary_;
     ZoRef<TavAssetAnalysisReporterRef> reporter_;
-    size_t failures_ = 0;
     size_t boxes_ = 0;
 };
 
 }  // namespace
 
-bool inspectBoxes(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out)
+Inspected inspectBoxes(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out)
 {
-    return Walk(bytes, options, out).run();
+    if (!startsWithBox(bytes)) return Inspected::kNotAMovie;
+    return Walk(bytes, options, out).run() ? Inspected::kWellFormed : Inspected::kMalformed;
 }

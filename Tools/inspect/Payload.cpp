@@ -1,69 +1,62 @@
 #include "inspect/Payload.h"
 
-#include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"
 
 namespace {
 
-using Data = std::span<const uint8_t>;
-using Fields = std::vector<PayloadField>;
-
 // ISO/IEC 14496-12 4.3.3
-void readFileType(Data data, Fields& fields)
+void readFileType(const PayloadBox& box)
 {
-    if (data.size() < 8) return;
-    fields.push_back({"major", AtomTypeToString(loadBE32(&data[0])).text});
-    fields.push_back({"minor", std::to_string(loadBE32(&data[4])), true});
     constexpr size_t kMostBrands = 64;
-    std::string brands;
+    const auto data = box.data;
+    if (data.size() < 8) return;
+    FileSummary::Brands brands = {loadBE32(&data[0]), loadBE32(&data[4]), {}};
+    box.writer.key("major").code(brands.major);
+    box.writer.key("minor").unsignedInteger(brands.minor);
+    box.writer.key("compatible").beginArray();
     for (size_t i = 8; i + 4 <= data.size() && i < 8 + 4 * kMostBrands; i += 4) {
-        if (!brands.empty()) brands += ' ';
-        brands += AtomTypeToString(loadBE32(&data[i])).text;
+        brands.compatible.push_back(loadBE32(&data[i]));
+        box.writer.code(brands.compatible.back());
     }
-    fields.push_back({"compatible", brands});
+    box.writer.endArray();
+    if (box.type == LU_FOURCC('f', 't', 'y', 'p') && box.parent == 0 && !box.summary.brands)
+        box.summary.brands = std::move(brands);
 }
 
 // ISO/IEC 14496-12 8.4.3.3
-void readHandler(Data data, Fields& fields)
+void readHandler(const PayloadBox& box)
 {
-    if (data.size() >= 12) fields.push_back({"handler", AtomTypeToString(loadBE32(&data[8])).text});
+    if (box.data.size() >= 12) box.writer.key("handler").code(loadBE32(&box.data[8]));
 }
 
-// ISO/IEC 14496-15 5.3.3.1
-void readAVCConfiguration(Data data, Fields& fields)
+// ISO/IEC 14496-12 8.2.2.2: a duration of all ones is not known.
+void readMovieHeader(const PayloadBox& box)
 {
-    if (data.size() < 6) return;
-    fields.push_back({"profile", std::to_string(data[1]), true});
-    fields.push_back({"level", std::to_string(data[3]), true});
-    const size_t count = data[5] & 31;
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* sps = nullptr;
-        size_t size = 0;
-        if (TavH264Bridge_GetSPSFromAVCC(data.data(), data.size(), i, &sps, &size) != 0) break;
-        char text[kTavH264BridgeSPSDescriptionSize];
-        TavH264Bridge_DescribeSPS(sps, size, text);
-        fields.push_back({"sps" + std::to_string(i), text});
-    }
+    const auto data = box.data;
+    const bool isWide = !data.empty() && data[0] == 1;
+    if (data.size() < (isWide ? 32 : 20) || box.parent != LU_FOURCC('m', 'o', 'o', 'v') || box.summary.movie) return;
+    const uint64_t duration = isWide ? loadBE64(&data[24]) : loadBE32(&data[16]);
+    box.summary.movie = {loadBE32(&data[isWide ? 20 : 12]), duration};
+    if (duration == (isWide ? UINT64_MAX : UINT32_MAX)) box.summary.movie->duration.reset();
 }
+
+// ISO/IEC 14496-12 8.8.1
+void readMovieExtends(const PayloadBox& box) { box.summary.isFragmented = true; }
 
 struct Reader {
     OSType type;
-    void (*read)(Data data, Fields& fields);
+    void (*read)(const PayloadBox& box);
 };
 constexpr Reader kReaders[] = {
-    {LU_FOURCC('f', 't', 'y', 'p'), readFileType},
-    {LU_FOURCC('s', 't', 'y', 'p'), readFileType},
-    {LU_FOURCC('h', 'd', 'l', 'r'), readHandler},
-    {LU_FOURCC('a', 'v', 'c', 'C'), readAVCConfiguration},
+    {LU_FOURCC('f', 't', 'y', 'p'), readFileType},     {LU_FOURCC('s', 't', 'y', 'p'), readFileType},
+    {LU_FOURCC('h', 'd', 'l', 'r'), readHandler},      {LU_FOURCC('m', 'v', 'h', 'd'), readMovieHeader},
+    {LU_FOURCC('m', 'v', 'e', 'x'), readMovieExtends}, {LU_FOURCC('a', 'v', 'c', 'C'), readAVCConfiguration},
 };
 
 }  // namespace
 
-std::vector<PayloadField> readPayload(OSType type, std::span<const uint8_t> data)
+void readPayload(const PayloadBox& box)
 {
-    Fields fields;
     for (const Reader& reader : kReaders)
-        if (reader.type == type) reader.read(data, fields);
-    return fields;
+        if (reader.type == box.type) reader.read(box);
 }

@@ -1,5 +1,5 @@
 // luvia-inspect: prints the tree of boxes of a movie or ISO file. Ends with 0, with 1 where the file is malformed, and
-// with 2 where it cannot be read or the command line cannot be.
+// with 2 where it cannot be read, is something else, or the command line cannot be.
 
 #include <fcntl.h>
 #include <getopt.h>
@@ -29,7 +29,7 @@ constexpr char kUsage[] =
     "  -j, --json     print one JSON object\n"
     "  -h, --help     show this and stop\n"
     "  -V, --version  show the version and stop\n\n"
-    "Ends with 0 if the file is well formed, 1 if it is not, 2 if it cannot be read.\n";
+    "Ends with 0 if the file is well formed, 1 if it is not, 2 if it cannot be read or is no such file.\n";
 
 int refuse(const char* name, const char* reason)
 {
@@ -45,20 +45,32 @@ void tellThatPagesAreGone(int)
     _exit(kUnreadable);
 }
 
+// What the walk has passed is given back to the system.
+struct MappedFile {
+    char* memory;
+    size_t released;
+    size_t pageSize;
+};
+
+void releasePages(void* context, size_t passed)
+{
+    auto& file = *static_cast<MappedFile*>(context);
+    const size_t end = passed / file.pageSize * file.pageSize;
+    if (end <= file.released) return;
+    madvise(file.memory + file.released, end - file.released, MADV_DONTNEED);
+    file.released = end;
+}
+
 int inspectMapped(const char* name, void* memory, size_t size, bool json)
 {
     signal(SIGBUS, tellThatPagesAreGone);
     madvise(memory, size, MADV_RANDOM);
-    const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    size_t released = 0;
-    const auto releasePages = [&](size_t passed) {
-        const size_t end = passed / pageSize * pageSize;
-        madvise(static_cast<char*>(memory) + released, end - released, MADV_DONTNEED);
-        released = end;
-    };
-    const bool isWellFormed = inspectBoxes({static_cast<const uint8_t*>(memory), size}, {json, releasePages}, stdout);
+    MappedFile file = {static_cast<char*>(memory), 0, static_cast<size_t>(sysconf(_SC_PAGESIZE))};
+    const InspectionOptions options = {.json = json, .name = name, .releasePages = releasePages, .context = &file};
+    const Inspected result = inspectBoxes({static_cast<const uint8_t*>(memory), size}, options, stdout);
+    if (result == Inspected::kNotAMovie) return refuse(name, "not a movie or ISO file");
     if (fflush(stdout) != 0 || ferror(stdout)) return refuse(name, "the tree cannot be written");
-    return isWellFormed ? 0 : kMalformed;
+    return result == Inspected::kWellFormed ? 0 : kMalformed;
 }
 
 int inspectDescriptor(const char* name, int descriptor, bool json)

@@ -48,5 +48,5 @@ void TavH264Bridge_DescribeSPS(const uint8_t* bytes, size_t size, char* text)
         line.add(" colour %u/%u/%u", sps.vui.colour_primaries, sps.vui.transfer_characteristics,
                  sps.vui.matrix_coefficients);
     if (sps.vui.video_full_range_flag) line.add(" full range");
-    if (sps.vui.timing_info_present_flag) line.add(" %g fps", static_cast<double>(h264BridgeFrameRate(sps)));
+    if (sps.vui.num_units_in_tick != 0) line.add(" %g fps", static_cast<double>(h264BridgeFrameRate(sps)));
 }
