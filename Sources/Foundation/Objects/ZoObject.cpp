@@ -108,10 +108,21 @@ const ZoRuntimeClass* classOf(ZoTypeID typeID)
 
 AllocatorPrefix* prefixOf(ZoRuntimeBase* base) { return reinterpret_cast<AllocatorPrefix*>(base) - 1; }
 
+// The mark goes first: one that is set again belongs to a reference that the observer has not seen.
+void tellReleaseObserver(ZoRuntimeBase* base)
+{
+    if (ZO_LIKELY(!(zoInfo(base) & kZoInfoWeaklyReferenced))) return;
+    __atomic_fetch_and(&base->info, ~uint64_t{kZoInfoWeaklyReferenced}, __ATOMIC_RELAXED);
+    if (auto* observer = sWeakReferenceReleaseObserver.load(std::memory_order_acquire)) observer(base);
+}
+
 void finalizeAndFree(ZoRuntimeBase* base, const ZoRuntimeClass* cls)
 {
-    if (cls->finalize && !(base->info & kZoInfoNeedsNoFinalizer)) cls->finalize(base);
-    if (!(base->info & kZoInfoHasAllocator)) {
+    if (cls->finalize && !(zoInfo(base) & kZoInfoNeedsNoFinalizer)) {
+        cls->finalize(base);
+        tellReleaseObserver(base);  // a finalizer may have made a weak reference to its object
+    }
+    if (!(zoInfo(base) & kZoInfoHasAllocator)) {
         std::free(base);
         return;
     }
@@ -135,10 +146,12 @@ void zeroBytes(void* memory, size_t size)
 
 __attribute__((noinline)) void deallocateWithFinalizer(ZoRuntimeBase* base, uint64_t info, const ZoRuntimeClass* cls)
 {
-    __atomic_store_n(&base->info, info | kZoInfoDeallocating, __ATOMIC_RELAXED);
-    if (info & kZoInfoWeaklyReferenced) {
-        if (auto* observer = sWeakReferenceReleaseObserver.load(std::memory_order_acquire)) observer(base);
-    }
+    // Another thread may be setting the mark of weak references.
+    if (__libc_single_threaded)
+        __atomic_store_n(&base->info, info | kZoInfoDeallocating, __ATOMIC_RELAXED);
+    else
+        __atomic_fetch_or(&base->info, kZoInfoDeallocating, __ATOMIC_RELAXED);
+    tellReleaseObserver(base);
     Deallocations& own = tDeallocations;
     if (own.depth == kDeallocationDepth) {
         base->isa = reinterpret_cast<uintptr_t>(own.waiting);
@@ -150,7 +163,7 @@ __attribute__((noinline)) void deallocateWithFinalizer(ZoRuntimeBase* base, uint
     while (own.depth == 1 && own.waiting) {
         ZoRuntimeBase* next = own.waiting;
         own.waiting = reinterpret_cast<ZoRuntimeBase*>(next->isa);
-        finalizeAndFree(next, classOf(typeIDOf(next->info)));
+        finalizeAndFree(next, classOf(typeIDOf(zoInfo(next))));
     }
     --own.depth;
 }
