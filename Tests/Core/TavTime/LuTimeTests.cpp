@@ -133,6 +133,10 @@ TEST(MediaTime, refusesTimescalesAndIgnoresBitsThatItDoesNotKnow)
     EXPECT_TRUE(std::isnan(LuTimeGetSeconds(kLuTimeIndefinite)));
     EXPECT_EQ(LuTimeGetSeconds(kLuTimeNegativeInfinity), -kInfinity);
     EXPECT_EQ(LuTimeGetSeconds(kLuTimePositiveInfinity), kInfinity);
+    for (const LuTimeFlags without : {4u, 8u, 16u}) {  // what is not valid is nothing else
+        const LuTime time = {0, 0, without, 0};
+        EXPECT_FALSE(LuTimeIsPositiveInfinity(time) || LuTimeIsNegativeInfinity(time) || LuTimeIsIndefinite(time));
+    }
     LuTime odd = exact(1, 2);
     odd.flags |= 0x40;
     EXPECT_EQ(LuTimeAdd(odd, exact(1, 2)), exact(2, 2));
