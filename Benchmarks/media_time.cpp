@@ -4,8 +4,8 @@
 // links: avutil
 // bar: AddOverPlain_luvia <= 2.0 ns
 // bar: Add_luvia <= 0.95 * Add_avutil
-// bar: Convert_luvia <= 0.95 * Convert_avutil
-// bar: ConvertLarge_luvia <= 0.95 * ConvertLarge_avutil
+// bar: Convert_luvia <= 0.80 * Convert_avutil
+// bar: ConvertLarge_luvia <= 0.90 * ConvertLarge_avutil
 // bar: Compare_luvia <= 0.95 * Compare_avutil
 // bar: CompareLarge_luvia <= 0.95 * CompareLarge_avutil
 

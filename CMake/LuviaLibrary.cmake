@@ -4,7 +4,7 @@
 set(sources ${PROJECT_SOURCE_DIR}/Sources)
 file(GLOB_RECURSE luvia_public_headers CONFIGURE_DEPENDS
     ${sources}/Foundation/Zo*.h ${sources}/Foundation/Yx*.h ${sources}/Foundation/Wn*.h
-    ${sources}/Platform/Lu*.h ${sources}/Utilities/Lu*.h ${sources}/Core/Lu*.h ${sources}/DataIO/Lu*.h
+    ${sources}/Platform/Lu*.h ${sources}/Utilities/Lu*.h ${sources}/Core/Lu*.h ${sources}/Core/Lu*.inc ${sources}/DataIO/Lu*.h
     ${sources}/Core/TavFormatDescription/Tav*Bridge.h)
 list(FILTER luvia_public_headers EXCLUDE REGEX "Private\\.h$")
 # Internal operations over bytes that programs of one's own are promised: records of codecs, atoms, digest, notes.

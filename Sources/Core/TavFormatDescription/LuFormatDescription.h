@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "Core/TavFormatDescription/LuFormatDescriptionKeys.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Platform/Common/LuBase.h"
 
@@ -35,12 +36,6 @@ enum {
     kLuFormatDescriptionError_AllocationFailed = -12711,
     kLuFormatDescriptionError_ValueNotAvailable = -12718,  ///< of the kinds: nothing stands there
 };
-
-/// The record that a description was read from, kept as it was: data by flavor.
-extern const ZoStringRef kLuFormatDescriptionExtension_VerbatimSampleDescription;
-extern const ZoStringRef kLuFormatDescriptionExtension_VerbatimISOSampleEntry;
-/// A dictionary: four-character atom type to data, or to an array of data.
-extern const ZoStringRef kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
 
 ZoTypeID LuFormatDescriptionGetTypeID(void);
 

@@ -9,10 +9,6 @@
 #include "Platform/Ostra/OstraThread.h"
 #include "Utilities/TavZoUtilities.h"
 
-ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimSampleDescription, "VerbatimSampleDescription");
-ZO_DEFINE_STRING(kLuFormatDescriptionExtension_VerbatimISOSampleEntry, "VerbatimISOSampleEntry");
-ZO_DEFINE_STRING(kLuFormatDescriptionExtension_SampleDescriptionExtensionAtoms, "SampleDescriptionExtensionAtoms");
-
 static_assert(sizeof(TavDerivedFormatDescriptionCallbacks) == 36);
 
 static LuFormatDescription_* asDescription(ZoTypeRef object)
@@ -120,15 +116,17 @@ static void tavFormatDescriptionLogExtensions(const char* function, ZoDictionary
     TavLogBacktrace();
 }
 
-OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
-                                           ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut)
+/// Both creations. Failures are signalled in the name of `operation`.
+static OSStatus tavFormatDescriptionCreate(const char* operation, ZoAllocatorRef allocator, LuMediaType mediaType,
+                                           OSType mediaSubType, ZoDictionaryRef extensions,
+                                           LuFormatDescriptionRef* descriptionOut)
 {
-    if (!descriptionOut) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "NULL == descOut");
-    if (mediaType == 0) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!mediaType");
+    if (mediaType == 0) return TAV_SIGNAL_FROM(operation, kTavFormatDescriptionError_InvalidParameter, "!mediaType");
     if (!tavFormatDescriptionRegistryExists())
-        return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!sTavFormatDescriptionRegistry");
+        return TAV_SIGNAL_FROM(operation, kTavFormatDescriptionError_InvalidParameter,
+                               "!sTavFormatDescriptionRegistry");
     const TavDerivedFormatDescriptionCallbacks* kind = tavFormatDescriptionFindKind(mediaType);
-    if (!kind) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "unregistered mediaType");
+    if (!kind) return TAV_SIGNAL_FROM(operation, kTavFormatDescriptionError_InvalidParameter, "unregistered mediaType");
 
     constexpr size_t kFieldBytes = sizeof(LuFormatDescription_) - sizeof(ZoRuntimeBase);
     ZoIndex extraBytes;
@@ -136,21 +134,21 @@ OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType
     if (!__builtin_add_overflow(kFieldBytes, kind->derivedStorageSize, &extraBytes))
         description = zoAdopt(static_cast<LuFormatDescriptionRef>(
             _ZoRuntimeCreateInstance(allocator, LuFormatDescriptionGetTypeID(), extraBytes, nullptr)));
-    if (!description) return TAV_SIGNAL(kTavFormatDescriptionError_AllocationFailed, "allocation failed");
+    if (!description)
+        return TAV_SIGNAL_FROM(operation, kTavFormatDescriptionError_AllocationFailed, "allocation failed");
 
     LuFormatDescription_* fields = asDescription(description.get());
     fields->kind = kind;
     fields->mediaType = mediaType;
     fields->mediaSubType = mediaSubType;
     if (extensions) {
-        constexpr ZoOptionFlags kImmutable = 0;
         fields->extensions =
-            static_cast<ZoDictionaryRef>(ZoPropertyListCreateDeepCopy(allocator, extensions, kImmutable));
+            static_cast<ZoDictionaryRef>(ZoPropertyListCreateDeepCopy(allocator, extensions, kZoPropertyListImmutable));
         if (!fields->extensions) {
             description.reset();
-            const OSStatus status =
-                TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "couldn't copy extensions dictionary");
-            tavFormatDescriptionLogExtensions(__func__, extensions);
+            const OSStatus status = TAV_SIGNAL_FROM(operation, kTavFormatDescriptionError_InvalidParameter,
+                                                    "couldn't copy extensions dictionary");
+            tavFormatDescriptionLogExtensions(operation, extensions);
             return status;
         }
     }
@@ -158,21 +156,37 @@ OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType
     return 0;
 }
 
+OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
+                                           ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut)
+{
+    if (!descriptionOut) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "NULL == descOut");
+    return tavFormatDescriptionCreate(__func__, allocator, mediaType, mediaSubType, extensions, descriptionOut);
+}
+
 OSStatus LuFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
                                    ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut)
 {
     if (!descriptionOut) return TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!outDesc");
     tavFormatDescriptionRegisterGenericKind();
-    return TavDerivedFormatDescriptionCreate(allocator, mediaType, mediaSubType, extensions, descriptionOut);
+    return tavFormatDescriptionCreate(__func__, allocator, mediaType, mediaSubType, extensions, descriptionOut);
 }
 
 // MARK: fields
 
 void* TavDerivedFormatDescriptionGetDerivedStorage(LuFormatDescriptionRef description)
 {
-    if (description) return asDescription(description) + 1;
+    if (description) return description->kind->derivedStorageSize != 0 ? asDescription(description) + 1 : nullptr;
     (void)TAV_SIGNAL(kTavFormatDescriptionError_InvalidParameter, "!desc");
     return nullptr;
+}
+
+void* TavDerivedFormatDescriptionGetDerivedStorageOfKind(LuFormatDescriptionRef description,
+                                                         const TavDerivedFormatDescriptionCallbacks* callbacks)
+{
+    // A kind that serves several media types is registered once for each; its functions tell it.
+    const bool isOfKind = description && description->kind->equal == callbacks->equal &&
+                          description->kind->derivedStorageSize == callbacks->derivedStorageSize;
+    return isOfKind ? TavDerivedFormatDescriptionGetDerivedStorage(description) : nullptr;
 }
 
 LuMediaType LuFormatDescriptionGetMediaType(LuFormatDescriptionRef description)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Core/TavFormatDescription/LuFormatDescription.h"
+#include "Core/TavFormatDescription/TavFormatDescriptionKeys.h"
 
 ZO_EXTERN_C_BEGIN
 
@@ -42,9 +43,14 @@ OSStatus TavDerivedFormatDescriptionRegister(LuMediaType mediaType,
 OSStatus TavDerivedFormatDescriptionCreate(ZoAllocatorRef allocator, LuMediaType mediaType, OSType mediaSubType,
                                            ZoDictionaryRef extensions, LuFormatDescriptionRef* descriptionOut);
 
-/// The bytes that the kind asked for, aligned for every type: written once after creation. Nothing, which is signalled,
-/// for an absent description.
+/// The bytes that the kind asked for, aligned for every type: written once after creation. Nothing for a description of
+/// a kind without storage; nothing, which is signalled, for an absent description.
 void* TavDerivedFormatDescriptionGetDerivedStorage(LuFormatDescriptionRef description);
+/// The same for the getters of a kind: nothing unless the description was made for the kind that `callbacks` is the
+/// record of, which leaves out absent descriptions and those that are older than their kind. Signals nothing: the
+/// getter says what was wrong in its own words.
+void* TavDerivedFormatDescriptionGetDerivedStorageOfKind(LuFormatDescriptionRef description,
+                                                         const TavDerivedFormatDescriptionCallbacks* callbacks);
 
 /// How LuFormatDescriptionEqualIgnoringExtensionKeys compares extensions. An absent dictionary equals an empty one.
 Boolean TavFormatDescriptionExtensionsDictionariesEqualIgnoringKeys(ZoDictionaryRef dictionary1,

@@ -18,39 +18,56 @@ bool isAmong(ZoTypeRef keys, const void* key)
     return false;
 }
 
-template <typename Visit>
-void forEachPair(ZoDictionaryRef dictionary, Visit visit)
-{
-    if (!dictionary) return;
-    const auto apply = [](const void* key, const void* value, void* context) {
-        (*static_cast<Visit*>(context))(key, value);
-    };
-    ZoDictionaryApplyFunction(dictionary, apply, &visit);
-}
-
-// Of the pairs that count, each must have its like in the other, and neither may have more of them. Nothing is copied.
+/// Of the pairs that count, each must have its like in the other dictionary. Whether a key is ignored is asked only
+/// where the two differ, which is seldom. Nothing is copied.
 template <typename IsIgnored>
-bool equalButFor(ZoDictionaryRef dictionary1, ZoDictionaryRef dictionary2, IsIgnored isIgnored)
-{
-    ZoIndex count1 = 0, count2 = 0;
-    bool sameValues = true;
-    forEachPair(dictionary1, [&](const void* key, const void* value) {
-        if (!sameValues || isIgnored(key)) return;
-        ++count1;
-        sameValues = TavZoEqual(value, TavZoDictionaryGetValue(dictionary2, key));
-    });
-    if (!sameValues) return false;
-    forEachPair(dictionary2, [&](const void* key, const void*) { count2 += isIgnored(key) ? 0 : 1; });
-    return count1 == count2;
-}
+class Comparison {
+public:
+    Comparison(ZoDictionaryRef dictionary1, ZoDictionaryRef dictionary2, IsIgnored isIgnored)
+        : dictionary1_(dictionary1), dictionary2_(dictionary2), isIgnored_(isIgnored)
+    {}
+
+    bool run()
+    {
+        if (dictionary1_) ZoDictionaryApplyFunction(dictionary1_, compareWithSecond, this);
+        if (same_ && TavZoDictionaryGetCount(dictionary2_) != keysOfBoth_)
+            ZoDictionaryApplyFunction(dictionary2_, lookForInFirst, this);
+        return same_;
+    }
+
+private:
+    static bool find(ZoDictionaryRef dictionary, const void* key, const void** value)
+    {
+        return dictionary && ZoDictionaryGetValueIfPresent(dictionary, key, value);
+    }
+    static void compareWithSecond(const void* key, const void* value, void* context)
+    {
+        auto* self = static_cast<Comparison*>(context);
+        if (!self->same_) return;
+        const void* other = nullptr;
+        const bool isInBoth = find(self->dictionary2_, key, &other);
+        self->keysOfBoth_ += isInBoth;
+        self->same_ = (isInBoth && TavZoEqual(value, other)) || self->isIgnored_(key);
+    }
+    static void lookForInFirst(const void* key, const void*, void* context)
+    {
+        auto* self = static_cast<Comparison*>(context);
+        self->same_ = self->same_ && (find(self->dictionary1_, key, nullptr) || self->isIgnored_(key));
+    }
+
+    ZoDictionaryRef dictionary1_, dictionary2_;
+    IsIgnored isIgnored_;
+    ZoIndex keysOfBoth_ = 0;
+    bool same_ = true;
+};
 
 bool isAbsentOrDictionary(ZoTypeRef object) { return !object || ZoGetTypeID(object) == ZoDictionaryGetTypeID(); }
 
 bool atomsAreEqual(ZoTypeRef atoms1, ZoTypeRef atoms2, ZoTypeRef keysToIgnore)
 {
     if (!isAbsentOrDictionary(atoms1) || !isAbsentOrDictionary(atoms2)) return TavZoEqual(atoms1, atoms2);
-    return equalButFor(static_cast<ZoDictionaryRef>(atoms1), static_cast<ZoDictionaryRef>(atoms2),
-                       [&](const void* key) { return isAmong(keysToIgnore, key); });
+    const auto isIgnored = [&](const void* key) { return isAmong(keysToIgnore, key); };
+    return Comparison(static_cast<ZoDictionaryRef>(atoms1), static_cast<ZoDictionaryRef>(atoms2), isIgnored).run();
 }
 
 }  // namespace
@@ -68,11 +85,12 @@ Boolean TavFormatDescriptionExtensionsDictionariesEqualIgnoringKeys(ZoDictionary
     if (atomsApart && !atomsAreEqual(TavZoDictionaryGetValue(dictionary1, atomsKey),
                                      TavZoDictionaryGetValue(dictionary2, atomsKey), extensionAtomKeysToIgnore))
         return false;
-    return equalButFor(dictionary1, dictionary2, [&](const void* key) {
+    const auto isIgnored = [&](const void* key) {
         return ZoEqual(key, kLuFormatDescriptionExtension_VerbatimSampleDescription) ||
                ZoEqual(key, kLuFormatDescriptionExtension_VerbatimISOSampleEntry) ||
                (atomsApart && ZoEqual(key, atomsKey)) || isAmong(keysToIgnore, key);
-    });
+    };
+    return Comparison(dictionary1, dictionary2, isIgnored).run();
 }
 
 Boolean LuFormatDescriptionEqual(LuFormatDescriptionRef description1, LuFormatDescriptionRef description2)

@@ -5,7 +5,8 @@
 
 // Each kind's own registration, which runs once however often it is called. Weak until the kind's module is there,
 // which loses the mark then: a weak reference does not fetch it from the archive. Meanwhile the generic kind serves its
-// types.
+// types. The object file that registers a kind holds what descriptions of it need, storage, equality, text for people,
+// and nothing that reads a codec's or a file's records: every program with format descriptions carries it.
 ZO_EXTERN_C_BEGIN
 void TavVideoFormatDescriptionRegister(void) __attribute__((weak));
 void TavAudioFormatDescriptionRegister(void) __attribute__((weak));

@@ -60,3 +60,6 @@ LuTime LuTimeAbsoluteValue(LuTime time)
 [[gnu::used]] static LuTime (*const sInlineSums[])(LuTime, LuTime) = {LuTimeAdd, LuTimeSubtract};
 [[gnu::used]] static int32_t (*const sInlineOrders[])(LuTime, LuTime) = {LuTimeCompare};
 [[gnu::used]] static Boolean (*const sInlineConditions[])(LuTime, LuTime) = {LuTimesCombineDirectly};
+[[gnu::used]] static LuTime (*const sInlineConversions[])(LuTime, int32_t, LuTimeRoundingMethod) = {LuTimeConvertScale};
+[[gnu::used]] static Boolean (*const sInlineScalings[])(uint64_t, uint32_t, uint32_t, uint64_t*,
+                                                        uint64_t*) = {LuTimeScaleTicks};

@@ -61,9 +61,21 @@ inline Boolean LuTimeIsNumeric(LuTime time)
 {
     return (time.flags & (kLuTimeFlags_Valid | kLuTimeFlags_ImpliedValueFlagsMask)) == kLuTimeFlags_Valid;
 }
-inline Boolean LuTimeIsPositiveInfinity(LuTime time) { return (time.flags & 5) == 5; }
-inline Boolean LuTimeIsNegativeInfinity(LuTime time) { return (time.flags & 9) == 9; }
-inline Boolean LuTimeIsIndefinite(LuTime time) { return (time.flags & 17) == 17; }
+inline Boolean LuTimeIsPositiveInfinity(LuTime time)
+{
+    const LuTimeFlags both = kLuTimeFlags_Valid | kLuTimeFlags_PositiveInfinity;
+    return (time.flags & both) == both;
+}
+inline Boolean LuTimeIsNegativeInfinity(LuTime time)
+{
+    const LuTimeFlags both = kLuTimeFlags_Valid | kLuTimeFlags_NegativeInfinity;
+    return (time.flags & both) == both;
+}
+inline Boolean LuTimeIsIndefinite(LuTime time)
+{
+    const LuTimeFlags both = kLuTimeFlags_Valid | kLuTimeFlags_Indefinite;
+    return (time.flags & both) == both;
+}
 inline Boolean LuTimeHasBeenRounded(LuTime time)
 {
     return LuTimeIsNumeric(time) && (time.flags & kLuTimeFlags_HasBeenRounded) != 0;
@@ -81,7 +93,7 @@ double LuTimeGetSeconds(LuTime time);
 
 /// The same time at another timescale; the rounded flag is kept, and set by a remainder. What is not numeric is given
 /// back unchanged; a timescale below 1 gives invalid; what leaves 64 bits an infinity.
-LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method);
+inline LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method);
 
 /// At the least common multiple of the timescales, or at kLuTimeFallbackTimescale where that leaves 31 bits. Two epochs
 /// that are equal give epoch 0; an epoch of 0 takes on the other one; two others are invalid together. Infinities win
@@ -133,13 +145,15 @@ ZoStringRef LuTimeCopyDescription(ZoAllocatorRef allocator, LuTime time);
 /// The description as a line on standard error.
 void LuTimeShow(LuTime time);
 
-// The common cases of the three operations that players call most, at the caller's side: sums of one timescale, and
-// comparisons of numbers. Everything else is a call.
+// The common cases of the operations that players call most, at the caller's side: sums of one timescale, comparisons
+// of numbers, and conversions of numbers that round half away from zero. Everything else is a call.
 
 LuTime LuTimeAddGeneral(LuTime left, LuTime right);
 LuTime LuTimeSubtractGeneral(LuTime left, LuTime right);
 /// For two times that are not both numeric, or of different epochs.
 int32_t LuTimeCompareGeneral(LuTime left, LuTime right);
+/// As LuTimeConvertScale, for every time, timescale and method.
+LuTime LuTimeConvertScaleGeneral(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method);
 
 /// Whether both are numeric without odd flags, of one timescale and one epoch (which then gives way to 0).
 inline Boolean LuTimesCombineDirectly(LuTime left, LuTime right)
@@ -176,6 +190,52 @@ inline int32_t LuTimeCompare(LuTime left, LuTime right)
     __extension__ const __int128 leftProduct = (__int128)left.value * (uint32_t)right.timescale;
     __extension__ const __int128 rightProduct = (__int128)right.value * (uint32_t)left.timescale;
     return (leftProduct > rightProduct) - (leftProduct < rightProduct);
+}
+
+/// value * multiplier / divisor, rounded down, by one division. False if the quotient leaves 64 bits. The divisor is
+/// above 0.
+inline Boolean LuTimeScaleTicks(uint64_t value, uint32_t multiplier, uint32_t divisor, uint64_t* quotient,
+                                uint64_t* remainder)
+{
+#if defined(__x86_64__)
+    uint64_t low, high;
+    __asm__("mulq %[multiplier]" : "=a"(low), "=d"(high) : "a"(value), [multiplier] "r"((uint64_t)multiplier) : "cc");
+    if (ZO_LIKELY(high == 0)) {
+        *quotient = low / divisor;
+        *remainder = low % divisor;
+        return 1;
+    }
+    if (ZO_UNLIKELY(high >= divisor)) return 0;
+    __asm__("divq %[divisor]"
+            : "=a"(*quotient), "=d"(*remainder)
+            : "a"(low), "d"(high), [divisor] "r"((uint64_t)divisor)
+            : "cc");
+#else
+    __extension__ const unsigned __int128 product = (unsigned __int128)value * multiplier;
+    if (ZO_UNLIKELY(product >> 64 >= divisor)) return 0;
+    *quotient = (uint64_t)(product / divisor);
+    *remainder = (uint64_t)(product % divisor);
+#endif
+    return 1;
+}
+
+inline LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method)
+{
+    const LuTimeFlags odd = (time.flags & ~(uint32_t)kLuTimeFlags_HasBeenRounded) ^ kLuTimeFlags_Valid;
+    // The sign is a mask, 0 or -1, and no branch: in a stream of times it is beyond prediction.
+    const int64_t sign = time.value >> 63;
+    const uint64_t ticks = (uint64_t)(time.value ^ sign) - (uint64_t)sign;
+    uint64_t quotient, remainder;
+    if (ZO_UNLIKELY(method != kLuTimeRoundingMethod_RoundHalfAwayFromZero || odd != 0 || time.timescale < 1 ||
+                    newTimescale < 1) ||
+        ZO_UNLIKELY(
+            !LuTimeScaleTicks(ticks, (uint32_t)newTimescale, (uint32_t)time.timescale, &quotient, &remainder)) ||
+        ZO_UNLIKELY(quotient >= (uint64_t)INT64_MAX))
+        return LuTimeConvertScaleGeneral(time, newTimescale, method);
+    quotient += 2 * remainder >= (uint64_t)time.timescale;
+    const LuTime converted = {(int64_t)(quotient ^ (uint64_t)sign) - sign, newTimescale,
+                              time.flags | (remainder != 0 ? (LuTimeFlags)kLuTimeFlags_HasBeenRounded : 0), time.epoch};
+    return converted;
 }
 
 ZO_EXTERN_C_END

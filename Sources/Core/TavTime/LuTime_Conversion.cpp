@@ -16,7 +16,7 @@ static bool roundsAwayFromZero(uint64_t quotient, uint32_t remainder, bool negat
     }
 }
 
-LuTime LuTimeConvertScale(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method)
+LuTime LuTimeConvertScaleGeneral(LuTime time, int32_t newTimescale, LuTimeRoundingMethod method)
 {
     if (!LuTimeIsNumeric(time)) return time;
     if (newTimescale < 1) return kLuTimeInvalid;

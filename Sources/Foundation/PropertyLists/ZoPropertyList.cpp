@@ -3,10 +3,12 @@
 #include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoCollectionsPrivate.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoStringPrivate.h"
 #include "Foundation/Values/ZoNumber.h"
 
 ZO_DEFINE_STRING(kZoErrorDomainPropertyList, "ZoPropertyListErrorDomain");
@@ -150,41 +152,34 @@ public:
     }
 
 private:
-    bool isImmutable() const { return mutability_ == kZoPropertyListImmutable; }
+    static const void* copyMember(const void*, const void* value, void* context)
+    {
+        return static_cast<Copier*>(context)->copy(value).release();
+    }
+    static const void* copyPair(const void* key, const void* value, void* context)
+    {
+        return zo::isString(key) ? copyMember(key, value, context) : nullptr;
+    }
 
     ZoRef<ZoTypeRef> copyArray(ZoArrayRef array)
     {
         if (!path_.enter(array, failure_)) return nullptr;
-        const auto result = zoAdopt(ZoArrayCreateMutable(allocator_, 0, &kZoTypeArrayCallBacks));
-        const ZoIndex count = ZoArrayGetCount(array);
-        for (ZoIndex i = 0; result && i < count; ++i) {
-            const auto value = copy(ZoArrayGetValueAtIndex(array, i));
-            if (!value) return nullptr;
-            ZoArrayAppendValue(result.get(), value.get());
-        }
-        path_.leave(array);
-        if (!result || ZoArrayGetCount(result.get()) != count) return nullptr;
-        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoArrayCreateCopy(allocator_, result.get()))
-                             : ZoRef<ZoTypeRef>::retain(result.get());
+        const bool isMutable = mutability_ != kZoPropertyListImmutable;
+        const ZoArrayRef copied =
+            _ZoArrayCreateConverted(allocator_, array, isMutable, &kZoTypeArrayCallBacks, copyMember, this);
+        path_.leave();
+        return zoAdopt<ZoTypeRef>(copied);
     }
 
     ZoRef<ZoTypeRef> copyDictionary(ZoDictionaryRef dictionary)
     {
         if (!path_.enter(dictionary, failure_)) return nullptr;
-        const auto count = static_cast<size_t>(ZoDictionaryGetCount(dictionary));
-        std::vector<const void*> keys(count), values(count);
-        ZoDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
-        const auto result = zoAdopt(ZoDictionaryCreateMutable(allocator_, 0, &kZoCopyStringDictionaryKeyCallBacks,
-                                                              &kZoTypeDictionaryValueCallBacks));
-        for (size_t i = 0; result && i < count; ++i) {
-            const auto value = copy(values[i]);
-            if (!value || ZoGetTypeID(keys[i]) != ZoStringGetTypeID()) return nullptr;
-            ZoDictionarySetValue(result.get(), keys[i], value.get());
-        }
-        path_.leave(dictionary);
-        if (!result || ZoDictionaryGetCount(result.get()) != static_cast<ZoIndex>(count)) return nullptr;
-        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoDictionaryCreateCopy(allocator_, result.get()))
-                             : ZoRef<ZoTypeRef>::retain(result.get());
+        const bool isMutable = mutability_ != kZoPropertyListImmutable;
+        const ZoDictionaryRef copied =
+            _ZoDictionaryCreateConverted(allocator_, dictionary, isMutable, &kZoCopyStringDictionaryKeyCallBacks,
+                                         &kZoTypeDictionaryValueCallBacks, copyPair, this);
+        path_.leave();
+        return zoAdopt<ZoTypeRef>(copied);
     }
 
     ZoAllocatorRef allocator_;

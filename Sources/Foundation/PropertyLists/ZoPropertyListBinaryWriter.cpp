@@ -159,7 +159,7 @@ private:
         const auto known = containers_.find(container);
         if (known != containers_.end()) {
             index = known->second;
-            path_.leave(container);
+            path_.leave();
             return true;
         }
         index = objects_.size();
@@ -177,7 +177,7 @@ private:
             if (!number(members[i], indices[i])) return false;
         }
         objects_[index].members = std::move(indices);
-        path_.leave(container);
+        path_.leave();
         return true;
     }
 

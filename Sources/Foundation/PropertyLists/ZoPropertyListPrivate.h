@@ -2,11 +2,11 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
@@ -42,14 +42,17 @@ class Path {
 public:
     bool enter(ZoTypeRef container, Failure& failure)
     {
-        if (containers_.size() >= kZoPropertyListMaximumDepth) return failure.unsupported("nested too deep");
-        if (!containers_.insert(container).second) return failure.unsupported("a container is within itself");
+        if (depth_ == kZoPropertyListMaximumDepth) return failure.unsupported("nested too deep");
+        if (std::find(containers_, containers_ + depth_, container) != containers_ + depth_)
+            return failure.unsupported("a container is within itself");
+        containers_[depth_++] = container;
         return true;
     }
-    void leave(ZoTypeRef container) { containers_.erase(container); }
+    void leave() { --depth_; }
 
 private:
-    std::unordered_set<ZoTypeRef> containers_;
+    size_t depth_ = 0;
+    ZoTypeRef containers_[kZoPropertyListMaximumDepth];
 };
 
 /// What stands between the first and the last character that is not XML white space.

@@ -147,7 +147,7 @@ private:
             if (!writeObject(ZoArrayGetValueAtIndex(array, i))) return false;
         --depth_;
         if (count) writeLine("</array>");
-        path_.leave(array);
+        path_.leave();
         return true;
     }
 
@@ -165,7 +165,7 @@ private:
         }
         --depth_;
         if (count) writeLine("</dict>");
-        path_.leave(dictionary);
+        path_.leave();
         return true;
     }
 

@@ -79,12 +79,11 @@ bool isASCII(const UniChar* units, ZoIndex count)
 
 uint64_t hashText(const TextView& text)
 {
-    const auto count = static_cast<size_t>(text.length);
-    if (!text.wide) return zoHashBytes(text.units, count);
-    if (!isASCII(text)) return zoHashBytes(text.units, 2 * count);
+    if (!text.wide) return hashNarrow(text.units, text.length);
+    if (!isASCII(text)) return hashNarrow(text.units, 2 * text.length);
     TextBuffer narrow;  // only a mutable string has ASCII in the wide form
     if (!narrow.append(text)) stopForMemory();
-    return zoHashBytes(narrow.view().units, count);
+    return hashNarrow(narrow.view().units, text.length);
 }
 
 bool textsEqual(const TextView& a, const TextView& b)

@@ -16,7 +16,7 @@ struct ZoString_ {
     ZoRuntimeBase base;
     const void* contents;  ///< 8-bit ASCII, or UTF-16 in the machine's order if kZoStringWide
     ZoIndex length;
-    uint64_t hashOrCapacity;  ///< immutable: the hash, 0 while unknown; mutable: bytes allocated for `contents`
+    uint64_t hashOrCapacity;  ///< immutable: the hash once it is known; mutable: bytes allocated for `contents`
 };
 
 // The type's byte of flags in the header. Those of a constant record are 0xC8.
@@ -208,7 +208,14 @@ void decodeUTF8Leniently(const uint8_t* bytes, size_t count, TextBuffer& out);
 /// Converts from the start for as long as it fits and can be converted; gives the number of units converted.
 ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t lossByte, bool isExternal, ByteSink& sink);
 
+/// Set in every hash of a string, and so in a word that holds one.
+constexpr uint64_t kStringHashIsKnown = uint64_t{1} << 63;
+
 /// Equal text has equal hashes in every form: text that is all ASCII hashes as its bytes.
+inline uint64_t hashNarrow(const void* bytes, ZoIndex length)
+{
+    return zoHashBytes(bytes, static_cast<size_t>(length)) | kStringHashIsKnown;
+}
 uint64_t hashText(const TextView& text);
 
 bool textsEqual(const TextView& a, const TextView& b);
@@ -217,11 +224,11 @@ bool textsEqual(const TextView& a, const TextView& b);
 inline ZoHashCode stringHash(ZoStringRef string)
 {
     const uint8_t flags = zoTypeFlags(string);
-    if (flags & kZoStringConstant) return zoHashBytes(string->contents, static_cast<size_t>(string->length));
+    if (flags & kZoStringConstant) return hashNarrow(string->contents, string->length);
     if (flags & kZoStringMutable) return hashText(viewOfString(string));
     auto* cache = &const_cast<ZoMutableStringRef>(string)->hashOrCapacity;
     uint64_t hash = __atomic_load_n(cache, __ATOMIC_RELAXED);
-    if (!hash) {
+    if (!(hash & kStringHashIsKnown)) {
         hash = hashText(viewOfString(string));
         __atomic_store_n(cache, hash, __ATOMIC_RELAXED);
     }

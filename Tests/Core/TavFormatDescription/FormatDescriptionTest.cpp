@@ -86,29 +86,38 @@ ZoRef<ZoDictionaryRef> notAPropertyList()
 
 struct Refusal {
     const char* message;
+    const char* operation;
     OSStatus code;
-    OSStatus (*operation)(LuFormatDescriptionRef* out);
+    OSStatus (*call)(LuFormatDescriptionRef* out);
 };
 
+#define REFUSES(operation, code, message, ...)     \
+    {                                              \
+        message, #operation, code, [](auto* out) { \
+            (void)out;                             \
+            __VA_ARGS__                            \
+        }                                          \
+    }
 const Refusal kRefusals[] = {
-    {"!callbacks", -12710, [](auto*) { return TavDerivedFormatDescriptionRegister(kCounted, nullptr); }},
-    {"callbacks->version != 0", -12710, [](auto*) { return registerWith(1, true); }},
-    {"callbacks->equal == NULL", -12710, [](auto*) { return registerWith(0, false); }},
-    {"!outDesc", -12710, [](auto*) { return LuFormatDescriptionCreate(nullptr, kSubtitle, 1, nullptr, nullptr); }},
-    {"NULL == descOut", -12710,
-     [](auto*) { return TavDerivedFormatDescriptionCreate(nullptr, 0, 1, nullptr, nullptr); }},
-    {"!mediaType", -12710, [](auto* out) { return LuFormatDescriptionCreate(nullptr, 0, kSubType, nullptr, out); }},
-    {"couldn't copy extensions dictionary", -12710,
-     [](auto* out) { return LuFormatDescriptionCreate(nullptr, kCounted, 1, notAPropertyList().get(), out); }},
-    {"allocation failed", -12711,
-     [](auto* out) {
-         TavDerivedFormatDescriptionCallbacks huge = kCountedCallbacks;
-         huge.derivedStorageSize = SIZE_MAX - 8;
-         TavDerivedFormatDescriptionRegister(LU_FOURCC('h', 'u', 'g', 'e'), &huge);
-         return LuFormatDescriptionCreate(nullptr, LU_FOURCC('h', 'u', 'g', 'e'), 1, nullptr, out);
-     }},
-    {"!desc", -12710,
-     [](auto*) { return TavDerivedFormatDescriptionGetDerivedStorage(nullptr) ? OSStatus{0} : OSStatus{-12710}; }},
+    REFUSES(TavDerivedFormatDescriptionRegister, -12710, "!callbacks",
+            return TavDerivedFormatDescriptionRegister(kCounted, nullptr);),
+    REFUSES(TavDerivedFormatDescriptionRegister, -12710, "callbacks->version != 0", return registerWith(1, true);),
+    REFUSES(TavDerivedFormatDescriptionRegister, -12710, "callbacks->equal == NULL", return registerWith(0, false);),
+    REFUSES(LuFormatDescriptionCreate, -12710, "!outDesc",
+            return LuFormatDescriptionCreate(nullptr, kSubtitle, 1, nullptr, nullptr);),
+    REFUSES(TavDerivedFormatDescriptionCreate, -12710, "NULL == descOut",
+            return TavDerivedFormatDescriptionCreate(nullptr, 0, 1, nullptr, nullptr);),
+    REFUSES(LuFormatDescriptionCreate, -12710, "!mediaType",
+            return LuFormatDescriptionCreate(nullptr, 0, kSubType, nullptr, out);),
+    REFUSES(TavDerivedFormatDescriptionCreate, -12710, "couldn't copy extensions dictionary",
+            return TavDerivedFormatDescriptionCreate(nullptr, kCounted, 1, notAPropertyList().get(), out);),
+    REFUSES(LuFormatDescriptionCreate, -12711, "allocation failed",
+            TavDerivedFormatDescriptionCallbacks huge = kCountedCallbacks;
+            huge.derivedStorageSize = SIZE_MAX - 8;
+            TavDerivedFormatDescriptionRegister(LU_FOURCC('h', 'u', 'g', 'e'), &huge);
+            return LuFormatDescriptionCreate(nullptr, LU_FOURCC('h', 'u', 'g', 'e'), 1, nullptr, out);),
+    REFUSES(TavDerivedFormatDescriptionGetDerivedStorage, -12710, "!desc",
+            return TavDerivedFormatDescriptionGetDerivedStorage(nullptr) ? OSStatus{0} : OSStatus{-12710};),
 };
 
 }  // namespace
@@ -120,11 +129,12 @@ TEST_F(FormatDescription, refusesWithOneSignalAndLeavesTheOutParameterAlone)
         SCOPED_TRACE(row.message);
         LuFormatDescriptionRef out = before.get();
         const SignalProbe probe;
-        EXPECT_EQ(row.operation(&out), row.code);
+        EXPECT_EQ(row.call(&out), row.code);
         EXPECT_EQ(out, before.get());
         EXPECT_EQ(probe.count(), 1u);
         EXPECT_EQ(probe.code(), row.code);
         EXPECT_EQ(probe.message(), row.message);
+        EXPECT_EQ(probe.function(), row.operation);
         EXPECT_EQ(probe.subsystem(), "<<<< FormatDescription >>>>");
     }
     EXPECT_EQ(Counted::finalized, 1) << "the one whose extensions could not be copied";
@@ -181,6 +191,31 @@ TEST_F(FormatDescription, givesItsKindClearStorageAndFinalizesItOnceBeforeTheExt
     EXPECT_EQ(dirty.liveBlocks(), 0);
 }
 
+TEST_F(FormatDescription, answersNothingToAGetterOfAnotherKind)
+{
+    constexpr OSType kOther = LU_FOURCC('o', 't', 'h', 'r'), kAlso = LU_FOURCC('a', 'l', 's', 'o');
+    TavDerivedFormatDescriptionCallbacks other = kCountedCallbacks;
+    other.equal = [](LuFormatDescriptionRef, LuFormatDescriptionRef, ZoTypeRef, ZoTypeRef) { return Boolean{true}; };
+    other.finalize = nullptr;
+    TavDerivedFormatDescriptionRegister(kOther, &other);
+    TavDerivedFormatDescriptionRegister(kAlso, &kCountedCallbacks);  // one kind under two media types
+    const auto storageOf = [](const Description& description, const TavDerivedFormatDescriptionCallbacks& kind) {
+        return TavDerivedFormatDescriptionGetDerivedStorageOfKind(description.get(), &kind);
+    };
+    const SignalProbe probe;
+    for (const OSType type : {kCounted, kAlso}) {
+        const auto counted = describe(nullptr, type);
+        EXPECT_EQ(storageOf(counted, kCountedCallbacks), TavDerivedFormatDescriptionGetDerivedStorage(counted.get()));
+        EXPECT_NE(storageOf(counted, kCountedCallbacks), nullptr);
+        EXPECT_EQ(storageOf(counted, other), nullptr);
+    }
+    EXPECT_EQ(storageOf(describe(nullptr, kOther), kCountedCallbacks), nullptr);
+    EXPECT_EQ(storageOf(describe(), kCountedCallbacks), nullptr);
+    EXPECT_EQ(storageOf(nullptr, kCountedCallbacks), nullptr);
+    EXPECT_EQ(TavDerivedFormatDescriptionGetDerivedStorage(describe().get()), nullptr) << "behind the description";
+    EXPECT_EQ(probe.count(), 0u);
+}
+
 TEST_F(FormatDescription, leavesNothingBehindWhereverMemoryRunsOut)
 {
     const Extensions extensions{
@@ -207,7 +242,7 @@ TEST_F(FormatDescription, saysWhatItIs)
         OSType mediaType, mediaSubType;
         const char *name, *type, *subType;
     };
-    // Names of the media types that no kind overlays, an unknown one, one with a name of none; odd characters in codes.
+    // The name does not depend on the kind; characters of codes are told as they are.
     const Row rows[] = {
         {kLuMediaType_Text, LU_FOURCC('t', 'x', '3', 'g'), "Text", "text", "tx3g"},
         {kLuMediaType_ClosedCaption, LU_FOURCC('c', '6', '0', '8'), "ClosedCaption", "clcp", "c608"},
@@ -215,49 +250,35 @@ TEST_F(FormatDescription, saysWhatItIs)
         {kLuMediaType_Scene, LU_FOURCC(' ', ' ', ' ', '1'), "Scene", "scen", "   1"},
         {kLuMediaType_PointCloud, LU_FOURCC('%', '@', 'n', 's'), "PointCloud", "pcld", "%@ns"},
         {LU_FOURCC('n', 'e', 'w', ' '), LU_FOURCC('.', 't', 'x', 't'), "", "new ", ".txt"},
+        {kLuMediaType_Video, kSubType, "Video", "vide", "tx3g"},
+        {kLuMediaType_AuxiliaryPicture, kSubType, "AuxiliaryPicture", "auxv", "tx3g"},
+        {kLuMediaType_Picture, kSubType, "", "pict", "tx3g"},
+        {kLuMediaType_Audio, kSubType, "Audio", "soun", "tx3g"},
+        {kLuMediaType_Metadata, kSubType, "Metadata", "meta", "tx3g"},
+        {kLuMediaType_Muxed, kSubType, "Muxed", "muxx", "tx3g"},
+        {kLuMediaType_TaggedBufferGroup, kSubType, "TaggedBufferGroup", "tbgr", "tx3g"},
+        {kLuMediaType_TimeCode, kSubType, "", "tmcd", "tx3g"},
     };
     for (const Row& row : rows) {
         const auto description = describe(nullptr, row.mediaType, row.mediaSubType);
         char expected[400];
-        std::snprintf(expected, sizeof expected,
-                      "<Lu%sFormatDescription %p [%p]> {\n\tmediaType:'%s' \n\tmediaSubType:'%s' \n\tmediaSpecific: {\n"
-                      "(null) \n\t} \n\textensions: {(null)}\n}",
-                      row.name, static_cast<const void*>(description.get()),
-                      static_cast<const void*>(ZoGetAllocator(description.get())), row.type, row.subType);
-        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get()))), expected);
+        std::snprintf(
+            expected, sizeof expected,
+            "<Lu%sFormatDescription %p [%p]> {\n\tmediaType:'%s' \n\tmediaSubType:'%s' \n\tmediaSpecific: {\n",
+            row.name, static_cast<const void*>(description.get()),
+            static_cast<const void*>(ZoGetAllocator(description.get())), row.type, row.subType);
+        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get()))).rfind(expected, 0), 0u) << expected;
     }
     const Extensions extensions{{"key", "value"}};
     const auto counted = describe(extensions.dictionary(), kCounted);
-    const std::string text = textOf(zoAdopt(ZoCopyDescription(counted.get())));
-    EXPECT_NE(text.find("\tmediaSpecific: {\n\t\tcounted \n\t} \n"), std::string::npos) << text;
     const std::string inner = textOf(zoAdopt(ZoCopyDescription(extensions.get())));
-    EXPECT_NE(text.find(std::string("\textensions: {").append(inner).append("}\n}")), std::string::npos) << text;
-    // The names of those that kinds overlay do not depend on the kind.
-    struct Named {
-        OSType mediaType;
-        const char* start;
-    };
-    for (const Named& row : {Named{kLuMediaType_Video, "<LuVideoFormatDescription 0x"},
-                             Named{kLuMediaType_AuxiliaryPicture, "<LuAuxiliaryPictureFormatDescription 0x"},
-                             Named{kLuMediaType_Picture, "<LuFormatDescription 0x"},
-                             Named{kLuMediaType_Audio, "<LuAudioFormatDescription 0x"},
-                             Named{kLuMediaType_Metadata, "<LuMetadataFormatDescription 0x"},
-                             Named{kLuMediaType_Muxed, "<LuMuxedFormatDescription 0x"},
-                             Named{kLuMediaType_TaggedBufferGroup, "<LuTaggedBufferGroupFormatDescription 0x"},
-                             Named{kLuMediaType_TimeCode, "<LuFormatDescription 0x"}}) {
-        const auto description = describe(nullptr, row.mediaType);
-        EXPECT_EQ(textOf(zoAdopt(ZoCopyDescription(description.get()))).rfind(row.start, 0), 0u) << row.start;
-    }
-}
-
-// Codes come from files. Whatever their bytes are, the rest of the text must be there.
-TEST_F(FormatDescription, saysWhatItIsWithCodesThatAreNoText)
-{
+    EXPECT_TRUE(textOf(zoAdopt(ZoCopyDescription(counted.get())))
+                    .ends_with("\tmediaSpecific: {\n\t\tcounted \n\t} \n\textensions: {" + inner + "}\n}"));
+    // Codes come from files. Whatever their bytes are, the rest of the text must be there.
     for (const OSType code : {0x00000001u, 0xA9A9A9A9u, 0xFFFFFFFFu, 0x0A000D20u}) {
-        const auto description = describe(nullptr, kSubtitle, code);
-        const auto text = zoAdopt(ZoCopyDescription(description.get()));
+        const auto text = zoAdopt(ZoCopyDescription(describe(nullptr, kSubtitle, code).get()));
         ASSERT_TRUE(text);
-        EXPECT_TRUE(ZoStringHasSuffix(text.get(), ZOSTR("\textensions: {(null)}\n}"))) << code;
+        EXPECT_TRUE(ZoStringHasSuffix(text.get(), ZOSTR("{\n(null) \n\t} \n\textensions: {(null)}\n}"))) << code;
     }
 }
 

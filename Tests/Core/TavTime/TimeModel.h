@@ -2,6 +2,9 @@
 
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+
 #include "Core/TavTime/LuTimeRange.h"
 
 inline bool operator==(const LuTime& a, const LuTime& b)
@@ -102,7 +105,7 @@ struct Ratio {
 
 inline bool reduce(Int& a, Int& b)
 {
-    if (a == -1 || b == -1 || gcd(a, b) < 2) return false;
+    if (a == -1 || b == -1 || gcd(a, b) < 2 || gcd(a, b) > kMax) return false;
     const Int common = gcd(a, b);
     a /= common;
     b /= common;
@@ -129,6 +132,61 @@ inline LuTime multiplyByRatio(LuTime time, int32_t multiplier, int32_t divisor)
         }
         return make(roundHalfAway(product, r.divisor), scale, isRounded(x) || product % r.divisor != 0, time.epoch);
     }
+}
+
+inline LuTime multiplyByFloat(LuTime time, double multiplier)
+{
+    if (std::isnan(multiplier)) return kLuTimeInvalid;
+    const bool whole = multiplier >= -0x1p63 && multiplier < 0x1p63 && std::trunc(multiplier) == multiplier;
+    for (Int scale = whole ? time.timescale : std::max(time.timescale, 1000000000);; scale /= 2) {
+        const LuTime x = convert(time, scale);
+        const double product = static_cast<double>(x.value) * multiplier;
+        if (!isInfinite(x) && std::isnan(product)) return kLuTimeInvalid;
+        if (isInfinite(x) || std::fabs(product) > 0x1p63) {
+            if (scale > 1) continue;
+            return infinity(isInfinite(x) ? ((x.flags & 8) != 0) != (multiplier < 0) : product < 0);
+        }
+        const Int value = std::min(static_cast<Int>(product + (product < 0 ? -0.5 : 0.5)), Int{kMax});
+        const bool inexact = scale < 1000000000 && static_cast<double>(value) != product;
+        return make(value, scale, isRounded(x) || inexact || absolute(value) > Int{1} << 51, time.epoch);
+    }
+}
+
+inline LuTime makeWithSeconds(double seconds, int32_t preferred)
+{
+    if (preferred < 1 || std::isnan(seconds)) return kLuTimeInvalid;
+    int32_t scale = preferred;
+    while (scale > 0 && std::fabs(scale * seconds) > 0x1p63) scale /= 2;
+    if (scale == 0) return infinity(seconds < 0);
+    const Int ticks = std::min(static_cast<Int>(std::fabs(scale * seconds)), Int{kMax});
+    const auto value = static_cast<int64_t>(seconds < 0 ? -ticks : ticks);
+    return make(value, scale, static_cast<double>(value) / scale != seconds, 0);
+}
+
+/// Exactly, by two ratios of whole numbers, where the terms fit 32 bits when reduced; else by the quotient of seconds.
+inline LuTime multiplyByTimes(LuTime time, LuTime numerator, LuTime denominator)
+{
+    if (denominator.value == 0 && denominator.epoch == 0) return kLuTimeInvalid;
+    const auto isLong = [](Int value) { return value != static_cast<int32_t>(value); };
+    Int up = numerator.value, upScale = numerator.timescale, down = denominator.value,
+        downScale = denominator.timescale;
+    const bool reducesAcross = up != 0 && down != 0, upWasLong = isLong(up);
+    if (upWasLong) reduce(up, upScale);
+    if (upWasLong && reducesAcross) reduce(up, down);
+    if (isLong(down)) {
+        reduce(down, downScale);
+        if (!upWasLong && reducesAcross) reduce(up, down);
+    }
+    if (!isLong(up) && !isLong(down)) {
+        const LuTime half = LuTimeMultiplyByRatio(time, static_cast<int32_t>(up), static_cast<int32_t>(upScale));
+        const LuTime all = LuTimeMultiplyByRatio(half, static_cast<int32_t>(downScale), static_cast<int32_t>(down));
+        if (!isRounded(all)) return all;
+    }
+    const double ratio = static_cast<double>(numerator.value) / numerator.timescale /
+                         (static_cast<double>(denominator.value) / denominator.timescale);
+    LuTime product = multiplyByFloat(time, ratio);
+    if ((product.flags & 29) == 1 && ratio != std::trunc(ratio)) product.flags |= 2;
+    return product;
 }
 
 struct Division {

@@ -13,9 +13,6 @@
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"
 
-ZO_DEFINE_STRING(kTavFormatDescriptionExtension_CommonEncryptionTrackEncryptionBox,
-                 "CommonEncryptionTrackEncryptionBox");
-
 // Puts the cursor on the box at the end of the path; false where there is none.
 static bool findBox(const void* sinf, size_t sinfLength, std::initializer_list<OSType> path, TavAtomStream& box)
 {

@@ -5,11 +5,10 @@
 
 #pragma once
 
+#include "Core/TavFormatDescription/TavFormatDescriptionKeys.h"
 #include "Platform/Common/LuBase.h"
 
 ZO_EXTERN_C_BEGIN
-
-extern const ZoStringRef kTavFormatDescriptionExtension_CommonEncryptionTrackEncryptionBox;
 
 /// 'cenc', 'cbc2' or 'cbcs', from a scheme box of scheme version 0x00010000; else 0.
 OSType TavBridgeGetCommonEncryptionScheme(const void* sinf, size_t sinfLength);
