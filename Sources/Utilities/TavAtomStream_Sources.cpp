@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "Core/TavBlockBuffer/TavBlockBuffer.h"
 #include "DataIO/TavByteStreams/TavByteStream.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavAtomStreamPrivate.h"
@@ -116,8 +117,8 @@ void atomStreamFindWindow(TavAtomStream& stream, int64_t offset)
     if (stream.readBytes != bbufReadBytes) return;  // memory is one window, byte streams have none
     char* pointer = nullptr;
     size_t length = 0;
-    if (TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset), &stream.place,
-                                         &length, &pointer) != 0)
+    if (LuBlockBufferGetDataPointer(asBlockBuffer(stream.source), static_cast<size_t>(offset), &length, nullptr,
+                                    &pointer) != 0)
         return;
     stream.window = reinterpret_cast<const uint8_t*>(pointer);
     stream.windowStart = offset;
@@ -129,18 +130,10 @@ OSStatus atomStreamReadOutsideOfWindow(const TavAtomStream& stream, size_t count
 {
     if (stream.readBytes != bbufReadBytes)
         return stream.readBytes(stream.source, stream.sourceLength, count, offset, destination, countRead);
-    // What straddles pieces is gathered from the cursor's place on, and not by a look-up from the start.
-    TavBlockBufferPlace place = stream.place;
-    auto* to = static_cast<uint8_t*>(destination);
-    for (*countRead = 0; *countRead < count;) {
-        char* run = nullptr;
-        size_t length = 0;
-        TAV_TRY(TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset) + *countRead,
-                                                 &place, &length, &run));
-        length = std::min(length, count - *countRead);
-        memcpy(to + *countRead, run, length);
-        *countRead += length;
-    }
+    // Gathered, and nothing is signalled: how the end of the data is told is for the caller.
+    *countRead = 0;
+    TAV_TRY(TavBlockBufferCursor(asBlockBuffer(stream.source), static_cast<size_t>(offset)).read(destination, count));
+    *countRead = count;
     return 0;
 }
 

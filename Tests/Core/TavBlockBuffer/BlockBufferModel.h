@@ -288,7 +288,6 @@ private:
     void verifyRuns(const Entry& entry)
     {
         TavBlockBufferCursor cursor(entry.buffer.get());
-        TavBlockBufferPlace place = {};
         while (cursor.offset() < entry.cells.size()) {
             const size_t offset = cursor.offset();
             char *run = nullptr, *pointer = nullptr;
@@ -297,9 +296,6 @@ private:
             expect(status == LuBlockBufferGetDataPointer(entry.buffer.get(), offset, &length, nullptr, &pointer),
                    "status of a run");
             expect(run == pointer && runLength == length, "run");
-            expect(status == TavBlockBufferGetDataPointerNear(entry.buffer.get(), offset, &place, &length, &pointer),
-                   "status of a look-up from a place");
-            expect(run == pointer && runLength == length, "run from a place");
             if (status == 0) {
                 expect(static_cast<uint8_t>(*run) == cells_[entry.cells[offset]].value, "byte of a run");
                 expect(LuBlockBufferIsRangeContiguous(entry.buffer.get(), offset, runLength), "run not contiguous");
