@@ -171,7 +171,7 @@ OSStatus TavAtomStreamInitWithByteStreamWithSizeAndReporter(LuByteStreamRef byte
         return atomStreamRefuse(reporter,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %lld exceeds stream length %lld", offset,
                                  stream.sourceLength},
-                                0, true);
+                                0, __func__);
     stream.allowZeroSizeAtom = allowZeroSizeAtom;
     stream.reporter = reporter;
     stream.containerOffset = offset;
@@ -212,7 +212,7 @@ OSStatus TavAtomStreamInitWithBBufAndReporter(LuBlockBufferRef blockBuffer, size
         return atomStreamRefuse(reporter,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %zd exceeds block buffer length %zd",
                                  offset, static_cast<size_t>(stream.sourceLength)},
-                                0, true);
+                                0, __func__);
     stream.allowZeroSizeAtom = allowZeroSizeAtom;
     stream.reporter = reporter;
     stream.containerOffset = static_cast<int64_t>(offset);
@@ -269,9 +269,9 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStreamWithSize(LuByteStreamRef 
         return atomStreamRefuse(nullptr,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %lld exceeds stream length %lld.",
                                  offset, stream.sourceLength},
-                                0, true);
+                                0, __func__);
     const int64_t limit = offset + std::min(stream.sourceLength - offset, std::max<int64_t>(limitSize, 0));
-    return atomStreamReadSingleHeader(stream, offset, limit, false, typeOut, sizeOut, headerSizeOut);
+    return atomStreamReadSingleHeader(stream, offset, limit, nullptr, typeOut, sizeOut, headerSizeOut);
 }
 
 OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStream(LuByteStreamRef byteStream, int64_t offset, OSType* typeOut,
@@ -293,7 +293,7 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInBBuf(LuBlockBufferRef blockBuffer, 
         return atomStreamRefuse(nullptr,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %zd exceeds block buffer length %zd",
                                  offset, static_cast<size_t>(stream.sourceLength)},
-                                0, true);
-    return atomStreamReadSingleHeader(stream, static_cast<int64_t>(offset), stream.sourceLength, true, typeOut, sizeOut,
-                                      headerSizeOut);
+                                0, __func__);
+    return atomStreamReadSingleHeader(stream, static_cast<int64_t>(offset), stream.sourceLength, __func__, typeOut,
+                                      sizeOut, headerSizeOut);
 }

@@ -117,7 +117,8 @@ OSStatus TavBlockBufferCursor::getRun(char** pointerOut, size_t* lengthOut) noex
         Place rest;
         if (!Walk::enter(&inner, &rest)) break;
         if (rest.left > 0 && !outer_.push(rest)) {
-            return TAV_SIGNAL(kTavBlockBufferStructureAllocationFailedErr, "could not keep the place of a walk");
+            return TAV_SIGNAL_FROM("TavBlockBufferCursor", kTavBlockBufferStructureAllocationFailedErr,
+                                   "could not keep the place of a walk");
         }
         here_ = inner;
     }
