@@ -2,6 +2,11 @@
 // the C library over the same bytes. The times of *_growth are for the whole buffer: from row to row N grows tenfold,
 // and so should they; "ns/piece" shows it.
 
+// bar: Slices_growth/1000000 <= 4000 * Slices_growth/1000
+// bar: SlicesOfReferences_growth/100000 <= 400 * SlicesOfReferences_growth/1000
+// bar: LookUps_growth/100000 <= 800 * LookUps_growth/1000
+// bar: CopyOut_growth/1000000 <= 2000 * CopyOut_growth/1000
+// bar: WriteOnDemand_growth/1000000 <= 2000 * WriteOnDemand_growth/1000
 // bar: CopyOut64MiB_luvia <= 1.11 * CopyOut64MiB_memcpy
 // bar: CompareContiguous_luvia <= 1.11 * CompareContiguous_memcmp
 

@@ -304,16 +304,6 @@ OSStatus TavAtomStreamGetCurrentAtomUUIDType(const TavAtomStream* stream, uint8_
     return 0;
 }
 
-OSStatus TavAtomStreamGetCurrentAtomVersionAndFlags(const TavAtomStream* stream, uint8_t* versionOut,
-                                                    uint32_t* flagsOut)
-{
-    uint8_t versionAndFlags[4];
-    TAV_TRY(TavAtomStreamReadCurrentAtomData(stream, 0, sizeof(versionAndFlags), versionAndFlags));
-    if (versionOut) *versionOut = versionAndFlags[0];
-    if (flagsOut) *flagsOut = loadBE24(versionAndFlags + 1);
-    return 0;
-}
-
 static OSStatus checkDataRange(const TavAtomStream& stream, int64_t offset, size_t length, const char* operation)
 {
     if (offset >= 0 && offset < stream.dataLength && length <= static_cast<uint64_t>(stream.dataLength - offset))
@@ -336,14 +326,31 @@ static OSStatus refuseShortData(const TavAtomStream& stream, int64_t offset, siz
         stream.type, operation);
 }
 
-OSStatus TavAtomStreamReadCurrentAtomData(const TavAtomStream* stream, int64_t offset, size_t length, void* destination)
+static OSStatus readData(const TavAtomStream* stream, int64_t offset, size_t length, void* destination,
+                         const char* operation)
 {
-    if (!stream || !destination) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream or destination");
-    TAV_TRY(checkDataRange(*stream, offset, length, __func__));
+    if (!stream || !destination)
+        return TAV_SIGNAL_FROM(operation, kTavAtomStream_ParameterError, "NULL stream or destination");
+    TAV_TRY(checkDataRange(*stream, offset, length, operation));
     size_t countRead = 0;
     TAV_TRY(atomStreamRead(*stream, length, stream->containerOffset + stream->dataOffset + offset, destination,
                            &countRead));
-    return countRead == length ? 0 : refuseShortData(*stream, offset, countRead, length, __func__);
+    return countRead == length ? 0 : refuseShortData(*stream, offset, countRead, length, operation);
+}
+
+OSStatus TavAtomStreamGetCurrentAtomVersionAndFlags(const TavAtomStream* stream, uint8_t* versionOut,
+                                                    uint32_t* flagsOut)
+{
+    uint8_t versionAndFlags[4];
+    TAV_TRY(readData(stream, 0, sizeof(versionAndFlags), versionAndFlags, __func__));
+    if (versionOut) *versionOut = versionAndFlags[0];
+    if (flagsOut) *flagsOut = loadBE24(versionAndFlags + 1);
+    return 0;
+}
+
+OSStatus TavAtomStreamReadCurrentAtomData(const TavAtomStream* stream, int64_t offset, size_t length, void* destination)
+{
+    return readData(stream, offset, length, destination, __func__);
 }
 
 OSStatus TavAtomStreamReadCurrentAtomDataAndCreateBBuf(const TavAtomStream* stream, int64_t offset, size_t length,

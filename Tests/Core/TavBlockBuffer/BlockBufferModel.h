@@ -56,7 +56,7 @@ public:
     void step()
     {
         if (buffers_.empty()) return create();
-        switch (choose_(12)) {
+        switch (choose_(13)) {
             case 0: return create();
             case 1: return appendMemory();
             case 2: return appendMemory();
@@ -68,6 +68,7 @@ public:
             case 8: return assure();
             case 9: return compare();
             case 10: return access();
+            case 11: return appendBytes();
             default: return retire();
         }
     }
@@ -154,6 +155,20 @@ private:
             entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
             cells_.push_back(
                 {given ? block[offset + i] : PaintedMemory::kPaint, static_cast<uint32_t>(allocated_.size() - 1)});
+        }
+    }
+
+    void appendBytes()
+    {
+        Entry& entry = any();
+        if (entry.cells.size() > kMaximumLength) return;
+        std::vector<uint8_t> bytes(choose_(choose_(8) == 0 ? 300 : 12));
+        for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(choose_(256));
+        expect(TavBlockBufferAppendBytes(entry.buffer.get(), bytes.data(), bytes.size()) == 0, "append bytes");
+        allocated_.push_back(true);
+        for (const uint8_t byte : bytes) {
+            entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
+            cells_.push_back({byte, static_cast<uint32_t>(allocated_.size() - 1)});
         }
     }
 
