@@ -2,6 +2,11 @@
 // the C library over the same bytes. The times of *_growth are for the whole buffer: from row to row N grows tenfold,
 // and so should they; "ns/piece" shows it.
 
+// bar: Slices_growth/1000000 <= 4000 * Slices_growth/1000
+// bar: SlicesOfReferences_growth/100000 <= 400 * SlicesOfReferences_growth/1000
+// bar: LookUps_growth/100000 <= 800 * LookUps_growth/1000
+// bar: CopyOut_growth/1000000 <= 2000 * CopyOut_growth/1000
+// bar: WriteOnDemand_growth/1000000 <= 2000 * WriteOnDemand_growth/1000
 // bar: CopyOut64MiB_luvia <= 1.11 * CopyOut64MiB_memcpy
 // bar: CompareContiguous_luvia <= 1.11 * CompareContiguous_memcmp
 
@@ -137,6 +142,96 @@ void Contiguous_growth(benchmark::State& state)
     }
     finish(state);
 }
+// What a caller does with a file that came in pieces: takes its samples out, one slice each, at any order of offsets.
+// Slices of a piece and a half, so that most lie in two pieces.
+void Slices_growth(benchmark::State& state)
+{
+    const auto count = static_cast<size_t>(state.range(0));
+    std::vector<char> bytes(count * 16);
+    const Buffer buffer = piecesOf(bytes, count, 16);
+    for (auto _ : state) {
+        Buffer samples = emptyBuffer();
+        for (size_t i = 0, at = 0; i + 2 < count; ++i, at = (at + 7919) % (count - 2)) {
+            LuBlockBufferAppendBufferReference(samples.get(), buffer.get(), at * 16 + 4, 24, 0);
+        }
+        state.PauseTiming();
+        samples.reset();
+        state.ResumeTiming();
+    }
+    finish(state);
+}
+// The same of a buffer whose pieces are references, as those of samples that were gathered before.
+void SlicesOfReferences_growth(benchmark::State& state)
+{
+    const auto count = static_cast<size_t>(state.range(0));
+    std::vector<char> bytes(count * 16);
+    const Buffer memory = piecesOf(bytes, count, 16);
+    Buffer buffer = emptyBuffer();
+    for (size_t i = 0; i < count; ++i) {
+        LuBlockBufferAppendBufferReference(buffer.get(), memory.get(), (i * 7919) % count * 16, 15, 0);
+    }
+    for (auto _ : state) {
+        Buffer samples = emptyBuffer();
+        for (size_t i = 0; i + 2 < count; ++i) {
+            LuBlockBufferAppendBufferReference(samples.get(), buffer.get(), i * 15 + 4, 22, 0);
+        }
+        state.PauseTiming();
+        samples.reset();
+        state.ResumeTiming();
+    }
+    finish(state);
+}
+// Each sample made a buffer of its own and read through it.
+void ReadSlices_growth(benchmark::State& state)
+{
+    const auto count = static_cast<size_t>(state.range(0));
+    std::vector<char> bytes(count * 16);
+    const Buffer buffer = piecesOf(bytes, count, 16);
+    char sample[24];
+    for (auto _ : state) {
+        for (size_t i = 0, at = 0; i + 2 < count; ++i, at = (at + 7919) % (count - 2)) {
+            Buffer slice;
+            LuBlockBufferCreateWithBufferReference(nullptr, buffer.get(), at * 16 + 4, 24, 0, slice.outParam());
+            LuBlockBufferCopyDataBytes(slice.get(), 0, sizeof sample, sample);
+        }
+    }
+    finish(state);
+}
+void LookUps_growth(benchmark::State& state)
+{
+    const auto count = static_cast<size_t>(state.range(0));
+    std::vector<char> bytes(count * 16);
+    const Buffer buffer = piecesOf(bytes, count, 16);
+    for (auto _ : state) {
+        for (size_t i = 0, at = 0; i < count; ++i, at = (at + 7919) % count) {
+            char* pointer = nullptr;
+            LuBlockBufferGetDataPointer(buffer.get(), at * 16 + 3, nullptr, nullptr, &pointer);
+            benchmark::DoNotOptimize(pointer);
+        }
+    }
+    finish(state);
+}
+// Memory named now and written when it is there: each write assures all of the buffer.
+void WriteOnDemand_growth(benchmark::State& state)
+{
+    const auto count = static_cast<size_t>(state.range(0));
+    for (auto _ : state) {
+        Buffer buffer = emptyBuffer();
+        for (size_t i = 0; i < count; ++i) {
+            LuBlockBufferAppendMemoryBlock(buffer.get(), nullptr, 16, nullptr, nullptr, 0, 16, 0);
+            LuBlockBufferReplaceDataBytes("0123456789abcde", buffer.get(), i * 16, 16);
+        }
+        state.PauseTiming();
+        buffer.reset();
+        state.ResumeTiming();
+    }
+    finish(state);
+}
+BENCHMARK(Slices_growth)->Apply(sizes);
+BENCHMARK(SlicesOfReferences_growth)->Apply(sizes);
+BENCHMARK(ReadSlices_growth)->Apply(sizes);
+BENCHMARK(LookUps_growth)->Apply(sizes);
+BENCHMARK(WriteOnDemand_growth)->Apply(sizes);
 BENCHMARK(Build_growth)->Apply(sizes);
 BENCHMARK(Free_growth)->Apply(sizes);
 BENCHMARK(FreeNested_growth)->Apply(sizes);

@@ -94,15 +94,17 @@ OSStatus TavAssetAnalysisReporterCreate(ZoAllocatorRef allocator, TavAssetAnalys
 
 // MARK: messages
 
-static OSStatus assetAnalysisCheckMessage(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict)
+static OSStatus assetAnalysisCheckMessage(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict,
+                                          const char* operation)
 {
-    if (!reporter) return TAV_SIGNAL(kTavAssetAnalysisReporterError_InvalidParameter, "NULL reporter");
-    if (!messageDict) return TAV_SIGNAL(kTavAssetAnalysisReporterError_InvalidParameter, "NULL messageDict");
+    if (!reporter) return TAV_SIGNAL_FROM(operation, kTavAssetAnalysisReporterError_InvalidParameter, "NULL reporter");
+    if (!messageDict)
+        return TAV_SIGNAL_FROM(operation, kTavAssetAnalysisReporterError_InvalidParameter, "NULL messageDict");
     if (ZoDictionaryGetCount(messageDict) < 2)
-        return TAV_SIGNAL(kTavAssetAnalysisReporterError_InvalidParameter, "Empty messageDict");
+        return TAV_SIGNAL_FROM(operation, kTavAssetAnalysisReporterError_InvalidParameter, "Empty messageDict");
     if (!ZoDictionaryContainsKey(messageDict, kTavAssetAnalysisKey_AnalysisType))
-        return TAV_SIGNAL(kTavAssetAnalysisReporterError_InvalidParameter,
-                          "messageDict must contain kTavAssetAnalysisKey_AnalysisType");
+        return TAV_SIGNAL_FROM(operation, kTavAssetAnalysisReporterError_InvalidParameter,
+                               "messageDict must contain kTavAssetAnalysisKey_AnalysisType");
     return 0;
 }
 
@@ -119,18 +121,37 @@ static void assetAnalysisReplaceNewest(TavAssetAnalysisReporterRef reporter, ZoD
     ZoArraySetValueAtIndex(reporter->messages, ZoArrayGetCount(reporter->messages) - 1, edited);
 }
 
+// Setting and appending say nothing where there is no memory; what is there afterwards does.
+static bool assetAnalysisSet(const ZoRef<ZoMutableDictionaryRef>& message, ZoStringRef key, const void* value)
+{
+    if (value) ZoDictionarySetValue(message.get(), key, value);
+    return value && ZoDictionaryGetValue(message.get(), key) == value;
+}
+static bool assetAnalysisAppend(ZoMutableArrayRef array, const void* value)
+{
+    const ZoIndex count = ZoArrayGetCount(array);
+    ZoArrayAppendValue(array, value);
+    return ZoArrayGetCount(array) > count;
+}
+
+static OSStatus assetAnalysisAdd(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict,
+                                 const char* operation)
+{
+    if (assetAnalysisAppend(reporter->messages, messageDict)) return 0;
+    return TAV_SIGNAL_FROM(operation, kTavAssetAnalysisReporterError_AllocationFailed, "Could not keep message");
+}
+
 OSStatus TavAssetAnalysisReporterAddMessage(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict)
 {
-    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict));
-    ZoArrayAppendValue(reporter->messages, messageDict);
-    return 0;
+    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict, __func__));
+    return assetAnalysisAdd(reporter, messageDict, __func__);
 }
 
 OSStatus TavAssetAnalysisReporterEditAndAppendMessage(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict,
                                                       int32_t messageType)
 {
-    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict));
-    if (ZoArrayGetCount(reporter->messages) == 0) return TavAssetAnalysisReporterAddMessage(reporter, messageDict);
+    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict, __func__));
+    if (ZoArrayGetCount(reporter->messages) == 0) return assetAnalysisAdd(reporter, messageDict, __func__);
 
     const auto edited = assetAnalysisEditNewest(reporter);
     if (!edited) return 0;
@@ -139,34 +160,35 @@ OSStatus TavAssetAnalysisReporterEditAndAppendMessage(TavAssetAnalysisReporterRe
     // The array is copied too: a message that its maker keeps must not change under it.
     const auto container = zoAdopt(nested ? ZoArrayCreateMutableCopy(ZoGetAllocator(reporter), 0, nested)
                                           : ZoArrayCreateMutable(ZoGetAllocator(reporter), 0, &kZoTypeArrayCallBacks));
-    if (!container) return 0;  // the newest message stays as it was
-    ZoArrayAppendValue(container.get(), messageDict);
-    ZoDictionarySetValue(edited.get(), kTavAssetAnalysisMovieMessageKey_AtomContainer, container.get());
-
     const int64_t wideType = messageType;
-    if (const auto number = zoAdopt(ZoNumberCreate(ZoGetAllocator(reporter), kZoNumberSInt64Type, &wideType)))
-        ZoDictionarySetValue(edited.get(), kTavAssetAnalysisMovieMessageKey_MessageType, number.get());
-    assetAnalysisReplaceNewest(reporter, edited.get());
-    return 0;
+    const auto number = zoAdopt(ZoNumberCreate(ZoGetAllocator(reporter), kZoNumberSInt64Type, &wideType));
+    if (container && assetAnalysisAppend(container.get(), messageDict) &&
+        assetAnalysisSet(edited, kTavAssetAnalysisMovieMessageKey_AtomContainer, container.get()) &&
+        assetAnalysisSet(edited, kTavAssetAnalysisMovieMessageKey_MessageType, number.get()))
+        assetAnalysisReplaceNewest(reporter, edited.get());
+    return 0;  // else the newest message stays as it was
 }
 
 OSStatus TavAssetAnalysisReporterEditAndCombineMessage(TavAssetAnalysisReporterRef reporter,
                                                        ZoDictionaryRef messageDict)
 {
-    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict));
-    if (ZoArrayGetCount(reporter->messages) == 0) return TavAssetAnalysisReporterAddMessage(reporter, messageDict);
+    TAV_TRY(assetAnalysisCheckMessage(reporter, messageDict, __func__));
+    if (ZoArrayGetCount(reporter->messages) == 0) return assetAnalysisAdd(reporter, messageDict, __func__);
 
     const auto edited = assetAnalysisEditNewest(reporter);
     if (!edited) return 0;
-    for (ZoStringRef key : {kTavAssetAnalysisMovieMessageKey_TrackID, kTavAssetAnalysisMovieMessageKey_TrackType})
-        if (const void* value = ZoDictionaryGetValue(messageDict, key)) ZoDictionarySetValue(edited.get(), key, value);
-
+    for (ZoStringRef key : {kTavAssetAnalysisMovieMessageKey_TrackID, kTavAssetAnalysisMovieMessageKey_TrackType}) {
+        const void* value = ZoDictionaryGetValue(messageDict, key);
+        if (value && !assetAnalysisSet(edited, key, value)) return 0;
+    }
     const ZoStringRef key = kTavAssetAnalysisKey_DiagnosticInformation;
     if (const auto text = static_cast<ZoStringRef>(ZoDictionaryGetValue(messageDict, key))) {
         const auto combined = zoAdopt(ZoStringCreateMutableCopy(ZoGetAllocator(reporter), 0, text));
         const auto old = static_cast<ZoStringRef>(ZoDictionaryGetValue(edited.get(), key));
         if (combined && old) ZoStringAppend(combined.get(), old);
-        if (combined) ZoDictionarySetValue(edited.get(), key, combined.get());
+        const ZoIndex length = ZoStringGetLength(text) + (old ? ZoStringGetLength(old) : 0);
+        if (!combined || ZoStringGetLength(combined.get()) != length) return 0;
+        if (!assetAnalysisSet(edited, key, combined.get())) return 0;
     }
     assetAnalysisReplaceNewest(reporter, edited.get());
     return 0;

@@ -37,9 +37,11 @@ ZoTypeID TavAssetAnalysisReporterGetTypeID(void);
 OSStatus TavAssetAnalysisReporterCreate(ZoAllocatorRef allocator, TavAssetAnalysisReporterRef* outNewReporter);
 
 /// The three below refuse, with kTavAssetAnalysisReporterError_InvalidParameter, an absent reporter, an absent message,
-/// a message of fewer than two entries, and one without kTavAssetAnalysisKey_AnalysisType.
+/// a message of fewer than two entries, and one without kTavAssetAnalysisKey_AnalysisType. Where there is no memory to
+/// edit the newest message it stays as it was, and the status is 0.
 
-/// Appends the message, retained.
+/// Appends the message, retained. kTavAssetAnalysisReporterError_AllocationFailed where there is no memory for it, also
+/// where the two below add it.
 OSStatus TavAssetAnalysisReporterAddMessage(TavAssetAnalysisReporterRef reporter, ZoDictionaryRef messageDict);
 /// Makes the message a part of the newest one: appends it to that one's AtomContainer, and sets that one's MessageType.
 /// Without a message so far, adds it.

@@ -24,7 +24,7 @@ struct HeaderSearch {
     int64_t limit;   // in the source
     bool allowZeroSize;
     bool zeroSizeIsLegal;
-    bool signalErrors;
+    const char* operation;  // in whose name failures are signalled; none: they are only reported
 };
 
 struct Header {
@@ -35,9 +35,9 @@ struct Header {
 };
 
 OSStatus refuse(const TavAtomStream& stream, const HeaderSearch& search, OSType type, const AtomStreamFailure& failure,
-                const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
+                int line = __builtin_LINE())
 {
-    return atomStreamRefuse(stream.reporter, failure, type, search.signalErrors, function, __FILE__, line);
+    return atomStreamRefuse(stream.reporter, failure, type, search.operation, __FILE__, line);
 }
 
 // Reads one part of a header; what the source does not give ends the walk.
@@ -143,13 +143,13 @@ void moveTo(TavAtomStream& stream, int64_t offset, const Header& header)
 }
 
 // The header at `offset` of the container, of an atom that must end inside of it.
-OSStatus readSibling(TavAtomStream& stream, int64_t offset, Header& header)
+OSStatus readSibling(TavAtomStream& stream, int64_t offset, Header& header, const char* operation)
 {
     const HeaderSearch search = {.offset = stream.containerOffset + offset,
                                  .limit = stream.containerOffset + stream.containerLength,
                                  .allowZeroSize = stream.allowZeroSizeAtom != 0,
                                  .zeroSizeIsLegal = false,
-                                 .signalErrors = true};
+                                 .operation = operation};
     atomStreamMoveWindow(stream, search.offset);
     TAV_TRY(readAtomHeader(stream, search, header));
     if (ZO_UNLIKELY(header.size > search.limit - search.offset))
@@ -170,7 +170,7 @@ OSStatus CommonAtomStreamInitialization(TavAtomStream& stream)
                                  .limit = stream.containerOffset + stream.containerLength,
                                  .allowZeroSize = stream.allowZeroSizeAtom != 0,
                                  .zeroSizeIsLegal = false,
-                                 .signalErrors = false};
+                                 .operation = nullptr};
     Header header;
     atomStreamMoveWindow(stream, search.offset);
     const OSStatus status = readAtomHeader(stream, search, header);
@@ -190,76 +190,99 @@ OSStatus CommonAtomStreamInitialization(TavAtomStream& stream)
     return 0;
 }
 
-OSStatus TavAtomStreamInitWithParent(const TavAtomStream* parent, size_t offset, TavAtomStream* childOut)
+static OSStatus initWithParent(const TavAtomStream* parent, size_t offset, TavAtomStream* childOut,
+                               const char* operation)
 {
-    if (!parent || !childOut) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL parent or child");
+    if (!parent || !childOut) return TAV_SIGNAL_FROM(operation, kTavAtomStream_ParameterError, "NULL parent or child");
     if (offset > static_cast<uint64_t>(parent->dataLength))
         return atomStreamRefuse(
             parent->reporter,
             {kTavAtomStream_OffsetOutsideOfParent,
              "Offset %zd outside of parent container length %lld (Effective global offset %lld)", offset,
              parent->dataLength, atomStreamSaturatingAdd(parent->containerOffset + parent->dataOffset, offset)},
-            parent->type, true);
+            parent->type, operation);
     TavAtomStream child = *parent;
     child.allowZeroSizeAtom = 0;
     child.containerOffset = parent->containerOffset + parent->dataOffset;
     child.containerLength = parent->dataLength;
     Header header;
-    TAV_TRY(readSibling(child, static_cast<int64_t>(offset), header));
+    TAV_TRY(readSibling(child, static_cast<int64_t>(offset), header, operation));
     moveTo(child, static_cast<int64_t>(offset), header);
     *childOut = child;
     return 0;
 }
 
+OSStatus TavAtomStreamInitWithParent(const TavAtomStream* parent, size_t offset, TavAtomStream* childOut)
+{
+    return initWithParent(parent, offset, childOut, __func__);
+}
+
 // MARK: moving
+
+static OSStatus advance(TavAtomStream& stream, const char* operation)
+{
+    const int64_t end = endOf(stream);
+    if (end == stream.containerLength) return kTavAtomStream_AtEnd;
+    Header header;
+    TAV_TRY(readSibling(stream, end, header, operation));
+    moveTo(stream, end, header);
+    return 0;
+}
+
+// Stays if the current atom has the type and may be the one.
+static OSStatus find(TavAtomStream& stream, OSType type, bool currentToo, const char* operation)
+{
+    if (currentToo && stream.type == type) return 0;
+    TavAtomStream scan = stream;
+    do {
+        TAV_TRY(advance(scan, operation));
+    } while (scan.type != type);
+    stream = scan;
+    return 0;
+}
+
+static OSStatus descend(TavAtomStream& stream, ZoIndex pathLength, const OSType* path, const char* operation)
+{
+    TavAtomStream level = stream;
+    for (ZoIndex i = 0; i < pathLength; ++i) {
+        TavAtomStream child;
+        TAV_TRY(initWithParent(&level, 0, &child, operation));
+        TAV_TRY(find(child, path[i], true, operation));
+        level = child;
+    }
+    stream = level;
+    return 0;
+}
 
 OSStatus TavAtomStreamAdvanceToNextAtom(TavAtomStream* stream)
 {
     if (!stream) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream");
-    const int64_t end = endOf(*stream);
-    if (end == stream->containerLength) return kTavAtomStream_AtEnd;
-    Header header;
-    TAV_TRY(readSibling(*stream, end, header));
-    moveTo(*stream, end, header);
-    return 0;
+    return advance(*stream, __func__);
 }
 
 OSStatus TavAtomStreamAdvanceToNextAtomWithType(TavAtomStream* stream, OSType type)
 {
     if (!stream) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream");
-    TavAtomStream scan = *stream;
-    do {
-        TAV_TRY(TavAtomStreamAdvanceToNextAtom(&scan));
-    } while (scan.type != type);
-    *stream = scan;
-    return 0;
+    return find(*stream, type, false, __func__);
 }
 
 OSStatus TavAtomStreamPositionAtFirstAtomWithType(TavAtomStream* stream, OSType type)
 {
     if (!stream) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream");
-    return stream->type == type ? 0 : TavAtomStreamAdvanceToNextAtomWithType(stream, type);
+    return find(*stream, type, true, __func__);
 }
 
 OSStatus TavAtomStreamAdvanceViaAtomPath(TavAtomStream* stream, ZoIndex pathLength, const OSType* path)
 {
     if (!stream || !path || pathLength < 1) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream or no path");
-    TavAtomStream level = *stream;
-    for (ZoIndex i = 0; i < pathLength; ++i) {
-        TavAtomStream child;
-        TAV_TRY(TavAtomStreamInitWithParent(&level, 0, &child));
-        TAV_TRY(TavAtomStreamPositionAtFirstAtomWithType(&child, path[i]));
-        level = child;
-    }
-    *stream = level;
-    return 0;
+    return descend(*stream, pathLength, path, __func__);
 }
 
 OSStatus TavAtomStreamPositionViaAtomPath(TavAtomStream* stream, ZoIndex pathLength, const OSType* path)
 {
     if (!stream || !path || pathLength < 1) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream or no path");
-    TAV_TRY(TavAtomStreamPositionAtFirstAtomWithType(stream, path[0]));
-    return pathLength == 1 ? 0 : TavAtomStreamAdvanceViaAtomPath(stream, pathLength - 1, path + 1);
+    TAV_TRY(find(*stream, path[0], true, __func__));
+    return pathLength == 1 ? 0 : descend(*stream, pathLength - 1, path + 1, __func__);
 }
 
 // MARK: the current atom
@@ -281,17 +304,7 @@ OSStatus TavAtomStreamGetCurrentAtomUUIDType(const TavAtomStream* stream, uint8_
     return 0;
 }
 
-OSStatus TavAtomStreamGetCurrentAtomVersionAndFlags(const TavAtomStream* stream, uint8_t* versionOut,
-                                                    uint32_t* flagsOut)
-{
-    uint8_t versionAndFlags[4];
-    TAV_TRY(TavAtomStreamReadCurrentAtomData(stream, 0, sizeof(versionAndFlags), versionAndFlags));
-    if (versionOut) *versionOut = versionAndFlags[0];
-    if (flagsOut) *flagsOut = loadBE24(versionAndFlags + 1);
-    return 0;
-}
-
-static OSStatus checkDataRange(const TavAtomStream& stream, int64_t offset, size_t length)
+static OSStatus checkDataRange(const TavAtomStream& stream, int64_t offset, size_t length, const char* operation)
 {
     if (offset >= 0 && offset < stream.dataLength && length <= static_cast<uint64_t>(stream.dataLength - offset))
         return 0;
@@ -299,27 +312,45 @@ static OSStatus checkDataRange(const TavAtomStream& stream, int64_t offset, size
                             {kTavAtomStream_AtomOffsetOutOfRange,
                              "Attempt to read %zd bytes at %lld out of range of '%s' atom's data size %lld", length,
                              offset, AtomTypeToString(stream.type).text, stream.dataLength},
-                            stream.type, true);
+                            stream.type, operation);
 }
 
-static OSStatus refuseShortData(const TavAtomStream& stream, int64_t offset, size_t got, size_t wanted)
+static OSStatus refuseShortData(const TavAtomStream& stream, int64_t offset, size_t got, size_t wanted,
+                                const char* operation)
 {
     return atomStreamRefuse(
         stream.reporter,
         {kTavAtomStream_UnexpectedEndOfStream,
          "Fewer bytes read than expected (got %zd wanted %zd) %lld bytes into '%s' atom length %lld @ %lld", got,
          wanted, offset, AtomTypeToString(stream.type).text, stream.atomSize, globalOffsetOf(stream)},
-        stream.type, true);
+        stream.type, operation);
+}
+
+static OSStatus readData(const TavAtomStream* stream, int64_t offset, size_t length, void* destination,
+                         const char* operation)
+{
+    if (!stream || !destination)
+        return TAV_SIGNAL_FROM(operation, kTavAtomStream_ParameterError, "NULL stream or destination");
+    TAV_TRY(checkDataRange(*stream, offset, length, operation));
+    size_t countRead = 0;
+    TAV_TRY(atomStreamRead(*stream, length, stream->containerOffset + stream->dataOffset + offset, destination,
+                           &countRead));
+    return countRead == length ? 0 : refuseShortData(*stream, offset, countRead, length, operation);
+}
+
+OSStatus TavAtomStreamGetCurrentAtomVersionAndFlags(const TavAtomStream* stream, uint8_t* versionOut,
+                                                    uint32_t* flagsOut)
+{
+    uint8_t versionAndFlags[4];
+    TAV_TRY(readData(stream, 0, sizeof(versionAndFlags), versionAndFlags, __func__));
+    if (versionOut) *versionOut = versionAndFlags[0];
+    if (flagsOut) *flagsOut = loadBE24(versionAndFlags + 1);
+    return 0;
 }
 
 OSStatus TavAtomStreamReadCurrentAtomData(const TavAtomStream* stream, int64_t offset, size_t length, void* destination)
 {
-    if (!stream || !destination) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream or destination");
-    TAV_TRY(checkDataRange(*stream, offset, length));
-    size_t countRead = 0;
-    TAV_TRY(atomStreamRead(*stream, length, stream->containerOffset + stream->dataOffset + offset, destination,
-                           &countRead));
-    return countRead == length ? 0 : refuseShortData(*stream, offset, countRead, length);
+    return readData(stream, offset, length, destination, __func__);
 }
 
 OSStatus TavAtomStreamReadCurrentAtomDataAndCreateBBuf(const TavAtomStream* stream, int64_t offset, size_t length,
@@ -329,13 +360,13 @@ OSStatus TavAtomStreamReadCurrentAtomDataAndCreateBBuf(const TavAtomStream* stre
     if (!stream || !blockBufferOut) return TAV_SIGNAL(kTavAtomStream_ParameterError, "NULL stream or blockBufferOut");
     if (length == 0 && offset >= 0 && offset < stream->dataLength)
         length = static_cast<size_t>(stream->dataLength - offset);
-    TAV_TRY(checkDataRange(*stream, offset, length));
+    TAV_TRY(checkDataRange(*stream, offset, length, __func__));
     size_t countRead = 0;
     TAV_TRY(atomStreamReadContiguous(*stream, length, stream->containerOffset + stream->dataOffset + offset,
                                      blockBufferOut, &countRead));
     if (countRead == length) return 0;
     atomStreamReleaseBlockBuffer(blockBufferOut);
-    return refuseShortData(*stream, offset, countRead, length);
+    return refuseShortData(*stream, offset, countRead, length, __func__);
 }
 
 OSStatus TavAtomStreamReadCurrentAtomAndCreateBBuf(const TavAtomStream* stream, LuBlockBufferRef* blockBufferOut)
@@ -351,7 +382,7 @@ OSStatus TavAtomStreamReadCurrentAtomAndCreateBBuf(const TavAtomStream* stream, 
                             {kTavAtomStream_UnexpectedEndOfStream,
                              "Fewer bytes read than expected (got %zd wanted %zd) for '%s' atom @ %lld", countRead,
                              length, AtomTypeToString(stream->type).text, globalOffsetOf(*stream)},
-                            stream->type, true);
+                            stream->type, __func__);
 }
 
 OSStatus TavAtomStreamGetCurrentAtomGlobalOffset(const TavAtomStream* stream, int64_t* offsetOut, int64_t* atomSizeOut)
@@ -378,7 +409,7 @@ OSStatus TavAtomStreamGetCurrentAtomDataGlobalOffset(const TavAtomStream* stream
             stream->reporter,
             {kTavAtomStream_AtomOffsetOutOfRange, "Offset %lld beyond end of '%s' atom's dataLength %lld", offsetInData,
              AtomTypeToString(stream->type).text, stream->dataLength},
-            stream->type, true);
+            stream->type, __func__);
     *globalOffsetOut = stream->containerOffset + stream->dataOffset + offsetInData;
     return 0;
 }
@@ -392,14 +423,11 @@ OSStatus TavAtomStreamGetCurrentAtomHeaderSize(const TavAtomStream* stream, int6
 
 // MARK: single headers
 
-OSStatus atomStreamReadSingleHeader(const TavAtomStream& stream, int64_t offset, int64_t limit, bool signalErrors,
+OSStatus atomStreamReadSingleHeader(const TavAtomStream& stream, int64_t offset, int64_t limit, const char* operation,
                                     OSType* typeOut, int64_t* sizeOut, size_t* headerSizeOut)
 {
-    const HeaderSearch search = {.offset = offset,
-                                 .limit = limit,
-                                 .allowZeroSize = false,
-                                 .zeroSizeIsLegal = true,
-                                 .signalErrors = signalErrors};
+    const HeaderSearch search = {
+        .offset = offset, .limit = limit, .allowZeroSize = false, .zeroSizeIsLegal = true, .operation = operation};
     Header header;
     const OSStatus status = readAtomHeader(stream, search, header);
     if (typeOut) *typeOut = header.type;

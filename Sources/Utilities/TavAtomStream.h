@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "Core/TavBlockBuffer/TavBlockBuffer.h"
+#include "Core/TavBlockBuffer/LuBlockBuffer.h"
 #include "DataIO/TavByteStreams/LuByteStream.h"
 #include "Platform/Common/LuBase.h"
 #include "Utilities/TavAssetAnalysisSupport.h"
@@ -53,7 +53,6 @@ typedef struct TavAtomStream {
     const uint8_t* window;  ///< memory of the source around the cursor: bytes `windowStart` to `windowEnd`
     int64_t windowStart;
     int64_t windowEnd;
-    TavBlockBufferPlace place;  ///< of the window, where the source is a block buffer
 } TavAtomStream;
 
 // Opening. Each puts the cursor on the first atom. `offset` is where the run starts in the source, `allowZeroSizeAtom`

@@ -21,10 +21,10 @@ struct AtomStreamFailure {
     }
 };
 
-/// Gives the failure to `reporter`, if there is one, and signals it where that is asked for; is its code.
+/// Gives the failure to `reporter`, if there is one, and signals it in the name of `operation`, if there is one, which
+/// is that of the public operation; is its code.
 OSStatus atomStreamRefuse(TavAssetAnalysisReporterRef reporter, const AtomStreamFailure& failure, OSType type,
-                          bool signalError, const char* function = __builtin_FUNCTION(),
-                          const char* file = __builtin_FILE(), int line = __builtin_LINE());
+                          const char* operation, const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 /// What the window does not hold.
 OSStatus atomStreamReadOutsideOfWindow(const TavAtomStream& stream, size_t count, int64_t offset, void* destination,
@@ -64,6 +64,7 @@ inline int64_t atomStreamSaturatingAdd(int64_t a, uint64_t b)
 
 /// Puts a cursor whose source, container and reporter are set on the first atom.
 OSStatus CommonAtomStreamInitialization(TavAtomStream& stream);
-/// One header for the helpers; kTavAtomStream_NeedMoreData where the data ends inside of it.
-OSStatus atomStreamReadSingleHeader(const TavAtomStream& stream, int64_t offset, int64_t limit, bool signalErrors,
+/// One header for the helpers; kTavAtomStream_NeedMoreData where the data ends inside of it. Signals in the name of
+/// `operation`, if there is one.
+OSStatus atomStreamReadSingleHeader(const TavAtomStream& stream, int64_t offset, int64_t limit, const char* operation,
                                     OSType* typeOut, int64_t* sizeOut, size_t* headerSizeOut);

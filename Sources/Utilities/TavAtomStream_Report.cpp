@@ -56,11 +56,11 @@ void AtomStreamReportErrorMessage(TavAssetAnalysisReporterRef reporter, OSStatus
 }
 
 OSStatus atomStreamRefuse(TavAssetAnalysisReporterRef reporter, const AtomStreamFailure& failure, OSType type,
-                          bool signalError, const char* function, const char* file, int line)
+                          const char* operation, const char* file, int line)
 {
-    if (signalError)
+    if (operation)
         TavSignalErrorAt3(kTavSignalFormat, 0, failure.code, atomStreamErrorName(failure.code), failure.text,
-                          TAV_SUBSYSTEM, function, file, line, __builtin_return_address(0), 0);
+                          TAV_SUBSYSTEM, operation, file, line, __builtin_return_address(0), 0);
     AtomStreamReportErrorMessage(reporter, failure.code, type, failure.text);
     return failure.code;
 }

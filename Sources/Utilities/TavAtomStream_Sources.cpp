@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "Core/TavBlockBuffer/TavBlockBuffer.h"
 #include "DataIO/TavByteStreams/TavByteStream.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavAtomStreamPrivate.h"
@@ -116,8 +117,8 @@ void atomStreamFindWindow(TavAtomStream& stream, int64_t offset)
     if (stream.readBytes != bbufReadBytes) return;  // memory is one window, byte streams have none
     char* pointer = nullptr;
     size_t length = 0;
-    if (TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset), &stream.place,
-                                         &length, &pointer) != 0)
+    if (LuBlockBufferGetDataPointer(asBlockBuffer(stream.source), static_cast<size_t>(offset), &length, nullptr,
+                                    &pointer) != 0)
         return;
     stream.window = reinterpret_cast<const uint8_t*>(pointer);
     stream.windowStart = offset;
@@ -129,18 +130,10 @@ OSStatus atomStreamReadOutsideOfWindow(const TavAtomStream& stream, size_t count
 {
     if (stream.readBytes != bbufReadBytes)
         return stream.readBytes(stream.source, stream.sourceLength, count, offset, destination, countRead);
-    // What straddles pieces is gathered from the cursor's place on, and not by a look-up from the start.
-    TavBlockBufferPlace place = stream.place;
-    auto* to = static_cast<uint8_t*>(destination);
-    for (*countRead = 0; *countRead < count;) {
-        char* run = nullptr;
-        size_t length = 0;
-        TAV_TRY(TavBlockBufferGetDataPointerNear(asBlockBuffer(stream.source), static_cast<size_t>(offset) + *countRead,
-                                                 &place, &length, &run));
-        length = std::min(length, count - *countRead);
-        memcpy(to + *countRead, run, length);
-        *countRead += length;
-    }
+    // Gathered, and nothing is signalled: how the end of the data is told is for the caller.
+    *countRead = 0;
+    TAV_TRY(TavBlockBufferCursor(asBlockBuffer(stream.source), static_cast<size_t>(offset)).read(destination, count));
+    *countRead = count;
     return 0;
 }
 
@@ -178,7 +171,7 @@ OSStatus TavAtomStreamInitWithByteStreamWithSizeAndReporter(LuByteStreamRef byte
         return atomStreamRefuse(reporter,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %lld exceeds stream length %lld", offset,
                                  stream.sourceLength},
-                                0, true);
+                                0, __func__);
     stream.allowZeroSizeAtom = allowZeroSizeAtom;
     stream.reporter = reporter;
     stream.containerOffset = offset;
@@ -219,7 +212,7 @@ OSStatus TavAtomStreamInitWithBBufAndReporter(LuBlockBufferRef blockBuffer, size
         return atomStreamRefuse(reporter,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %zd exceeds block buffer length %zd",
                                  offset, static_cast<size_t>(stream.sourceLength)},
-                                0, true);
+                                0, __func__);
     stream.allowZeroSizeAtom = allowZeroSizeAtom;
     stream.reporter = reporter;
     stream.containerOffset = static_cast<int64_t>(offset);
@@ -276,9 +269,9 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStreamWithSize(LuByteStreamRef 
         return atomStreamRefuse(nullptr,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %lld exceeds stream length %lld.",
                                  offset, stream.sourceLength},
-                                0, true);
+                                0, __func__);
     const int64_t limit = offset + std::min(stream.sourceLength - offset, std::max<int64_t>(limitSize, 0));
-    return atomStreamReadSingleHeader(stream, offset, limit, false, typeOut, sizeOut, headerSizeOut);
+    return atomStreamReadSingleHeader(stream, offset, limit, nullptr, typeOut, sizeOut, headerSizeOut);
 }
 
 OSStatus TavAtomUtilityGetAtomTypeAndLengthInByteStream(LuByteStreamRef byteStream, int64_t offset, OSType* typeOut,
@@ -300,7 +293,7 @@ OSStatus TavAtomUtilityGetAtomTypeAndLengthInBBuf(LuBlockBufferRef blockBuffer, 
         return atomStreamRefuse(nullptr,
                                 {kTavAtomStream_OffsetOutsideOfParent, "Offset %zd exceeds block buffer length %zd",
                                  offset, static_cast<size_t>(stream.sourceLength)},
-                                0, true);
-    return atomStreamReadSingleHeader(stream, static_cast<int64_t>(offset), stream.sourceLength, true, typeOut, sizeOut,
-                                      headerSizeOut);
+                                0, __func__);
+    return atomStreamReadSingleHeader(stream, static_cast<int64_t>(offset), stream.sourceLength, __func__, typeOut,
+                                      sizeOut, headerSizeOut);
 }

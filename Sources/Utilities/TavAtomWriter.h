@@ -10,8 +10,9 @@
 //     TAV_TRY(TavAtomWriterEndAtom(&inner));                   // its size counts in the outer atom's from here on
 //     TAV_TRY(TavAtomWriterEndAtom(&outer));
 //
-// Once an operation has failed, what was written is of no use. An atom that has begun is ended also then: that lets go
-// of the stream over a block buffer.
+// Once an operation has failed, what was written is of no use. Nothing of the writer has to be released, whether its
+// atoms were ended or not. Bytes for a block buffer fill blocks of its own that fit what is written (see
+// TavBlockBufferAppendBytes), from atom to atom.
 
 #pragma once
 
@@ -29,7 +30,7 @@ enum {
 
 typedef struct TavAtomWriter {
     LuBlockBufferRef blockBuffer;  ///< the target; may be absent
-    LuByteStreamRef byteStream;    ///< the target, or a stream over `blockBuffer` while an atom is open
+    LuByteStreamRef byteStream;    ///< the target where there is no `blockBuffer`
     struct TavAtomWriter* parent;
     int64_t atomOffset;  ///< in the target, of the current atom, or between atoms of the next one
     int64_t headerSize;  ///< of the current atom, version and flags included

@@ -72,6 +72,12 @@ public:
                                                           reporter_.get(), streamOut);
     }
     std::vector<std::string> messages() const { return messagesOf(reporter_.get()); }
+    ZoRef<ZoArrayRef> rawMessages() const
+    {
+        ZoRef<ZoArrayRef> out;
+        TavAssetAnalysisReporterCopyMessages(reporter_.get(), out.outParam());
+        return out;
+    }
 
 private:
     AtomSource source_;

@@ -137,7 +137,7 @@ Boolean LuBlockBufferIsRangeContiguous(LuBlockBufferRef theBuffer, size_t offset
 
 /// The byte at `offset`, how many follow it in the same piece (itself included), and the length of the whole buffer.
 /// Each out-parameter may be absent. The pointer is valid while the buffer lives.
-/// Each call looks the offset up from the start; a loop over a whole buffer is better served by TavBlockBufferCursor.
+/// Each call looks the offset up, in time logarithmic in the number of pieces at each level of references.
 ///
 /// kTavBlockBufferBadPointerParameterErr   `theBuffer` absent
 /// kTavBlockBufferBadOffsetParameterErr    nothing there (not signalled)

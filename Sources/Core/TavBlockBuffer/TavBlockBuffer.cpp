@@ -77,13 +77,22 @@ OSStatus bbufCreateForOnePiece(ZoAllocatorRef allocator, LuBlockBufferRef* newBB
     return LuBlockBufferCreateEmpty(allocator, 1, 0, newBBufOut);
 }
 
-void* bbufAllocateBlock(const SubBlock& piece)
+OSStatus bbufAllocatePiece(SubBlock* piece, const char* operation, const BBufAllocationWords& words)
 {
-    if (piece.type == kBBufSubBlock_UnallocatedCustom) {
-        return piece.custom().AllocateBlock(piece.custom().refCon, piece.blockLength);
+    const bool isCustom = piece->type == kBBufSubBlock_UnallocatedCustom;
+    void* block = nullptr;
+    if (isCustom) {
+        block = piece->custom().AllocateBlock(piece->custom().refCon, piece->blockLength);
+    } else if (piece->blockLength <= static_cast<size_t>(INTPTR_MAX)) {
+        block = ZoAllocatorAllocate(piece->allocator(), static_cast<ZoIndex>(piece->blockLength), 0);
     }
-    if (piece.blockLength > static_cast<size_t>(INTPTR_MAX)) return nullptr;
-    return ZoAllocatorAllocate(piece.allocator(), static_cast<ZoIndex>(piece.blockLength), 0);
+    if (!block) {
+        return TAV_SIGNAL_FROM(operation, kTavBlockBufferBlockAllocationFailedErr,
+                               isCustom ? words.customSource : words.allocator);
+    }
+    piece->block = block;
+    piece->type = isCustom ? kBBufSubBlock_MemoryCustom : kBBufSubBlock_MemoryAllocator;
+    return 0;
 }
 
 void bbufDeallocateBlock(const SubBlock& piece)
@@ -119,6 +128,7 @@ static void BBufFinalize(ZoTypeRef object)
             bbufReleaseSource(piece, ZoGetAllocator(object));
         }
     }
+    bbufReleaseIndex(buffer);
     for (ZoMutableDictionaryRef attachments : buffer->attachments) {
         if (attachments) ZoRelease(attachments);
     }
@@ -133,15 +143,6 @@ LuBlockBufferRef TavBlockBufferRetain(LuBlockBufferRef buffer)
 void TavBlockBufferRelease(LuBlockBufferRef buffer)
 {
     if (buffer) ZoRelease(buffer);
-}
-
-size_t LuBlockBufferGetDataLength(LuBlockBufferRef theBuffer)
-{
-    if (!theBuffer) return 0;
-    if (!theBuffer->isOverflow) return theBuffer->dataLength;
-    size_t length = 0;
-    for (LuBlockBufferRef table = theBuffer; table; table = table->overflow()) length += table->tableLength;
-    return length;
 }
 
 Boolean LuBlockBufferIsEmpty(LuBlockBufferRef theBuffer) { return !theBuffer || theBuffer->subBlockCount == 0; }

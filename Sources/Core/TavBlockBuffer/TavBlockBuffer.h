@@ -1,5 +1,5 @@
 // What the framework itself uses of block buffers, beyond LuBlockBuffer.h: null-safe ownership, the origin of a byte,
-// and two ways from piece to piece: look-ups that remember their place, and a cursor.
+// appending of loose bytes, and the cursor that goes from piece to piece.
 
 #pragma once
 
@@ -18,23 +18,15 @@ OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t o
                                                LuBlockBufferRef* returnedOriginBBuf,
                                                size_t* returnedOffsetWithinOriginBBuf);
 
-/// Where a look-up ended: a plain record, zero at first, which may be copied and retains nothing. Borrows the buffer.
-enum { kTavBlockBufferPlaceDepth = 3 };
-typedef struct TavBlockBufferPlace {
-    int32_t depth;  ///< of the levels in use; from the buffer itself inwards, through references
-    struct {
-        LuBlockBufferRef table;
-        int32_t index;
-        size_t within;  ///< bytes into piece `index`, at offset `at` of the whole buffer
-        size_t at;
-        size_t end;  ///< what of the buffer this level holds
-    } levels[kTavBlockBufferPlaceDepth];
-} TavBlockBufferPlace;
-
-/// As LuBlockBufferGetDataPointer, and goes on from `place`, which must be zero or of an earlier look-up in the same
-/// buffer: look-ups at rising offsets take time linear in the number of pieces altogether. Nothing is signalled.
-OSStatus TavBlockBufferGetDataPointerNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* place,
-                                          size_t* lengthAtOffsetOut, char** dataPointerOut);
+/// Appends a copy of `length` bytes. Writing bit by bit fills blocks that the buffer takes from the default allocator,
+/// as large as what was written before them, at most 16 KiB at a time; a block that was filled becomes the next piece.
+/// On failure the buffer is as it was.
+///
+/// kTavBlockBufferBadPointerParameterErr        `buffer` absent, or `bytes` with a length
+/// kTavBlockBufferBadLengthParameterErr         the sum leaves size_t
+/// kTavBlockBufferBlockAllocationFailedErr      no memory for the bytes
+/// kTavBlockBufferStructureAllocationFailedErr  no memory for more pieces
+OSStatus TavBlockBufferAppendBytes(LuBlockBufferRef buffer, const void* bytes, size_t length);
 
 /// Makes block buffers attachment bearers; done by itself before there is one.
 void TavAttachmentsRegisterBlockBuffer(void);

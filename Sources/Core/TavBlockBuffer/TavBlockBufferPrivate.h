@@ -4,11 +4,13 @@
 // kept for the overflow link, a reference to a further table with one slot more, made when the table is full. So the
 // tables of N pieces make a chain of about sqrt(2 N).
 //
-// The bytes of a chain are counted in two places only: each table counts its own pieces, and the head counts all. What
-// lies in between follows from these, so that an append touches the head and the last table, and not the chain.
+// Where a piece ends in its table is kept in the piece, so that a table is searched by halving. A chain of more than a
+// few tables has an index of them, which all of its tables share; shorter ones are walked. Both grow at their end only,
+// and what stands in them does not change, so that they can be read while no one appends.
 
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
@@ -25,8 +27,9 @@ enum SubBlockType : uint32_t {
 
 struct SubBlock {
     SubBlockType type;
+    bool isOpen;         // what is behind the data in the block is ours to append to
     size_t offset;       // of the data within the block or the referenced buffer
-    size_t length;       // bytes of the logical run; kept 0 in the overflow link
+    size_t end;          // of the data within the table: its length is that less the end of the piece before
     void* block;         // memory, or null until it is allocated; for a reference the buffer, retained
     size_t blockLength;  // of the whole block
     const void* source;  // the allocator, retained and maybe absent; or our copy of the custom block source
@@ -44,15 +47,18 @@ struct SubBlock {
     }
 };
 
+struct BBufChainIndex;
+
 struct LuBlockBuffer_ {
     ZoRuntimeBase base;
     ZoMutableDictionaryRef attachments[2];  // by mode
     int32_t subBlockCount;                  // the overflow link included
     int32_t subBlockCapacity;               // at least 2
     size_t dataLength;                      // of the chain that starts here; unused in an overflow table
-    size_t tableLength;                     // of this table's own pieces
-    LuBlockBufferRef lastTable;             // where the next piece goes, or a table before it; null: this one
+    BBufChainIndex* index;                  // shared by the tables of a long chain; null in a short one
+    uint32_t indexPosition;                 // of this table in `index`
     int32_t memoryCount;                    // pieces that are memory, allocated or not
+    int32_t assuredCount;                   // so many pieces from the first on are memory that is allocated
     bool isOverflow;
 
     SubBlock* subBlocks() noexcept { return reinterpret_cast<SubBlock*>(this + 1); }
@@ -65,20 +71,54 @@ struct LuBlockBuffer_ {
     {
         return subBlockCount == subBlockCapacity ? subBlocks()[subBlockCapacity - 1].target() : nullptr;
     }
+    size_t startOf(int32_t piece) noexcept { return piece == 0 ? 0 : subBlocks()[piece - 1].end; }
+    size_t lengthOf(int32_t piece) noexcept { return subBlocks()[piece].end - startOf(piece); }
+    /// Of this table's own pieces.
+    size_t tableLength() noexcept { return startOf(pieceCount()); }
+    /// The piece that holds byte `offset` of the table, which must be there, among those from `first` on.
+    int32_t pieceAt(size_t offset, int32_t first = 0) noexcept
+    {
+        const auto endsBefore = [](size_t at, const SubBlock& piece) { return at < piece.end; };
+        SubBlock* pieces = subBlocks();
+        // Walks ask for the next piece as a rule.
+        for (const int32_t next = first + 1; first <= next; ++first) {
+            if (offset < pieces[first].end) return first;
+        }
+        return static_cast<int32_t>(std::upper_bound(pieces + first, pieces + pieceCount(), offset, endsBefore) -
+                                    pieces);
+    }
 };
 
 static_assert(sizeof(LuBlockBuffer_) % alignof(SubBlock) == 0);
+static_assert(sizeof(LuBlockBuffer_) + 2 * sizeof(SubBlock) <= 168, "a buffer of one piece is to stay small");
 
 /// A walk that passes this many references without coming to a piece of memory goes in a circle, and finds nothing.
 constexpr uint32_t kMaximumReferenceDepth = 1u << 22;
+
+/// Goes forward from `table` to the table of its chain that holds byte `*offset`, counted from the start of `table`,
+/// and makes the offset one of that table. The last table if the chain ends before.
+LuBlockBufferRef bbufFindTable(LuBlockBufferRef table, size_t* offset);
+LuBlockBufferRef bbufLastTable(LuBlockBufferRef table);
+/// The first table from `table` on of which not all pieces are known to be memory that is allocated; null if all are.
+LuBlockBufferRef bbufFirstUnassuredTable(LuBlockBufferRef table);
+/// Enters the newest table of the chain that starts at `first`, once the chain is long enough. False without memory.
+bool bbufIndexNewestTable(LuBlockBufferRef first);
+/// Takes the tables behind `last` out of the index.
+void bbufTruncateIndex(LuBlockBufferRef last);
+void bbufReleaseIndex(LuBlockBufferRef table);
 
 /// A table of `subBlockCapacity` slots, or null.
 LuBlockBufferRef bbufCreateTable(ZoAllocatorRef allocator, int32_t subBlockCapacity);
 /// LuBlockBufferCreateEmpty for one piece. Signals.
 OSStatus bbufCreateForOnePiece(ZoAllocatorRef allocator, LuBlockBufferRef* newBBufOut);
 
-/// Memory for `piece` from its source, or null.
-void* bbufAllocateBlock(const SubBlock& piece);
+/// Memory for a piece that has none, from its source; where there is none, `operation` signals that, with the words for
+/// its kind of source.
+struct BBufAllocationWords {
+    const char* allocator;
+    const char* customSource;
+};
+OSStatus bbufAllocatePiece(SubBlock* piece, const char* operation, const BBufAllocationWords& words);
 void bbufDeallocateBlock(const SubBlock& piece);
 /// What the piece holds beside its block: the allocator's reference, or the copy of the source.
 void bbufReleaseSource(const SubBlock& piece, ZoAllocatorRef structureAllocator);

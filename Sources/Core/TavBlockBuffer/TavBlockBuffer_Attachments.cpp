@@ -19,7 +19,9 @@ static void BBufSetAttachment(ZoTypeRef object, ZoStringRef key, ZoTypeRef value
     }
     if (inMode && value) ZoDictionarySetValue(inMode, key, value);
     if (inMode && !value) ZoDictionaryRemoveValue(inMode, key);
-    if (inOtherMode) ZoDictionaryRemoveValue(inOtherMode, key);
+    // What could not be attached in this mode, for want of memory, stays in the other.
+    const bool isSet = !value || (inMode && ZoDictionaryGetValue(inMode, key) == value);
+    if (inOtherMode && isSet) ZoDictionaryRemoveValue(inOtherMode, key);
 }
 
 static ZoTypeRef BBufGetAttachment(ZoTypeRef object, ZoStringRef key, LuAttachmentMode* modeOut)

@@ -1,59 +1,83 @@
 // Building: pieces of memory and references, and the flattening of references.
 
 #include <algorithm>
+#include <cstring>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 
-// The table that takes the next piece, which has no overflow table yet.
-static LuBlockBufferRef findLastTable(LuBlockBufferRef buffer)
+// Gives the last table of the chain, which is full, an overflow table.
+static OSStatus addTable(LuBlockBufferRef buffer, LuBlockBufferRef last, LuBlockBufferRef* added, const char* operation)
 {
-    LuBlockBufferRef table = buffer->lastTable ? buffer->lastTable : buffer;
-    while (LuBlockBufferRef next = table->overflow()) table = next;
-    buffer->lastTable = table == buffer ? nullptr : table;
-    return table;
-}
-
-// Counts `length` bytes more in the last table of the chain and in its head.
-static void growLengths(LuBlockBufferRef buffer, LuBlockBufferRef lastTable, size_t length)
-{
-    lastTable->tableLength += length;
-    if (!buffer->isOverflow) buffer->dataLength += length;
-}
-
-// Takes `piece` over as the newest one, in a table of its own where the last one is full.
-static OSStatus NewBufferSubBlock(LuBlockBufferRef buffer, const SubBlock& piece)
-{
-    LuBlockBufferRef table = findLastTable(buffer);
-    if (table->subBlockCount == table->subBlockCapacity - 1) {
-        LuBlockBufferRef next = nullptr;
-        TAV_TRY(
-            LuBlockBufferCreateEmpty(ZoGetAllocator(buffer), static_cast<uint32_t>(table->subBlockCapacity), 0, &next));
+    LuBlockBufferRef next = last->subBlockCapacity < INT32_MAX
+                                ? bbufCreateTable(ZoGetAllocator(buffer), last->subBlockCapacity + 1)
+                                : nullptr;
+    SubBlock& link = last->subBlocks()[last->subBlockCapacity - 1];
+    if (next) {
         next->isOverflow = true;
-        SubBlock& link = table->subBlocks()[table->subBlockCount++];
         link.type = kBBufSubBlock_Reference;
         link.block = next;
-        table = buffer->lastTable = next;
+        ++last->subBlockCount;
+        *added = next;
+        if (bbufIndexNewestTable(buffer)) return 0;
+        --last->subBlockCount;
+        link = {};
+        ZoRelease(next);
     }
-    table->subBlocks()[table->subBlockCount++] = piece;
+    return TAV_SIGNAL_FROM(operation, kTavBlockBufferStructureAllocationFailedErr,
+                           "Could not allocate BlockBuffer structure");
+}
+
+// The newest piece of a table that has no overflow table yet, so that it may still be lengthened; null if there is
+// none.
+static SubBlock* newestPiece(LuBlockBufferRef lastTable)
+{
+    return lastTable->subBlockCount > 0 ? &lastTable->subBlocks()[lastTable->subBlockCount - 1] : nullptr;
+}
+static void lengthenNewest(LuBlockBufferRef buffer, SubBlock* newest, size_t length)
+{
+    newest->end += length;
+    if (!buffer->isOverflow) buffer->dataLength += length;
+}
+static void shortenNewest(LuBlockBufferRef buffer, SubBlock* newest, size_t length)
+{
+    newest->end -= length;
+    if (!buffer->isOverflow) buffer->dataLength -= length;
+}
+
+// Takes `piece`, of `length` bytes, over as the newest one, in a table of its own where the last one is full.
+static OSStatus NewBufferSubBlock(LuBlockBufferRef buffer, SubBlock piece, size_t length, const char* operation)
+{
+    LuBlockBufferRef table = bbufLastTable(buffer);
+    if (table->subBlockCount == table->subBlockCapacity - 1) TAV_TRY(addTable(buffer, table, &table, operation));
+    piece.end = table->tableLength();
+    SubBlock* newest = &table->subBlocks()[table->subBlockCount];
+    *newest = piece;
     if (!piece.isReference()) ++table->memoryCount;
-    growLengths(buffer, table, piece.length);
+    if (table->assuredCount == table->subBlockCount && piece.block && !piece.isReference()) ++table->assuredCount;
+    ++table->subBlockCount;
+    lengthenNewest(buffer, newest, length);
     return 0;
 }
 
 // MARK: memory
 
+// All of these are of one operation.
+static constexpr const char* kAppendMemory = "LuBlockBufferAppendMemoryBlock";
+static constexpr const char* kAppendReference = "LuBlockBufferAppendBufferReference";
+
 static OSStatus checkCustomBlockSource(const LuBlockBufferCustomBlockSource& source, const void* memoryBlock)
 {
     if (source.version != 0) {
-        return TAV_SIGNAL(kTavBlockBufferBadCustomBlockSourceErr, "bad customBlockSource version");
+        return TAV_SIGNAL_FROM(kAppendMemory, kTavBlockBufferBadCustomBlockSourceErr, "bad customBlockSource version");
     }
     if (!memoryBlock && !source.AllocateBlock) {
-        return TAV_SIGNAL(kTavBlockBufferBadCustomBlockSourceErr,
-                          "with no memory block, must have AllocateBlock callback");
+        return TAV_SIGNAL_FROM(kAppendMemory, kTavBlockBufferBadCustomBlockSourceErr,
+                               "with no memory block, must have AllocateBlock callback");
     }
     if (memoryBlock && !source.FreeBlock) {
-        return TAV_SIGNAL(kTavBlockBufferBadCustomBlockSourceErr, "with a memory block, must have FreeBlock callback");
+        return TAV_SIGNAL_FROM(kAppendMemory, kTavBlockBufferBadCustomBlockSourceErr,
+                               "with a memory block, must have FreeBlock callback");
     }
     return 0;
 }
@@ -66,7 +90,8 @@ static OSStatus takeSource(LuBlockBufferRef buffer, ZoAllocatorRef blockAllocato
         TAV_TRY(checkCustomBlockSource(*customBlockSource, piece->block));
         void* copy = ZoAllocatorAllocate(ZoGetAllocator(buffer), sizeof *customBlockSource, 0);
         if (!copy) {
-            return TAV_SIGNAL(kTavBlockBufferStructureAllocationFailedErr, "could not copy customBlockSource");
+            return TAV_SIGNAL_FROM(kAppendMemory, kTavBlockBufferStructureAllocationFailedErr,
+                                   "could not copy customBlockSource");
         }
         *static_cast<LuBlockBufferCustomBlockSource*>(copy) = *customBlockSource;
         piece->source = copy;
@@ -74,31 +99,12 @@ static OSStatus takeSource(LuBlockBufferRef buffer, ZoAllocatorRef blockAllocato
         return 0;
     }
     if (!piece->block && blockAllocator == kZoAllocatorNull) {
-        return TAV_SIGNAL(kTavBlockBufferBlockAllocationFailedErr, "with no memory block, must supply an allocator");
+        return TAV_SIGNAL_FROM(kAppendMemory, kTavBlockBufferBlockAllocationFailedErr,
+                               "with no memory block, must supply an allocator");
     }
     piece->source = blockAllocator ? blockAllocator : ZoAllocatorGetDefault();
     if (piece->source) ZoRetain(piece->source);
     piece->type = piece->block ? kBBufSubBlock_MemoryAllocator : kBBufSubBlock_UnallocatedAllocator;
-    return 0;
-}
-
-static OSStatus allocateNow(SubBlock* piece)
-{
-    void* block = bbufAllocateBlock(*piece);
-    if (piece->type == kBBufSubBlock_UnallocatedCustom) {
-        if (!block) {
-            return TAV_SIGNAL(kTavBlockBufferBlockAllocationFailedErr,
-                              "could not allocate memory block using customBlockSource");
-        }
-        piece->type = kBBufSubBlock_MemoryCustom;
-    } else {
-        if (!block) {
-            return TAV_SIGNAL(kTavBlockBufferBlockAllocationFailedErr,
-                              "could not allocate memory block using blockAllocator");
-        }
-        piece->type = kBBufSubBlock_MemoryAllocator;
-    }
-    piece->block = block;
     return 0;
 }
 
@@ -121,12 +127,16 @@ OSStatus LuBlockBufferAppendMemoryBlock(LuBlockBufferRef theBuffer, void* memory
         return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "Resulting size larger than size_t can hold");
     }
 
-    SubBlock piece = {kBBufSubBlock_Unused, offsetToData, dataLength, memoryBlock, blockLength, nullptr};
+    SubBlock piece = {.offset = offsetToData, .block = memoryBlock, .blockLength = blockLength};
     TAV_TRY(takeSource(theBuffer, blockAllocator, customBlockSource, &piece));
 
     OSStatus status = 0;
-    if (!memoryBlock && (flags & kLuBlockBufferAssureMemoryNowFlag)) status = allocateNow(&piece);
-    if (status == 0) status = NewBufferSubBlock(theBuffer, piece);
+    if (!memoryBlock && (flags & kLuBlockBufferAssureMemoryNowFlag)) {
+        static constexpr BBufAllocationWords kWords = {"could not allocate memory block using blockAllocator",
+                                                       "could not allocate memory block using customBlockSource"};
+        status = bbufAllocatePiece(&piece, kAppendMemory, kWords);
+    }
+    if (status == 0) status = NewBufferSubBlock(theBuffer, piece, dataLength, kAppendMemory);
     if (status != 0) {
         if (!memoryBlock) bbufDeallocateBlock(piece);
         bbufReleaseSource(piece, ZoGetAllocator(theBuffer));
@@ -150,32 +160,79 @@ OSStatus LuBlockBufferCreateWithMemoryBlock(ZoAllocatorRef structureAllocator, v
     return 0;
 }
 
+// MARK: bytes
+
+// A piece of memory that starts with `bytes` and has room behind them: as much again as the one before it, so that what
+// is written bit by bit takes few blocks, and a bit among other pieces takes little.
+static OSStatus appendChunk(LuBlockBufferRef buffer, const SubBlock* before, const char* bytes, size_t length,
+                            const char* operation)
+{
+    constexpr size_t kSmallest = 64, kLargest = 16384;
+    static constexpr BBufAllocationWords kWords = {"could not allocate a chunk", nullptr};
+    const size_t usual = before && before->isOpen ? std::min(2 * before->blockLength, kLargest) : kSmallest;
+    SubBlock piece = {.isOpen = true, .blockLength = std::max(usual, length)};
+    TAV_TRY(takeSource(buffer, nullptr, nullptr, &piece));
+    OSStatus status = bbufAllocatePiece(&piece, operation, kWords);
+    if (status == 0) {
+        std::memcpy(piece.block, bytes, length);
+        status = NewBufferSubBlock(buffer, piece, length, operation);
+    }
+    if (status != 0) {
+        bbufDeallocateBlock(piece);
+        bbufReleaseSource(piece, ZoGetAllocator(buffer));
+    }
+    return status;
+}
+
+OSStatus TavBlockBufferAppendBytes(LuBlockBufferRef buffer, const void* bytes, size_t length)
+{
+    if (!buffer || (!bytes && length > 0)) {
+        return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL buffer or bytes");
+    }
+    if (length > ~LuBlockBufferGetDataLength(buffer)) {
+        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "Resulting size larger than size_t can hold");
+    }
+    LuBlockBufferRef table = bbufLastTable(buffer);
+    SubBlock* newest = newestPiece(table);
+    size_t fitting = 0;
+    if (newest && newest->isOpen) {
+        const size_t used = table->lengthOf(table->subBlockCount - 1);
+        fitting = std::min(newest->blockLength - used, length);
+        std::memcpy(static_cast<char*>(newest->block) + used, bytes, fitting);
+        lengthenNewest(buffer, newest, fitting);
+    }
+    if (fitting == length) return 0;
+    const char* rest = static_cast<const char*>(bytes) + fitting;
+    const OSStatus status = appendChunk(buffer, newest, rest, length - fitting, __func__);
+    if (status != 0 && fitting > 0) shortenNewest(buffer, newest, fitting);
+    return status;
+}
+
 // MARK: references
 
 static OSStatus AppendBufferReferenceSubBlock(LuBlockBufferRef buffer, LuBlockBufferRef target, size_t offset,
                                               size_t length)
 {
-    LuBlockBufferRef table = findLastTable(buffer);
-    if (table->subBlockCount > 0) {
-        SubBlock& newest = table->subBlocks()[table->subBlockCount - 1];
-        if (newest.isReference() && newest.block == target && offset >= newest.length &&
-            offset - newest.length == newest.offset) {
-            newest.length += length;
-            growLengths(buffer, table, length);
+    LuBlockBufferRef table = bbufLastTable(buffer);
+    if (SubBlock* newest = newestPiece(table); newest && newest->isReference() && newest->block == target) {
+        const size_t newestLength = table->lengthOf(table->subBlockCount - 1);
+        if (offset >= newestLength && offset - newestLength == newest->offset) {
+            lengthenNewest(buffer, newest, length);
             return 0;
         }
     }
-    TAV_TRY(NewBufferSubBlock(buffer, {kBBufSubBlock_Reference, offset, length, target, 0, nullptr}));
+    const SubBlock piece = {.type = kBBufSubBlock_Reference, .offset = offset, .block = target};
+    TAV_TRY(NewBufferSubBlock(buffer, piece, length, kAppendReference));
     TavBlockBufferRetain(target);
     return 0;
 }
 
 namespace {
-// What is wanted of one table: its bytes from `offset` to `end`. `start` is where piece `index` begins.
+// What is wanted of one table: its bytes from `offset` to `end`. `index` is the piece to go on with, or -1 before the
+// table was looked at.
 struct WantedRange {
     LuBlockBufferRef table;
     int32_t index;
-    size_t start;
     size_t offset;
     size_t end;
 };
@@ -184,39 +241,39 @@ struct WantedRange {
 // Whether the table holds memory of its own between `offset` and `limit`, the limit included.
 static bool hasMemoryInRange(LuBlockBufferRef table, size_t offset, size_t limit)
 {
-    if (table->memoryCount == 0 || table->tableLength <= offset) return false;
+    if (table->memoryCount == 0 || table->tableLength() <= offset) return false;
     if (table->memoryCount == table->pieceCount()) return true;
-    size_t start = 0;
-    for (int32_t i = 0; i < table->pieceCount() && start <= limit; ++i) {
-        const SubBlock& piece = table->subBlocks()[i];
-        if (!piece.isReference() && start + piece.length > offset) return true;
-        start += piece.length;
+    const int32_t count = table->pieceCount();
+    for (int32_t i = table->pieceAt(offset); i < count && table->startOf(i) <= limit; ++i) {
+        if (!table->subBlocks()[i].isReference()) return true;
     }
     return false;
 }
 
-// The next reference of `range` to go into, the overflow link included; `range` goes on behind it.
+// The next reference of `range` to go into, or the part of it that lies in a later table; `range` goes on behind it.
 static bool nextReference(WantedRange* range, WantedRange* inner)
 {
     LuBlockBufferRef table = range->table;
-    for (; range->offset < range->end && range->index < table->pieceCount(); ++range->index) {
-        const SubBlock& piece = table->subBlocks()[range->index];
-        const size_t pieceStart = range->start;
-        range->start += piece.length;
-        if (range->start <= range->offset) continue;
+    const int32_t count = table->pieceCount();
+    if (range->index < 0) range->index = range->offset < table->tableLength() ? table->pieceAt(range->offset) : count;
+    while (range->offset < range->end && range->index < count) {
+        const int32_t index = range->index++;
+        const SubBlock& piece = table->subBlocks()[index];
         // Memory is passed over: there is none in the range, or the table itself would have been referred to.
-        const size_t from = std::max(range->offset, pieceStart) - pieceStart;
-        const size_t to = std::min(range->end, range->start) - pieceStart;
-        range->offset = pieceStart + to;
+        const size_t start = table->startOf(index);
+        const size_t from = range->offset - start;
+        const size_t to = std::min(range->end, piece.end) - start;
+        range->offset = start + to;
         size_t innerEnd = 0;
         if (!piece.isReference() || __builtin_add_overflow(piece.offset, to, &innerEnd)) continue;
-        *inner = {piece.target(), 0, 0, piece.offset + from, innerEnd};
-        ++range->index;
+        *inner = {piece.target(), -1, piece.offset + from, innerEnd};
         return true;
     }
-    LuBlockBufferRef next = table->overflow();
-    if (range->offset >= range->end || !next) return false;
-    *inner = {next, 0, 0, range->offset - table->tableLength, range->end - table->tableLength};
+    if (range->offset >= range->end || !table->overflow()) return false;
+    size_t offset = range->offset;
+    LuBlockBufferRef later = bbufFindTable(table, &offset);
+    if (later == table) return false;
+    *inner = {later, -1, offset, offset + (range->end - range->offset)};
     range->offset = range->end;
     return true;
 }
@@ -228,11 +285,10 @@ class AppendedReferences {
 public:
     explicit AppendedReferences(LuBlockBufferRef buffer)
         : buffer_(buffer),
-          table_(findLastTable(buffer)),
+          table_(bbufLastTable(buffer)),
           subBlockCount_(table_->subBlockCount),
-          tableLength_(table_->tableLength),
           dataLength_(buffer->dataLength),
-          newestLength_(subBlockCount_ > 0 ? table_->subBlocks()[subBlockCount_ - 1].length : 0)
+          newestEnd_(table_->tableLength())
     {}
     AppendedReferences(const AppendedReferences&) = delete;
     AppendedReferences& operator=(const AppendedReferences&) = delete;
@@ -241,23 +297,21 @@ public:
     {
         if (!buffer_) return;
         buffer_->dataLength = dataLength_;
-        buffer_->lastTable = table_ == buffer_ ? nullptr : table_;
-        table_->tableLength = tableLength_;
-        if (subBlockCount_ > 0) table_->subBlocks()[subBlockCount_ - 1].length = newestLength_;
+        bbufTruncateIndex(table_);
         while (table_->subBlockCount > subBlockCount_) {
             SubBlock& piece = table_->subBlocks()[--table_->subBlockCount];
             TavBlockBufferRelease(piece.target());
             piece = {};
         }
+        if (SubBlock* newest = newestPiece(table_)) newest->end = newestEnd_;
     }
 
 private:
     LuBlockBufferRef buffer_;
     LuBlockBufferRef table_;
     int32_t subBlockCount_;
-    size_t tableLength_;
     size_t dataLength_;
-    size_t newestLength_;
+    size_t newestEnd_;
 };
 }  // namespace
 
@@ -266,13 +320,13 @@ private:
 static OSStatus FindDataReference(LuBlockBufferRef buffer, LuBlockBufferRef target, size_t offset, size_t dataLength)
 {
     TavWalkStack<WantedRange, 4> outer;
-    WantedRange range = {target, 0, 0, offset, offset + dataLength};
+    WantedRange range = {target, -1, offset, offset + dataLength};
     size_t bytesToPlace = dataLength;
     uint32_t depth = 0;
     for (;;) {
         size_t limit = 0;
         if (__builtin_add_overflow(range.offset, bytesToPlace, &limit)) limit = SIZE_MAX;
-        if (range.index == 0 && hasMemoryInRange(range.table, range.offset, limit)) {
+        if (range.index < 0 && hasMemoryInRange(range.table, range.offset, limit)) {
             const size_t end = std::min(range.end, LuBlockBufferGetDataLength(range.table));
             const size_t length = std::min(end - range.offset, bytesToPlace);
             TAV_TRY(AppendBufferReferenceSubBlock(buffer, range.table, range.offset, length));
@@ -287,7 +341,8 @@ static OSStatus FindDataReference(LuBlockBufferRef buffer, LuBlockBufferRef targ
         }
         if (++depth > kMaximumReferenceDepth) return 0;
         if (range.offset < range.end && !outer.push(range)) {
-            return TAV_SIGNAL(kTavBlockBufferStructureAllocationFailedErr, "could not keep the place of a walk");
+            return TAV_SIGNAL_FROM(kAppendReference, kTavBlockBufferStructureAllocationFailedErr,
+                                   "could not keep the place of a walk");
         }
         range = inner;
     }

@@ -34,16 +34,17 @@ static constexpr RangeMessages kContiguousMessages = {
     "(offset + dataLength) exceeds source buffer length",
 };
 
-static OSStatus checkRange(LuBlockBufferRef buffer, size_t offset, size_t length, const RangeMessages& messages)
+static OSStatus checkRange(LuBlockBufferRef buffer, size_t offset, size_t length, const RangeMessages& messages,
+                           const char* operation)
 {
-    if (LuBlockBufferIsEmpty(buffer)) return TAV_SIGNAL(kTavBlockBufferEmptyBBufErr, messages.empty);
+    if (LuBlockBufferIsEmpty(buffer)) return TAV_SIGNAL_FROM(operation, kTavBlockBufferEmptyBBufErr, messages.empty);
     const size_t total = LuBlockBufferGetDataLength(buffer);
-    if (offset >= total) return TAV_SIGNAL(kTavBlockBufferBadOffsetParameterErr, messages.offset);
+    if (offset >= total) return TAV_SIGNAL_FROM(operation, kTavBlockBufferBadOffsetParameterErr, messages.offset);
     size_t end = 0;
     if (__builtin_add_overflow(offset, length, &end)) {
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, messages.wrapped);
+        return TAV_SIGNAL_FROM(operation, kTavBlockBufferBadLengthParameterErr, messages.wrapped);
     }
-    if (end > total) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, messages.length);
+    if (end > total) return TAV_SIGNAL_FROM(operation, kTavBlockBufferBadLengthParameterErr, messages.length);
     return 0;
 }
 
@@ -54,7 +55,7 @@ OSStatus LuBlockBufferCopyDataBytes(LuBlockBufferRef theSourceBuffer, size_t off
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
     }
     if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
-    TAV_TRY(checkRange(theSourceBuffer, offsetToData, dataLength, kSourceMessages));
+    TAV_TRY(checkRange(theSourceBuffer, offsetToData, dataLength, kSourceMessages, __func__));
     return TavBlockBufferCursor(theSourceBuffer, offsetToData).read(destination, dataLength);
 }
 
@@ -87,7 +88,7 @@ OSStatus LuBlockBufferReplaceDataBytes(const void* sourceBytes, LuBlockBufferRef
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or destination");
     }
     if (dataLength == 0) return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be > 0");
-    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages));
+    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages, __func__));
     const char* from = static_cast<const char*>(sourceBytes);
     // The source may be bytes of this very buffer.
     return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
@@ -101,7 +102,7 @@ OSStatus LuBlockBufferFillDataBytes(char fillByte, LuBlockBufferRef destinationB
     if (dataLength > static_cast<size_t>(INTPTR_MAX)) {
         return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "dataLength must be >= 0");
     }
-    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages));
+    TAV_TRY(checkRange(destinationBuffer, offsetIntoDestination, dataLength, kDestinationMessages, __func__));
     if (dataLength == 0) dataLength = LuBlockBufferGetDataLength(destinationBuffer) - offsetIntoDestination;
     return writeRuns(destinationBuffer, offsetIntoDestination, dataLength,
                      [fillByte](char* run, size_t, size_t length) { std::memset(run, fillByte, length); });
@@ -116,7 +117,7 @@ OSStatus LuBlockBufferCreateContiguous(ZoAllocatorRef structureAllocator, LuBloc
     if (!sourceBuffer || !newBBufOut) {
         return TAV_SIGNAL(kTavBlockBufferBadPointerParameterErr, "NULL source or newBBufOut");
     }
-    TAV_TRY(checkRange(sourceBuffer, offsetToData, dataLength, kContiguousMessages));
+    TAV_TRY(checkRange(sourceBuffer, offsetToData, dataLength, kContiguousMessages, __func__));
     if (dataLength == 0) dataLength = LuBlockBufferGetDataLength(sourceBuffer) - offsetToData;
 
     if (!(flags & kLuBlockBufferAlwaysCopyDataFlag) &&

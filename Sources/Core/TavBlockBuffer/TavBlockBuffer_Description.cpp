@@ -105,7 +105,7 @@ static void describeBuffer(Description* description, LuBlockBufferRef buffer, in
             const SubBlock& piece = table->subBlocks()[i];
             ZoStringAppendFormat(description->text, nullptr, ZOSTR("%*s [%d] %ld bytes @ offset %ld "),
                                  level * kIndentWidth, "", (table->subBlockCapacity - 1) * chainDepth + i,
-                                 static_cast<long>(piece.length), static_cast<long>(piece.offset));
+                                 static_cast<long>(table->lengthOf(i)), static_cast<long>(piece.offset));
             describePiece(description, piece, level);
         }
     }

@@ -8,25 +8,24 @@
 struct TavBlockBufferWalk {
     using Place = TavBlockBufferCursor::Place;
 
-    // Moves on over pieces and whole tables until `within` lies in piece `index`. False if the data ends before.
+    // Moves on over pieces and whole tables until `within` lies in piece `index`. False, and nothing moved, if the data
+    // ends before.
     static bool settle(Place* place)
     {
-        for (;;) {
-            LuBlockBufferRef table = place->table;
-            if (place->index == 0 && place->within >= table->tableLength) {
-                place->within -= table->tableLength;
-            } else {
-                const SubBlock* pieces = table->subBlocks();
-                for (const int32_t count = table->pieceCount(); place->index < count; ++place->index) {
-                    if (place->within < pieces[place->index].length) return true;
-                    place->within -= pieces[place->index].length;
-                }
-            }
-            LuBlockBufferRef next = table->overflow();
-            if (!next) return false;
-            place->table = next;
-            place->index = 0;
+        LuBlockBufferRef table = place->table;
+        int32_t first = place->index;
+        size_t offset = 0;
+        if (__builtin_add_overflow(table->startOf(first), place->within, &offset)) return false;
+        if (offset >= table->tableLength()) {
+            table = bbufFindTable(table, &offset);
+            if (offset >= table->tableLength()) return false;
+            first = 0;
         }
+        const int32_t index = table->pieceAt(offset, first);
+        place->table = table;
+        place->index = index;
+        place->within = offset - table->startOf(index);
+        return true;
     }
 
     // From a settled place in a reference to the place that it names; `rest` is where to go on behind the reference,
@@ -34,7 +33,7 @@ struct TavBlockBufferWalk {
     static bool enter(Place* place, Place* rest)
     {
         const SubBlock& piece = place->table->subBlocks()[place->index];
-        const size_t supplied = std::min(piece.length - place->within, place->left);
+        const size_t supplied = std::min(place->table->lengthOf(place->index) - place->within, place->left);
         *rest = {place->table, place->index + 1, 0, place->left - supplied};
         size_t inner = 0;
         if (__builtin_add_overflow(piece.offset, place->within, &inner)) return false;
@@ -49,7 +48,7 @@ struct TavBlockBufferWalk {
         const SubBlock& memory = piece(place);
         if (memory.isUnallocated()) return kTavBlockBufferUnallocatedBlockErr;
         *pointerOut = static_cast<char*>(memory.block) + memory.offset + place.within;
-        *lengthOut = std::min(memory.length - place.within, place.left);
+        *lengthOut = std::min(place.table->lengthOf(place.index) - place.within, place.left);
         return 0;
     }
 
@@ -65,33 +64,6 @@ struct TavBlockBufferWalk {
             Place rest;
             if (!enter(place, &rest)) break;
         }
-        return kTavBlockBufferBadOffsetParameterErr;
-    }
-
-    // The same, from the deepest level of `memo` that holds the offset, and noting down the levels that are passed.
-    static OSStatus findNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* memo, Place* place)
-    {
-        const size_t total = LuBlockBufferGetDataLength(buffer);
-        if (offset >= total) return kTavBlockBufferBadOffsetParameterErr;
-        *place = {buffer, 0, offset, total - offset};
-        int32_t level = memo->depth;
-        for (; level > 0; --level) {
-            const auto& known = memo->levels[level - 1];
-            if (offset < known.at || offset >= known.end) continue;
-            *place = {known.table, known.index, known.within + (offset - known.at), known.end - offset};
-            --level;
-            break;
-        }
-        for (uint32_t depth = 0; depth < kMaximumReferenceDepth; ++depth) {
-            if (!settle(place)) break;
-            if (level < kTavBlockBufferPlaceDepth)
-                memo->levels[level++] = {place->table, place->index, place->within, offset, offset + place->left};
-            memo->depth = level;
-            if (!piece(*place).isReference()) return 0;
-            Place rest;
-            if (!enter(place, &rest)) break;
-        }
-        memo->depth = 0;
         return kTavBlockBufferBadOffsetParameterErr;
     }
 };
@@ -145,7 +117,8 @@ OSStatus TavBlockBufferCursor::getRun(char** pointerOut, size_t* lengthOut) noex
         Place rest;
         if (!Walk::enter(&inner, &rest)) break;
         if (rest.left > 0 && !outer_.push(rest)) {
-            return TAV_SIGNAL(kTavBlockBufferStructureAllocationFailedErr, "could not keep the place of a walk");
+            return TAV_SIGNAL_FROM("TavBlockBufferCursor", kTavBlockBufferStructureAllocationFailedErr,
+                                   "could not keep the place of a walk");
         }
         here_ = inner;
     }
@@ -196,16 +169,6 @@ OSStatus LuBlockBufferGetDataPointer(LuBlockBufferRef theBuffer, size_t offset, 
     return lookUp(theBuffer, offset, lengthAtOffsetOut, totalLengthOut, dataPointerOut, &place);
 }
 
-OSStatus TavBlockBufferGetDataPointerNear(LuBlockBufferRef buffer, size_t offset, TavBlockBufferPlace* place,
-                                          size_t* lengthAtOffsetOut, char** dataPointerOut)
-{
-    *lengthAtOffsetOut = 0;
-    *dataPointerOut = nullptr;
-    Walk::Place found;
-    TAV_TRY(Walk::findNear(buffer, offset, place, &found));
-    return Walk::run(found, dataPointerOut, lengthAtOffsetOut);
-}
-
 OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t offset, size_t* lengthAtOffsetOut,
                                                size_t* totalLengthOut, char** dataPointerOut,
                                                LuBlockBufferRef* returnedOriginBBuf,
@@ -225,9 +188,7 @@ OSStatus TavBlockBufferGetDataPointerAndOrigin(LuBlockBufferRef buffer, size_t o
     }
     Walk::Place place;
     TAV_TRY(lookUp(buffer, offset, lengthAtOffsetOut, totalLengthOut, dataPointerOut, &place));
-    size_t start = 0;
-    for (int32_t i = 0; i < place.index; ++i) start += place.table->subBlocks()[i].length;
     *returnedOriginBBuf = place.table;
-    *returnedOffsetWithinOriginBBuf = start + place.within;
+    *returnedOffsetWithinOriginBBuf = place.table->startOf(place.index) + place.within;
     return 0;
 }

@@ -47,10 +47,11 @@ size_t lengthOf(const BBufStream& storage) { return LuBlockBufferGetDataLength(s
 // MARK: reading
 
 // How much of a read there is to give; what ends a read early is its status.
-OSStatus bbufStreamRange(const BBufStream& storage, size_t size, int64_t offset, size_t* countOut)
+OSStatus bbufStreamRange(const BBufStream& storage, size_t size, int64_t offset, size_t* countOut,
+                         const char* operation)
 {
     *countOut = 0;
-    if (offset < 0) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "negative offset");
+    if (offset < 0) return TAV_SIGNAL_FROM(operation, kTavByteStreamError_InvalidParameter, "negative offset");
     const size_t length = lengthOf(storage);
     if (size == 0 || static_cast<uint64_t>(offset) >= length) return size == 0 ? 0 : kTavByteStreamError_EndOfStream;
     *countOut = std::min(length - static_cast<size_t>(offset), size);
@@ -61,7 +62,7 @@ OSStatus bbufStreamRead(LuByteStreamRef stream, size_t size, int64_t offset, voi
 {
     const BBufStream& storage = *storageOf(stream);
     size_t count = 0;
-    const OSStatus status = bbufStreamRange(storage, size, offset, &count);
+    const OSStatus status = bbufStreamRange(storage, size, offset, &count, "TavByteStreamRead");
     if (bytesReadOut) *bytesReadOut = count;
     if (count == 0) return status;
     return LuBlockBufferCopyDataBytes(storage.blockBuffer, static_cast<size_t>(offset), count, destination);
@@ -72,7 +73,7 @@ OSStatus bbufStreamReadAndCreateBlockBuffer(LuByteStreamRef stream, size_t size,
 {
     const BBufStream& storage = *storageOf(stream);
     size_t count = 0;
-    const OSStatus status = bbufStreamRange(storage, size, offset, &count);
+    const OSStatus status = bbufStreamRange(storage, size, offset, &count, "TavByteStreamReadAndCreateBlockBuffer");
     if (bytesReadOut) *bytesReadOut = count;
     *blockBufferOut = nullptr;
     if (count == 0) return status;
@@ -82,7 +83,9 @@ OSStatus bbufStreamReadAndCreateBlockBuffer(LuByteStreamRef stream, size_t size,
 
 OSStatus bbufStreamGetAvailableLengthAtOffset(LuByteStreamRef stream, int64_t offset, int64_t* availableLengthOut)
 {
-    if (!availableLengthOut) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "availableLengthOut is required");
+    if (!availableLengthOut)
+        return TAV_SIGNAL_FROM("TavByteStreamGetAvailableLengthAtOffset", kTavByteStreamError_InvalidParameter,
+                               "availableLengthOut is required");
     const auto length = static_cast<int64_t>(lengthOf(*storageOf(stream)));
     *availableLengthOut = offset < 0 || offset >= length ? 0 : length - offset;
     return 0;
@@ -122,7 +125,7 @@ OSStatus bbufStreamAppendChunk(BBufStream& storage, size_t gap, const uint8_t* s
 {
     size_t needed, rounded;
     if (__builtin_add_overflow(gap, rest, &needed) || __builtin_add_overflow(needed, kChunkMultiple - 1, &rounded))
-        return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "chunk leaves size_t");
+        return TAV_SIGNAL_FROM("TavByteStreamWrite", kTavBlockBufferBadLengthParameterErr, "chunk leaves size_t");
     const size_t chunkLength = rounded / kChunkMultiple * kChunkMultiple;
     const size_t chunkOffset = LuBlockBufferGetDataLength(storage.backingBuffer);
     TAV_TRY(LuBlockBufferAppendMemoryBlock(storage.backingBuffer, nullptr, chunkLength, storage.blockAllocator,
@@ -144,9 +147,11 @@ OSStatus bbufStreamWrite(LuByteStreamRef stream, size_t size, int64_t offset, co
     BBufStream& storage = *storageOf(stream);
     if (bytesWrittenOut) *bytesWrittenOut = 0;
     if (!storage.backingBuffer)
-        return TAV_SIGNAL(kLuByteStreamError_ReadOnlyStream, "Cannot write to a read-only stream");
-    if (!source) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "NULL src pointer");
-    if (offset < 0) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "Negative offset");
+        return TAV_SIGNAL_FROM("TavByteStreamWrite", kLuByteStreamError_ReadOnlyStream,
+                               "Cannot write to a read-only stream");
+    if (!source) return TAV_SIGNAL_FROM("TavByteStreamWrite", kTavByteStreamError_InvalidParameter, "NULL src pointer");
+    if (offset < 0)
+        return TAV_SIGNAL_FROM("TavByteStreamWrite", kTavByteStreamError_InvalidParameter, "Negative offset");
     if (size == 0) return 0;
 
     const auto* next = static_cast<const uint8_t*>(source);
@@ -185,7 +190,8 @@ OSStatus bbufStreamCopyProperty(LuBaseObjectRef object, ZoStringRef key, ZoAlloc
     if (is(kLuByteStreamProperty_EntireLength) || is(kLuByteStreamProperty_AvailableLength)) {
         const auto length = static_cast<int64_t>(lengthOf(storage));
         *out = ZoNumberCreate(allocator, kZoNumberSInt64Type, &length);
-        return *out ? 0 : TAV_SIGNAL(kTavBaseObjectError_AllocationFailed, "no number");
+        return *out ? 0
+                    : TAV_SIGNAL_FROM("TavByteStreamCopyProperty", kTavBaseObjectError_AllocationFailed, "no number");
     }
     if (is(kLuByteStreamProperty_EntireLengthAvailableOnDemand) || is(kTavByteStreamProperty_DoesReadAhead) ||
         is(kLuByteStreamProperty_ReadSupported))
@@ -196,17 +202,22 @@ OSStatus bbufStreamCopyProperty(LuBaseObjectRef object, ZoStringRef key, ZoAlloc
     if (is(kTavByteStreamProperty_FileType)) return bbufStreamCopyStored(storage.fileType, out);
     if (is(kTavByteStreamProperty_MIMEType)) return bbufStreamCopyStored(storage.mimeType, out);
     if (is(kTavByteStreamProperty_UTI)) return bbufStreamCopyStored(storage.uti, out);
-    return TAV_SIGNAL(kTavBaseObjectError_PropertyNotFound, "no such property");
+    return TAV_SIGNAL_FROM("TavByteStreamCopyProperty", kTavBaseObjectError_PropertyNotFound, "no such property");
 }
+
+// There is no operation around the slot.
+constexpr const char* kSetProperty = "setProperty";
 
 // Takes the place of `field`, which is left alone where the value is of another type.
 template <typename T>
 OSStatus bbufStreamStore(T& field, ZoTypeRef value, ZoTypeID typeID, const char* complaint, bool copyString = false)
 {
-    if (value && ZoGetTypeID(value) != typeID) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, complaint);
+    if (value && ZoGetTypeID(value) != typeID)
+        return TAV_SIGNAL_FROM(kSetProperty, kTavByteStreamError_InvalidParameter, complaint);
     T stored = nullptr;
     if (value && copyString) {
         stored = static_cast<T>(static_cast<ZoTypeRef>(ZoStringCreateCopy(nullptr, static_cast<ZoStringRef>(value))));
+        if (!stored) return TAV_SIGNAL_FROM(kSetProperty, kTavBaseObjectError_AllocationFailed, "no copy");
     } else if (value) {
         stored = static_cast<T>(ZoRetain(value));
     }
@@ -226,7 +237,7 @@ OSStatus bbufStreamSetProperty(LuBaseObjectRef object, ZoStringRef key, ZoTypeRe
         return bbufStreamStore(storage.mimeType, value, ZoStringGetTypeID(), "not a string", true);
     if (ZoEqual(key, kTavByteStreamProperty_UTI))
         return bbufStreamStore(storage.uti, value, ZoStringGetTypeID(), "not a string", true);
-    return TAV_SIGNAL(kTavBaseObjectError_PropertyNotFound, "no such property");
+    return TAV_SIGNAL_FROM(kSetProperty, kTavBaseObjectError_PropertyNotFound, "no such property");
 }
 
 // MARK: life
@@ -265,9 +276,9 @@ constexpr LuBaseClass kBaseClass = {.version = 1,
 constexpr LuVTable kVTable = {.reserved = nullptr, .base = &kBaseClass, .derived = &kByteStreamClass};
 
 OSStatus bbufStreamCreate(ZoAllocatorRef allocator, LuBlockBufferRef blockBuffer, uint32_t flags,
-                          ZoRef<LuByteStreamRef>& stream)
+                          ZoRef<LuByteStreamRef>& stream, const char* operation)
 {
-    if (flags != 0) return TAV_SIGNAL(kTavBaseObjectError_ParamErr, "Options reserved for future use");
+    if (flags != 0) return TAV_SIGNAL_FROM(operation, kTavBaseObjectError_ParamErr, "Options reserved for future use");
     LuBaseObjectRef object = nullptr;
     TAV_TRY(LuDerivedObjectCreate(allocator, &kVTable, LuByteStreamGetClassID(), &object));
     stream = zoAdopt(reinterpret_cast<LuByteStreamRef>(object));
@@ -284,7 +295,7 @@ OSStatus LuByteStreamCreateForBlockBuffer(ZoAllocatorRef allocator, LuBlockBuffe
     if (!streamOut) return TAV_SIGNAL(kTavBaseObjectError_ParamErr, "NULL streamOut");
     *streamOut = nullptr;
     ZoRef<LuByteStreamRef> stream;
-    TAV_TRY(bbufStreamCreate(allocator, blockBuffer, flags, stream));
+    TAV_TRY(bbufStreamCreate(allocator, blockBuffer, flags, stream, __func__));
     *streamOut = stream.release();
     return 0;
 }
@@ -304,7 +315,7 @@ OSStatus LuByteStreamCreateWritableForBlockBuffer(ZoAllocatorRef allocator, LuBl
     *streamOut = nullptr;
     if (!initialBlockBuffer) return TAV_SIGNAL(kTavBaseObjectError_ParamErr, "InitialBBuf is required");
     ZoRef<LuByteStreamRef> stream;
-    TAV_TRY(bbufStreamCreate(allocator, initialBlockBuffer, flags, stream));
+    TAV_TRY(bbufStreamCreate(allocator, initialBlockBuffer, flags, stream, __func__));
     BBufStream& storage = *storageOf(stream.get());
     if (customBlockSource) {
         storage.customBlockSource = *customBlockSource;

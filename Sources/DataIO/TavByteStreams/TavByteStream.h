@@ -72,7 +72,8 @@ void TavByteStreamStatsTeardownWorker(TavByteStreamStats* stats);
 /// Times are host times. Reads that failed or gave nothing are not counted.
 void TavByteStreamStatsLogOneRead(TavByteStreamStats* stats, uint64_t startTime, uint64_t endTime, OSStatus status,
                                   int64_t offset, size_t bytesRead);
-/// Times in seconds, averages as whole quotients. The caller releases it. Nothing without statistics.
+/// Times in seconds, averages as whole quotients. The caller releases it. Nothing without statistics, or
+/// without memory.
 ZoDictionaryRef TavByteStreamStatsCreateStatsDictionary(ZoAllocatorRef allocator, ZoStringRef streamType, ZoURLRef url,
                                                         TavByteStreamStats* stats);
 

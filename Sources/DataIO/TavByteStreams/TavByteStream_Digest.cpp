@@ -21,7 +21,9 @@ static OSStatus digestStream(LuByteStreamRef stream, TavDigestSHA1* digest, uint
         size_t count = 0;
         TAV_TRY(TavByteStreamRead(stream, wanted, position, piece, &count));
         // A stream that claims success and gives nothing would keep us here for ever.
-        if (count == 0) return TAV_SIGNAL(kTavByteStreamError_EndOfStream, "stream gave no bytes");
+        if (count == 0)
+            return TAV_SIGNAL_FROM("TavByteStreamCopySHA1Digest", kTavByteStreamError_EndOfStream,
+                                   "stream gave no bytes");
         TavDigestSHA1AppendData(digest, piece, count);
         position += static_cast<int64_t>(count);
     }

@@ -25,6 +25,8 @@ void TavByteStreamStatsTeardownWorker(TavByteStreamStats* stats)
     *stats = {};
 }
 
+static constexpr const char* kLogOneRead = "TavByteStreamStatsLogOneRead";
+
 // Counts slow reads and says each.
 static void statsNoteSlowRead(TavByteStreamStats* stats, uint64_t nanoseconds, int64_t offset, size_t bytesRead)
 {
@@ -35,7 +37,7 @@ static void statsNoteSlowRead(TavByteStreamStats* stats, uint64_t nanoseconds, i
             0, 1, 1, 0, 0,
             "<<<< TavByteStream >>>> %s: ByteStream read of %zd bytes @ %lld took %f secs. to complete, %d reads >= "
             "1 sec.",
-            __func__, bytesRead, static_cast<long long>(offset), seconds,
+            kLogOneRead, bytesRead, static_cast<long long>(offset), seconds,
             static_cast<int>(stats->numberOfReadsTakingOneSecondOrLonger));
     } else if (nanoseconds >= kHalfASecond) {
         stats->numberOfReadsTakingHalfASecondOrLonger += 1;
@@ -43,7 +45,7 @@ static void statsNoteSlowRead(TavByteStreamStats* stats, uint64_t nanoseconds, i
             0, 1, 1, 0, 0,
             "<<<< TavByteStream >>>> %s: ByteStream read of %zd bytes @ %lld took %f sec. to complete, %d reads >= "
             "0.5 sec.",
-            __func__, bytesRead, static_cast<long long>(offset), seconds,
+            kLogOneRead, bytesRead, static_cast<long long>(offset), seconds,
             static_cast<int>(stats->numberOfReadsTakingOneSecondOrLonger +
                              stats->numberOfReadsTakingHalfASecondOrLonger));
     }
@@ -69,50 +71,71 @@ void TavByteStreamStatsLogOneRead(TavByteStreamStats* stats, uint64_t startTime,
     TavSimpleMutexUnlock(stats->mutex);
 }
 
-static void statsSet(ZoMutableDictionaryRef dictionary, ZoStringRef key, ZoNumberType type, const void* value)
+// Setting says nothing where there is no memory; what is there afterwards does.
+static bool statsSet(ZoMutableDictionaryRef dictionary, ZoStringRef key, ZoTypeRef value)
 {
-    if (const auto number = zoAdopt(ZoNumberCreate(ZoGetAllocator(dictionary), type, value)))
-        ZoDictionarySetValue(dictionary, key, number.get());
+    if (value) ZoDictionarySetValue(dictionary, key, value);
+    return value && ZoDictionaryGetValue(dictionary, key) == value;
 }
 
-static void statsSetCount(ZoMutableDictionaryRef dictionary, ZoStringRef key, int64_t value)
+static bool statsSetNumber(ZoMutableDictionaryRef dictionary, ZoStringRef key, ZoNumberType type, const void* value)
 {
-    const auto narrow = static_cast<int32_t>(value);
-    statsSet(dictionary, key, kZoNumberSInt32Type, &narrow);
+    const auto number = zoAdopt(ZoNumberCreate(ZoGetAllocator(dictionary), type, value));
+    return statsSet(dictionary, key, number.get());
 }
 
-static void statsSetSeconds(ZoMutableDictionaryRef dictionary, ZoStringRef key, uint64_t microseconds)
+// All of them, or false.
+static bool statsDescribe(const TavByteStreamStats& stats, ZoMutableDictionaryRef dictionary)
 {
-    const double seconds = static_cast<double>(microseconds) / 1e6;
-    statsSet(dictionary, key, kZoNumberFloat64Type, &seconds);
+    const auto average = [&stats](uint64_t total) {
+        return stats.numberOfReads == 0 ? 0 : total / static_cast<uint64_t>(stats.numberOfReads);
+    };
+    struct Count {
+        ZoStringRef key;
+        int64_t value;
+    };
+    const Count counts[] = {
+        {ZOSTR("NumberOfReads"), stats.numberOfReads},
+        {ZOSTR("SmallestReadSize"), stats.smallestReadSize},
+        {ZOSTR("LargestReadSize"), stats.largestReadSize},
+        {ZOSTR("AverageReadSize"), static_cast<int64_t>(average(static_cast<uint64_t>(stats.totalBytesRead)))},
+        {ZOSTR("NumberOfReadsTakingOneSecondOrLonger"), stats.numberOfReadsTakingOneSecondOrLonger},
+        {ZOSTR("NumberOfReadsTakingHalfASecondOrLonger"), stats.numberOfReadsTakingHalfASecondOrLonger},
+    };
+    struct Time {
+        ZoStringRef key;
+        uint64_t microseconds;
+    };
+    const Time times[] = {
+        {ZOSTR("TotalReadTime"), stats.totalReadTime},
+        {ZOSTR("ShortestReadTime"), stats.shortestReadTime},
+        {ZOSTR("LongestReadTime"), stats.longestReadTime},
+        {ZOSTR("AverageReadTime"), average(stats.totalReadTime)},
+    };
+    bool set = statsSetNumber(dictionary, ZOSTR("TotalBytesRead"), kZoNumberSInt64Type, &stats.totalBytesRead);
+    for (const Count& count : counts) {
+        const auto narrow = static_cast<int32_t>(count.value);
+        set = set && statsSetNumber(dictionary, count.key, kZoNumberSInt32Type, &narrow);
+    }
+    for (const Time& time : times) {
+        const double seconds = static_cast<double>(time.microseconds) / 1e6;
+        set = set && statsSetNumber(dictionary, time.key, kZoNumberFloat64Type, &seconds);
+    }
+    return set;
 }
 
 ZoDictionaryRef TavByteStreamStatsCreateStatsDictionary(ZoAllocatorRef allocator, ZoStringRef streamType, ZoURLRef url,
                                                         TavByteStreamStats* stats)
 {
     if (!stats || !stats->mutex) return nullptr;
-    const ZoMutableDictionaryRef dictionary =
-        ZoDictionaryCreateMutable(allocator, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks);
+    auto dictionary = zoAdopt(
+        ZoDictionaryCreateMutable(allocator, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
     if (!dictionary) return nullptr;
     TavSimpleMutexLock(stats->mutex);
-    const int64_t reads = stats->numberOfReads;
-    const auto average = [reads](uint64_t total) { return reads == 0 ? 0 : total / static_cast<uint64_t>(reads); };
-    ZoDictionarySetValue(dictionary, ZOSTR("URL"), url ? ZoURLGetString(url) : ZOSTR("UNKNOWN"));
-    statsSetCount(dictionary, ZOSTR("NumberOfReads"), reads);
-    statsSet(dictionary, ZOSTR("TotalBytesRead"), kZoNumberSInt64Type, &stats->totalBytesRead);
-    statsSetCount(dictionary, ZOSTR("SmallestReadSize"), stats->smallestReadSize);
-    statsSetCount(dictionary, ZOSTR("LargestReadSize"), stats->largestReadSize);
-    statsSetCount(dictionary, ZOSTR("AverageReadSize"),
-                  static_cast<int64_t>(average(static_cast<uint64_t>(stats->totalBytesRead))));
-    statsSetSeconds(dictionary, ZOSTR("TotalReadTime"), stats->totalReadTime);
-    statsSetSeconds(dictionary, ZOSTR("ShortestReadTime"), stats->shortestReadTime);
-    statsSetSeconds(dictionary, ZOSTR("LongestReadTime"), stats->longestReadTime);
-    statsSetSeconds(dictionary, ZOSTR("AverageReadTime"), average(stats->totalReadTime));
-    statsSetCount(dictionary, ZOSTR("NumberOfReadsTakingOneSecondOrLonger"),
-                  stats->numberOfReadsTakingOneSecondOrLonger);
-    statsSetCount(dictionary, ZOSTR("NumberOfReadsTakingHalfASecondOrLonger"),
-                  stats->numberOfReadsTakingHalfASecondOrLonger);
-    if (streamType) ZoDictionarySetValue(dictionary, ZOSTR("ByteStreamType"), streamType);
+    const bool described = statsDescribe(*stats, dictionary.get());
     TavSimpleMutexUnlock(stats->mutex);
-    return dictionary;
+    if (!described || !statsSet(dictionary.get(), ZOSTR("URL"), url ? ZoURLGetString(url) : ZOSTR("UNKNOWN")) ||
+        (streamType && !statsSet(dictionary.get(), ZOSTR("ByteStreamType"), streamType)))
+        return nullptr;
+    return dictionary.release();
 }

@@ -49,6 +49,7 @@ static bool build(FailingAllocator& memory, LuBlockBufferRef buffer, LuBlockBuff
            holds([&] { return LuBlockBufferAppendBufferReference(buffer, references, 0, 0, 0); }) &&
            holds([&] { return LuBlockBufferAppendMemoryBlock(buffer, nullptr, 7, nullptr, &source, 0, 7, 0); }) &&
            holds([&] { return LuBlockBufferAppendBufferReference(buffer, references, 1, 0, 0); }) &&
+           holds([&] { return TavBlockBufferAppendBytes(buffer, "loose bytes", 11); }) &&
            // Stops at a block that cannot be had; those before it stay.
            LuBlockBufferAssureBlockMemory(buffer) == 0;
 }
@@ -83,7 +84,7 @@ TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
     }
     const int64_t failures = sweepAllocationFailures([&](FailingAllocator& memory) {
         Buffer buffer;
-        const bool done = LuBlockBufferCreateEmpty(memory.get(), 2, 0, buffer.outParam()) == 0 &&
+        const bool done = LuBlockBufferCreateEmpty(memory.get(), 1, 0, buffer.outParam()) == 0 &&
                           build(memory, buffer.get(), references.get()) && derive(memory, buffer.get());
         EXPECT_NE(done, memory.hasFailed());
         if (!buffer) return;

@@ -56,7 +56,7 @@ public:
     void step()
     {
         if (buffers_.empty()) return create();
-        switch (choose_(12)) {
+        switch (choose_(13)) {
             case 0: return create();
             case 1: return appendMemory();
             case 2: return appendMemory();
@@ -68,6 +68,7 @@ public:
             case 8: return assure();
             case 9: return compare();
             case 10: return access();
+            case 11: return appendBytes();
             default: return retire();
         }
     }
@@ -154,6 +155,20 @@ private:
             entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
             cells_.push_back(
                 {given ? block[offset + i] : PaintedMemory::kPaint, static_cast<uint32_t>(allocated_.size() - 1)});
+        }
+    }
+
+    void appendBytes()
+    {
+        Entry& entry = any();
+        if (entry.cells.size() > kMaximumLength) return;
+        std::vector<uint8_t> bytes(choose_(choose_(8) == 0 ? 300 : 12));
+        for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(choose_(256));
+        expect(TavBlockBufferAppendBytes(entry.buffer.get(), bytes.data(), bytes.size()) == 0, "append bytes");
+        allocated_.push_back(true);
+        for (const uint8_t byte : bytes) {
+            entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
+            cells_.push_back({byte, static_cast<uint32_t>(allocated_.size() - 1)});
         }
     }
 
@@ -288,7 +303,6 @@ private:
     void verifyRuns(const Entry& entry)
     {
         TavBlockBufferCursor cursor(entry.buffer.get());
-        TavBlockBufferPlace place = {};
         while (cursor.offset() < entry.cells.size()) {
             const size_t offset = cursor.offset();
             char *run = nullptr, *pointer = nullptr;
@@ -297,9 +311,6 @@ private:
             expect(status == LuBlockBufferGetDataPointer(entry.buffer.get(), offset, &length, nullptr, &pointer),
                    "status of a run");
             expect(run == pointer && runLength == length, "run");
-            expect(status == TavBlockBufferGetDataPointerNear(entry.buffer.get(), offset, &place, &length, &pointer),
-                   "status of a look-up from a place");
-            expect(run == pointer && runLength == length, "run from a place");
             if (status == 0) {
                 expect(static_cast<uint8_t>(*run) == cells_[entry.cells[offset]].value, "byte of a run");
                 expect(LuBlockBufferIsRangeContiguous(entry.buffer.get(), offset, runLength), "run not contiguous");

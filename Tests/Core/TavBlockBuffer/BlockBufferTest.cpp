@@ -50,10 +50,10 @@ std::vector<LuBlockBufferRef> targetsOf(const Buffer& buffer)
 
 // MARK: what is refused
 
+// What a refusal is told by: order of the checks, sums that wrap, silence elsewhere, and the operation's name.
 struct Refusal {
-    const char* what;
     OSStatus code;
-    const char* name;
+    const char* operation;
     const char* message;
     std::function<OSStatus()> call;
 };
@@ -61,135 +61,74 @@ struct Refusal {
 TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
 {
     const std::string text = "0123456789";
-    const Buffer ten = memory(text);
-    const Buffer none = empty();
-    Buffer nearlyFull = empty();
+    const Buffer ten = memory(text), none = empty(), nearlyFull = empty();
     ASSERT_EQ(refer(nearlyFull, none, 0, SIZE_MAX - 5, kLuBlockBufferPermitEmptyReferenceFlag), 0);
     LuBlockBufferRef out = nullptr;
     char bytes[32];
-    char* pointer = nullptr;
     const LuBlockBufferCustomBlockSource source = sourceFrom(kZoAllocatorDefault);
     LuBlockBufferCustomBlockSource newer = source, noAllocate = source, noFree = source;
     newer.version = 1;
     noAllocate.AllocateBlock = nullptr;
     noFree.FreeBlock = nullptr;
-
-    const auto append = [&](LuBlockBufferRef buffer, void* block, size_t blockLength, size_t offset, size_t length,
+    const auto append = [&](const Buffer& to, void* block, size_t blockLength, size_t offset, size_t length,
                             const LuBlockBufferCustomBlockSource* custom = nullptr, ZoAllocatorRef from = nullptr) {
-        return LuBlockBufferAppendMemoryBlock(buffer, block, blockLength, from, custom, offset, length, 0);
+        return LuBlockBufferAppendMemoryBlock(to.get(), block, blockLength, from, custom, offset, length, 0);
     };
-    const auto reference = [](LuBlockBufferRef buffer, LuBlockBufferRef target, size_t offset, size_t length,
-                              LuBlockBufferFlags flags = 0) {
-        return LuBlockBufferAppendBufferReference(buffer, target, offset, length, flags);
-    };
-    const auto contiguous = [&](LuBlockBufferRef from, size_t offset, size_t length, LuBlockBufferRef* to) {
-        return LuBlockBufferCreateContiguous(nullptr, from, nullptr, nullptr, offset, length, 0, to);
-    };
-#define CODE(code) code, #code
+    const char* const appendMemory = "LuBlockBufferAppendMemoryBlock";
+    const char* const appendReference = "LuBlockBufferAppendBufferReference";
+    const char* const copy = "LuBlockBufferCopyDataBytes";
     const Refusal refusals[] = {
-        {"create", CODE(kTavBlockBufferBadPointerParameterErr), "NULL newBBufOut",
-         [&] { return LuBlockBufferCreateEmpty(nullptr, 1, 0, nullptr); }},
-        {"create: slots past the index type", CODE(kTavBlockBufferStructureAllocationFailedErr),
-         "Could not allocate BlockBuffer structure",
+        {-12700, "LuBlockBufferCreateEmpty", "Could not allocate BlockBuffer structure",
          [&] { return LuBlockBufferCreateEmpty(nullptr, UINT32_MAX, 0, &out); }},
-        {"append", CODE(kTavBlockBufferBadPointerParameterErr), "NULL BlockBuffer",
-         [&] { return append(nullptr, bytes, 0, 0, 0); }},
-        {"append no length", CODE(kTavBlockBufferBadLengthParameterErr), "blockLength and dataLength must not be zero",
-         [&] { return append(none.get(), bytes, 4, 9, 0); }},
-        {"append from the block's end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds blockLength",
-         [&] { return append(none.get(), bytes, 4, 4, 9); }},
-        {"append past the block", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds blockLength", [&] { return append(none.get(), bytes, 4, 2, 3); }},
-        {"append past the block, wrapping", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds blockLength", [&] { return append(none.get(), bytes, 4, 2, SIZE_MAX - 1); }},
-        {"append: the block counts, not the data", CODE(kTavBlockBufferBadLengthParameterErr),
-         "Resulting size larger than size_t can hold", [&] { return append(nearlyFull.get(), bytes, 6, 0, 1); }},
-        {"append from an unknown source", CODE(kTavBlockBufferBadCustomBlockSourceErr), "bad customBlockSource version",
-         [&] { return append(none.get(), nullptr, 4, 0, 4, &newer); }},
-        {"append from a source that cannot give", CODE(kTavBlockBufferBadCustomBlockSourceErr),
-         "with no memory block, must have AllocateBlock callback",
-         [&] { return append(none.get(), nullptr, 4, 0, 4, &noAllocate); }},
-        {"append to a source that cannot take", CODE(kTavBlockBufferBadCustomBlockSourceErr),
-         "with a memory block, must have FreeBlock callback",
-         [&] { return append(none.get(), bytes, 4, 0, 4, &noFree); }},
-        {"append with nowhere to allocate", CODE(kTavBlockBufferBlockAllocationFailedErr),
-         "with no memory block, must supply an allocator",
-         [&] { return append(none.get(), nullptr, 4, 0, 4, nullptr, kZoAllocatorNull); }},
-
-        {"refer to nothing", CODE(kTavBlockBufferBadPointerParameterErr), "theBuffer or targetBuffer is NULL",
-         [&] { return reference(none.get(), nullptr, 0, 0); }},
-        {"refer from the end", CODE(kTavBlockBufferBadOffsetParameterErr), "offset exceeds length of target buffer",
-         [&] { return reference(none.get(), ten.get(), 10, 0); }},
-        {"refer past the end, wrapping", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds length of target buffer",
-         [&] { return reference(none.get(), ten.get(), 9, SIZE_MAX - 3); }},
-        {"refer to an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "reference to empty BlockBuffer not permitted",
-         [&] { return reference(ten.get(), none.get(), 0, 5); }},
-        {"refer to an unknown length", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be > 0",
-         [&] { return reference(ten.get(), none.get(), 0, 0, kLuBlockBufferPermitEmptyReferenceFlag); }},
-        {"refer to more than a size", CODE(kTavBlockBufferBadLengthParameterErr),
-         "Resulting size larger than size_t can hold", [&] { return reference(nearlyFull.get(), ten.get(), 0, 6); }},
-
-        {"copy from nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL source or destination",
-         [&] { return LuBlockBufferCopyDataBytes(nullptr, 0, 0, bytes); }},
-        {"copy from the end", CODE(kTavBlockBufferBadOffsetParameterErr),
-         "offsetIntoSource exceeds source buffer length",
+        {-12705, appendMemory, "NULL BlockBuffer", [&] { return append(Buffer(), bytes, 0, 0, 0); }},
+        {-12704, appendMemory, "blockLength and dataLength must not be zero",
+         [&] { return append(none, bytes, 4, 9, 0); }},
+        {-12703, appendMemory, "offset exceeds blockLength", [&] { return append(none, bytes, 4, 4, 9); }},
+        {-12704, appendMemory, "(offset + dataLength) exceeds blockLength",
+         [&] { return append(none, bytes, 4, 2, SIZE_MAX - 1); }},
+        {-12704, appendMemory, "Resulting size larger than size_t can hold",
+         [&] { return append(nearlyFull, bytes, 6, 0, 1); }},
+        {-12702, appendMemory, "bad customBlockSource version", [&] { return append(none, nullptr, 4, 0, 4, &newer); }},
+        {-12702, appendMemory, "with no memory block, must have AllocateBlock callback",
+         [&] { return append(none, nullptr, 4, 0, 4, &noAllocate); }},
+        {-12702, appendMemory, "with a memory block, must have FreeBlock callback",
+         [&] { return append(none, bytes, 4, 0, 4, &noFree); }},
+        {-12701, appendMemory, "with no memory block, must supply an allocator",
+         [&] { return append(none, nullptr, 4, 0, 4, nullptr, kZoAllocatorNull); }},
+        {-12703, appendReference, "offset exceeds length of target buffer", [&] { return refer(none, ten, 10); }},
+        {-12704, appendReference, "(offset + dataLength) exceeds length of target buffer",
+         [&] { return refer(none, ten, 9, SIZE_MAX - 3); }},
+        {-12706, appendReference, "reference to empty BlockBuffer not permitted",
+         [&] { return refer(ten, none, 0, 5); }},
+        {-12704, appendReference, "dataLength must be > 0",
+         [&] { return refer(ten, none, 0, 0, kLuBlockBufferPermitEmptyReferenceFlag); }},
+        {-12704, appendReference, "Resulting size larger than size_t can hold",
+         [&] { return refer(nearlyFull, ten, 0, 6); }},
+        {-12703, copy, "offsetIntoSource exceeds source buffer length",
          [&] { return LuBlockBufferCopyDataBytes(ten.get(), 10, 1, bytes); }},
-        {"copy past the end", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offsetIntoSource + dataLength) exceeds source buffer length",
+        {-12704, copy, "(offsetIntoSource + dataLength) exceeds source buffer length",
          [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, 8, bytes); }},
-        {"copy past all sizes", CODE(kTavBlockBufferBadLengthParameterErr), "(offsetIntoSource + dataLength) wrapped",
+        {-12704, copy, "(offsetIntoSource + dataLength) wrapped",
          [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, SIZE_MAX, bytes); }},
-
-        {"replace in an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "destination buffer is empty",
+        {-12706, "LuBlockBufferReplaceDataBytes", "destination buffer is empty",
          [&] { return LuBlockBufferReplaceDataBytes(bytes, none.get(), 0, 1); }},
-        {"replace past all sizes", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds destination buffer length",
-         [&] { return LuBlockBufferReplaceDataBytes(bytes, ten.get(), 3, SIZE_MAX); }},
-
-        {"fill less than nothing", CODE(kTavBlockBufferBadLengthParameterErr), "dataLength must be >= 0",
+        {-12704, "LuBlockBufferFillDataBytes", "dataLength must be >= 0",
          [&] { return LuBlockBufferFillDataBytes(0, none.get(), 0, SIZE_MAX); }},
-        {"fill past the end", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds destination buffer length",
-         [&] { return LuBlockBufferFillDataBytes(0, ten.get(), 3, 8); }},
-
-        {"assure an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "bbuf is empty",
-         [&] { return LuBlockBufferAssureBlockMemory(none.get()); }},
-        {"assure what refers to an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "bbuf is empty",
+        {-12706, "LuBlockBufferAssureBlockMemory", "bbuf is empty",
          [&] { return LuBlockBufferAssureBlockMemory(nearlyFull.get()); }},
-        {"access without a block", CODE(kTavBlockBufferBadPointerParameterErr),
-         "NULL bbuf, temporaryBlock, or returnedPointer",
-         [&] { return LuBlockBufferAccessDataBytes(ten.get(), 0, 1, nullptr, &pointer); }},
-        {"look into nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL bbuf",
-         [&] { return LuBlockBufferGetDataPointer(nullptr, 0, nullptr, nullptr, nullptr); }},
-        {"contiguity of nothing", CODE(kTavBlockBufferBadPointerParameterErr), "NULL buffer",
-         [&] {
-             EXPECT_FALSE(LuBlockBufferIsRangeContiguous(nullptr, 0, 0));
-             return kTavBlockBufferBadPointerParameterErr;
-         }},
-        {"origin not asked for", CODE(kTavBlockBufferBadPointerParameterErr), "NULL returnedOriginBBuf",
-         [&] {
-             return TavBlockBufferGetDataPointerAndOrigin(ten.get(), 0, nullptr, nullptr, nullptr, nullptr, nullptr);
-         }},
-        {"origin's offset not asked for", CODE(kTavBlockBufferBadPointerParameterErr),
-         "NULL returnedOffsetWithinOriginBBuf",
-         [&] { return TavBlockBufferGetDataPointerAndOrigin(ten.get(), 0, nullptr, nullptr, nullptr, &out, nullptr); }},
-
-        {"contiguous from an empty buffer", CODE(kTavBlockBufferEmptyBBufErr), "source buffer is empty",
-         [&] { return contiguous(none.get(), 0, 0, &out); }},
-        {"contiguous past the end", CODE(kTavBlockBufferBadLengthParameterErr),
-         "(offset + dataLength) exceeds source buffer length",
-         [&] { return contiguous(ten.get(), 2, SIZE_MAX, &out); }},
+        {-12704, "LuBlockBufferCreateContiguous", "(offset + dataLength) exceeds source buffer length",
+         [&] { return LuBlockBufferCreateContiguous(nullptr, ten.get(), nullptr, nullptr, 2, SIZE_MAX, 0, &out); }},
+        {-12704, "TavBlockBufferAppendBytes", "Resulting size larger than size_t can hold",
+         [&] { return TavBlockBufferAppendBytes(nearlyFull.get(), bytes, 6); }},
     };
-#undef CODE
     for (const Refusal& refusal : refusals) {
-        SCOPED_TRACE(refusal.what);
+        SCOPED_TRACE(refusal.message);
         const SignalProbe probe;
         out = ten.get();
         EXPECT_EQ(refusal.call(), refusal.code);
         EXPECT_EQ(probe.count(), 1u);
         EXPECT_EQ(probe.code(), refusal.code);
-        EXPECT_EQ(probe.errorName(), std::string(refusal.name).substr(0, 31)) << "the record keeps 31 bytes";
+        EXPECT_EQ(probe.function(), refusal.operation);
         EXPECT_EQ(probe.message(), refusal.message);
         EXPECT_TRUE(out == nullptr || out == ten.get());
     }
@@ -338,37 +277,43 @@ TEST(BlockBuffer, allocatesWhenItIsWrittenAndForAllWhoShare)
     EXPECT_EQ(probe.count(), 0u);
 }
 
+// Writing bit by bit: blocks that grow with what is written, and a bit behind another piece in a small one.
+TEST(BlockBuffer, fillsBlocksOfItsOwnWithLooseBytes)
+{
+    const Buffer buffer = empty(1);
+    std::string expected;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string bit(static_cast<size_t>(i % 13), static_cast<char>('a' + i % 26));
+        ASSERT_EQ(TavBlockBufferAppendBytes(buffer.get(), bit.data(), bit.size()), 0);
+        expected += bit;
+    }
+    EXPECT_EQ(textOf(buffer), expected);
+    size_t pieces = 0, blocks = 0;
+    for (LuBlockBufferRef table = buffer.get(); table; table = table->overflow()) {
+        for (int32_t i = 0; i < table->pieceCount(); ++i, ++pieces) blocks += table->subBlocks()[i].blockLength;
+    }
+    EXPECT_EQ(pieces, 9u) << "64 to 16384, each twice the one before";
+    EXPECT_EQ(blocks, 128u * 256 - 64);
+    ASSERT_EQ(refer(buffer, memory("reference")), 0);
+    ASSERT_EQ(TavBlockBufferAppendBytes(buffer.get(), "loose", 5), 0);
+    EXPECT_EQ(textOf(buffer), expected + "referenceloose");
+}
+
 TEST(BlockBuffer, accessesAndGathersWithoutCopyingWhereItCan)
 {
     const Buffer hello = memory("hello"), world = memory("world"), both = empty();
     ASSERT_EQ(refer(both, hello), 0);
     ASSERT_EQ(refer(both, world), 0);
-    char temporary[8] = {};
-    char* bytes = nullptr;
-    ASSERT_EQ(LuBlockBufferAccessDataBytes(both.get(), 6, 4, temporary, &bytes), 0);
-    EXPECT_NE(bytes, temporary);
-    EXPECT_EQ(std::string(bytes, 4), "orld");
-    ASSERT_EQ(LuBlockBufferAccessDataBytes(both.get(), 3, 4, temporary, &bytes), 0);
-    EXPECT_EQ(bytes, temporary);
-    EXPECT_EQ(std::string(bytes, 4), "lowo");
-
     EXPECT_TRUE(LuBlockBufferIsRangeContiguous(both.get(), 5, 0));
     EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 4, 0));
     EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 10, 0));
     EXPECT_FALSE(LuBlockBufferIsRangeContiguous(both.get(), 8, SIZE_MAX));
-
     Buffer shared, copied;
     ASSERT_EQ(LuBlockBufferCreateContiguous(nullptr, both.get(), nullptr, nullptr, 6, 0, 0, shared.outParam()), 0);
     EXPECT_THAT(targetsOf(shared), testing::ElementsAre(world.get()));
     ASSERT_EQ(LuBlockBufferCreateContiguous(nullptr, both.get(), nullptr, nullptr, 3, 0, 0, copied.outParam()), 0);
     EXPECT_THAT(targetsOf(copied), testing::ElementsAre(nullptr));
     EXPECT_EQ(textOf(shared) + textOf(copied), "orldloworld");
-
-    LuBlockBufferRef origin = nullptr;
-    size_t offset = 0;
-    ASSERT_EQ(TavBlockBufferGetDataPointerAndOrigin(both.get(), 7, nullptr, nullptr, nullptr, &origin, &offset), 0);
-    EXPECT_EQ(origin, world.get());
-    EXPECT_EQ(offset, 2u);
 }
 
 // The block goes back the way it came, with the length of the whole block, once the last buffer that needs it is gone.

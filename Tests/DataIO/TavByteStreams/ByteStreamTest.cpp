@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <random>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
@@ -80,12 +81,13 @@ TEST(ByteStream, readsUpToItsEnd)
     for (const Row& row : rows) {
         char bytes[128];
         size_t count = 99, countOfBuffer = 99;
-        ZoRef<LuBlockBufferRef> buffer;
+        LuBlockBufferRef made = content.get();  // written on every path
         EXPECT_EQ(TavByteStreamRead(row.stream, row.size, row.offset, bytes, &count), row.status);
         EXPECT_EQ(std::string(bytes, count), row.bytes);
-        EXPECT_EQ(
-            TavByteStreamReadAndCreateBlockBuffer(row.stream, row.size, row.offset, buffer.outParam(), &countOfBuffer),
-            row.status);
+        EXPECT_EQ(TavByteStreamReadAndCreateBlockBuffer(row.stream, row.size, row.offset, &made, &countOfBuffer),
+                  row.status);
+        EXPECT_NE(made, content.get());
+        const auto buffer = ZoRef<LuBlockBufferRef>::adopt(made == content.get() ? nullptr : made);
         EXPECT_EQ(countOfBuffer, row.bytes.size());
         EXPECT_EQ(buffer ? textOf(buffer.get()) : "", row.bytes);
     }
@@ -263,6 +265,7 @@ int64_t integerIn(ZoDictionaryRef dictionary, ZoStringRef key)
 TEST(ByteStreamStatistics, countReads)
 {
     TavByteStreamStats stats;
+    std::memset(static_cast<void*>(&stats), 0xA5, sizeof stats);
     TavByteStreamStatsSetupWorker(&stats);
     const uint64_t second = TavNanosecondsToHostTime(1000000000);
     TavByteStreamStatsLogOneRead(&stats, 0, second / 4, 0, 0, 100);
@@ -281,10 +284,20 @@ TEST(ByteStreamStatistics, countReads)
     EXPECT_EQ(integerIn(dictionary.get(), ZOSTR("AverageReadSize")), 47);
     EXPECT_EQ(integerIn(dictionary.get(), ZOSTR("NumberOfReadsTakingOneSecondOrLonger")), 1);
     EXPECT_EQ(integerIn(dictionary.get(), ZOSTR("NumberOfReadsTakingHalfASecondOrLonger")), 1);
-    double shortest = 0;
-    ZoNumberGetValue(static_cast<ZoNumberRef>(ZoDictionaryGetValue(dictionary.get(), ZOSTR("ShortestReadTime"))),
-                     kZoNumberFloat64Type, &shortest);
-    EXPECT_DOUBLE_EQ(shortest, 0.25);
+    const std::pair<ZoStringRef, double> times[] = {{ZOSTR("TotalReadTime"), 1.75},
+                                                    {ZOSTR("ShortestReadTime"), 0.25},
+                                                    {ZOSTR("LongestReadTime"), 1},
+                                                    {ZOSTR("AverageReadTime"), 0.583333}};
+    for (const auto& [key, expected] : times) {
+        double seconds = 0;
+        ZoNumberGetValue(static_cast<ZoNumberRef>(ZoDictionaryGetValue(dictionary.get(), key)), kZoNumberFloat64Type,
+                         &seconds);
+        EXPECT_DOUBLE_EQ(seconds, expected);
+    }
+    sweepAllocationFailures([&stats](FailingAllocator& memory) {
+        const auto whole = zoAdopt(TavByteStreamStatsCreateStatsDictionary(memory.get(), ZOSTR("f"), nullptr, &stats));
+        EXPECT_EQ(whole ? ZoDictionaryGetCount(whole.get()) : 0, memory.hasFailed() ? 0 : 13);
+    });
     EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(dictionary.get(), ZOSTR("URL")), ZOSTR("UNKNOWN")));
     TavByteStreamStatsTeardownWorker(&stats);
     EXPECT_EQ(TavByteStreamStatsCreateStatsDictionary(nullptr, nullptr, nullptr, &stats), nullptr);
