@@ -1,10 +1,10 @@
 // Comparison, search and replacement. Order is that of the UTF-16 units; without regard to case, of their folded forms.
 
 #include <algorithm>
-#include <vector>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Text/ZoStringPrivate.h"
+#include "Memory/Containers.h"
 
 using zo::TextView;
 
@@ -149,7 +149,7 @@ ZoIndex ZoStringFindAndReplace(ZoMutableStringRef string, ZoStringRef stringToFi
     if (!zo::isMutableString(string)) return 0;
     const TextView text = zo::textView(string), wanted = zo::textView(stringToFind);
     ZoRange rest = zo::rangeWithin(range, text.length);
-    std::vector<ZoIndex> places;
+    memory::Vector<ZoIndex> places;
     for (ZoIndex at; (at = findText(text, rest, wanted, flags)) != kZoNotFound;) {
         places.push_back(at);
         if (flags & kZoCompareAnchored) break;

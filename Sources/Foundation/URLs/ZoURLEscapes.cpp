@@ -1,11 +1,11 @@
 // Percent escapes in strings of any encoding.
 
 #include <algorithm>
-#include <vector>
 
 #include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/URLs/ZoURL.h"
 #include "Foundation/URLs/ZoURLSyntaxPrivate.h"
+#include "Memory/Containers.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    std::vector<UniChar> units_;
+    memory::Vector<UniChar> units_;
 };
 
 class CharacterSet {
@@ -60,11 +60,11 @@ public:
     bool isEmpty() const { return characters_.empty(); }
 
 private:
-    std::vector<uint32_t> characters_;
+    memory::Vector<uint32_t> characters_;
 };
 
 /// The bytes of one character; false if the encoding does not have it.
-bool encodeCharacter(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding, std::string& bytes)
+bool encodeCharacter(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding, memory::String& bytes)
 {
     uint8_t buffer[32];
     ZoIndex used = 0;
@@ -93,7 +93,7 @@ bool appendUnescaped(ZoMutableStringRef out, std::string_view bytes, const UniCh
     }
     const Units units(run.get());
     size_t byteIndex = 0;
-    std::string encoded;
+    memory::String encoded;
     for (size_t i = 0; i < units.size(); i += units.lengthAt(i)) {
         if (!encodeCharacter(run.get(), i, units.lengthAt(i), encoding, encoded)) return false;
         if (encoded.size() > bytes.size() - byteIndex) return false;
@@ -118,7 +118,7 @@ ZoStringRef ZoURLCreateStringByAddingPercentEscapes(ZoAllocatorRef allocator, Zo
     const CharacterSet leave(charactersToLeaveUnescaped), force(legalURLCharactersToBeEscaped);
     const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
     if (!out) return nullptr;
-    std::string bytes, escapes;
+    memory::String bytes, escapes;
     const auto flush = [&] {
         if (!escapes.empty()) ZoStringAppendCString(out.get(), escapes.c_str(), kZoStringEncodingASCII);
         escapes.clear();
@@ -150,7 +150,7 @@ ZoStringRef ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(ZoAllocatorR
     const CharacterSet leave(charactersToLeaveEscaped);
     const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
     if (!out) return nullptr;
-    std::string bytes;
+    memory::String bytes;
     for (size_t i = 0; i < units.size();) {
         const size_t start = i;
         if (units[i] != '%') {
