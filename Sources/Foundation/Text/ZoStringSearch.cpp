@@ -22,7 +22,7 @@ static UniChar foldedUnit(const TextView& text, ZoIndex index)
     ZoIndex units;
     const uint32_t folded = services->foldCase(zo::codePointAt(text, isSecond ? index - 1 : index, units));
     if (units == 1 || folded < 0x10000) return unit;
-    return static_cast<UniChar>(isSecond ? 0xDC00 | (folded & 0x3FF) : 0xD7C0 + (folded >> 10));
+    return isSecond ? zo::lowSurrogateOf(folded) : zo::highSurrogateOf(folded);
 }
 
 static UniChar unitAt(const TextView& text, ZoIndex index, bool fold)

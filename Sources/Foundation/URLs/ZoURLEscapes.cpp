@@ -3,14 +3,12 @@
 #include <algorithm>
 
 #include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoSurrogatesPrivate.h"
 #include "Foundation/URLs/ZoURL.h"
 #include "Foundation/URLs/ZoURLSyntaxPrivate.h"
 #include "Memory/Containers.h"
 
 namespace {
-
-constexpr bool isHighSurrogate(UniChar unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool isLowSurrogate(UniChar unit) { return (unit & 0xFC00) == 0xDC00; }
 
 /// UTF-16 text, read a character at a time. An unpaired surrogate is a character of its own.
 class Units {
@@ -25,13 +23,14 @@ public:
     UniChar operator[](size_t index) const { return units_[index]; }
     size_t lengthAt(size_t index) const
     {
-        const bool isPair = isHighSurrogate(units_[index]) && index + 1 < size() && isLowSurrogate(units_[index + 1]);
+        const bool isPair =
+            zo::isHighSurrogate(units_[index]) && index + 1 < size() && zo::isLowSurrogate(units_[index + 1]);
         return isPair ? 2 : 1;
     }
     uint32_t characterAt(size_t index) const
     {
         if (lengthAt(index) == 1) return units_[index];
-        return 0x10000u + ((units_[index] & 0x3FFu) << 10) + (units_[index + 1] & 0x3FFu);
+        return zo::surrogatePair(units_[index], units_[index + 1]);
     }
     /// The value of an escape that stands at `index`, or -1.
     int escapeAt(size_t index) const
