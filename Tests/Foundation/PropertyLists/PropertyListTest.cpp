@@ -8,9 +8,9 @@
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Tests/Foundation/Services/Objects.h"
 #include "Tests/Support/Bytes.h"
 #include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
@@ -207,28 +207,6 @@ TEST(PropertyList, objectsThatOverlapCostNoTime)
     EXPECT_FALSE(read(bytes, 0, &error));
     EXPECT_TRUE(error);
     zoAdopt(error).reset();
-}
-
-TEST(PropertyList, everyTruncationAndFlippedBitIsSurvived)
-{
-    const List list = sample();
-    ASSERT_TRUE(list);
-    for (const ZoPropertyListFormat format : {kZoPropertyListXMLFormat_v1_0, kZoPropertyListBinaryFormat_v1_0}) {
-        const std::string good = written(list.get(), format);
-        EXPECT_TRUE(ZoEqual(list.get(), read(good).get()));
-        EXPECT_EQ(written(read(good).get(), format), good);
-        const size_t least =
-            format == kZoPropertyListXMLFormat_v1_0 ? good.size() - 1 : good.size();  // the last line feed
-        for (size_t length = 0; length < least; ++length) EXPECT_FALSE(read(good.substr(0, length))) << length;
-        for (size_t bit = 0; bit < good.size() * 8; ++bit) {
-            std::string flipped = good;
-            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
-            const List other = read(flipped, bit % 3);
-            if (!other) continue;
-            const std::string bytes = written(other.get(), kZoPropertyListBinaryFormat_v1_0);
-            EXPECT_EQ(written(read(bytes).get(), kZoPropertyListBinaryFormat_v1_0), bytes) << bit;
-        }
-    }
 }
 
 TEST(PropertyList, depthIsBoundedAlikeWhenReadAndWritten)

@@ -12,7 +12,7 @@
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 #include "Foundation/Services/ZoPreferencesStorePrivate.h"
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
