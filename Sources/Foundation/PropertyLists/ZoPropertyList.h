@@ -51,7 +51,7 @@ ZoPropertyListRef ZoPropertyListCreateWithStream(ZoAllocatorRef allocator, ZoRea
                                                  ZoOptionFlags options, ZoPropertyListFormat* format,
                                                  ZoErrorRef* error);
 /// A copy that shares no container (and with `mutabilityOption` 2 no leaf) with the original. Nothing if something in
-/// it is not of a property list.
+/// it is not of a property list, if it nests deeper than the maximum or holds itself, and without memory.
 ZoPropertyListRef ZoPropertyListCreateDeepCopy(ZoAllocatorRef allocator, ZoPropertyListRef propertyList,
                                                ZoOptionFlags mutabilityOption);
 

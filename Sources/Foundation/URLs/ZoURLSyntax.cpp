@@ -1,9 +1,10 @@
 #include "Foundation/URLs/ZoURLSyntaxPrivate.h"
-#include "Memory/Containers.h"
 
 #include <arpa/inet.h>
 
 #include <array>
+
+#include "Memory/Containers.h"
 
 namespace {
 

@@ -161,6 +161,16 @@ TEST(Encodings, unknownOnesGiveNothing)
     EXPECT_EQ(ZoStringGetMaximumSizeForEncoding(INTPTR_MAX, kZoStringEncodingUTF8), kZoNotFound);
 }
 
+TEST(Encodings, utf8IsTheShortestAndOfCharactersOnly)
+{
+    for (const char* malformed :
+         {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x80\x80\x80",
+          "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"})
+        EXPECT_FALSE(fromUTF8(malformed)) << testing::PrintToString(malformed);
+    EXPECT_EQ(toUTF16(fromUTF8("\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF").get()),
+              u"\u0800\uD7FF\U00010000\U0010FFFF");
+}
+
 TEST(Encodings, marksDecideTheOrderOfExternalUnits)
 {
     const struct {
