@@ -1,4 +1,6 @@
 // Arrays. Immutable ones may be read by any number of threads; mutable ones belong to their owner.
+// Operations that add to a mutable one have no status: where the system has no memory the process stops, and where an
+// allocator that the caller brought gives nothing, the array is as it was, which its count tells.
 
 #pragma once
 

@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
-
-extern "C" ZoStringRef _ZoDictionaryCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 

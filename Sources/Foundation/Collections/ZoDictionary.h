@@ -1,5 +1,7 @@
 // Dictionaries: keys to values, enumerated in the order in which the keys were first added.
 // Immutable ones may be read by any number of threads; mutable ones belong to their owner.
+// Operations that add to a mutable one have no status: where the system has no memory the process stops, and where an
+// allocator that the caller brought gives nothing, the dictionary is as it was, which its count tells.
 
 #pragma once
 

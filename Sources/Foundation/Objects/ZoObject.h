@@ -81,7 +81,7 @@ ZoIndex ZoGetRetainCount(ZoTypeRef object);
 /// Identity, or the class's `equal` for two objects of one type. Numbers, strings, data and collections compare by
 /// value.
 Boolean ZoEqual(ZoTypeRef object1, ZoTypeRef object2);
-/// Equal objects have equal hashes.
+/// Equal objects have equal hashes. A hash is good for the process that it was made in: the next one has another.
 ZoHashCode ZoHash(ZoTypeRef object);
 /// A new string for people to read; never nothing for an object that is there. The same for equal contents, without
 /// addresses: text itself, `1`, `0.5`, `true`, `null`, `<2 bytes: 0aff>`, arrays `["a", 1]`, dictionaries

@@ -1,13 +1,10 @@
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 
-#include <vector>
-
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
-#include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/Text/ZoStringPrivate.h"
 #include "Foundation/Values/ZoNumber.h"
 
@@ -21,7 +18,10 @@ static constexpr size_t kMaximumStreamLength = size_t{1} << 30;
 static void report(ZoAllocatorRef allocator, const Failure& failure, ZoErrorRef* error)
 {
     if (!error || failure.ok()) return;
-    const auto reason = zoStringFromUTF8(allocator, failure.reason());
+    const std::string_view text = failure.reason();
+    const auto reason =
+        zoAdopt(ZoStringCreateWithBytes(allocator, reinterpret_cast<const uint8_t*>(text.data()),
+                                        static_cast<ZoIndex>(text.size()), kZoStringEncodingUTF8, false));
     const void* key = kZoErrorLocalizedFailureReasonKey;
     const void* value = reason.get();
     const auto userInfo = zoAdopt(ZoDictionaryCreate(allocator, &key, &value, reason ? 1 : 0,
@@ -34,7 +34,7 @@ ZoDataRef ZoPropertyListCreateData(ZoAllocatorRef allocator, ZoPropertyListRef p
 {
     if (error) *error = nullptr;
     Failure failure;
-    std::string bytes;
+    Output bytes;
     ZoRef<ZoDataRef> data;
     if (!propertyList || options != 0)
         failure.set(kZoPropertyListErrorBadArgument, propertyList ? "options are 0" : "no property list");
@@ -45,8 +45,7 @@ ZoDataRef ZoPropertyListCreateData(ZoAllocatorRef allocator, ZoPropertyListRef p
     else
         failure.set(kZoPropertyListErrorBadArgument, "unknown format");
     if (failure.ok()) {
-        data.reset(ZoDataCreate(allocator, reinterpret_cast<const uint8_t*>(bytes.data()),
-                                static_cast<ZoIndex>(bytes.size())));
+        if (bytes.ok()) data.reset(ZoDataCreate(allocator, bytes.bytes(), static_cast<ZoIndex>(bytes.size())));
         if (!data) failure.noMemory();
     }
     report(allocator, failure, error);
@@ -61,7 +60,9 @@ static ZoPropertyListRef createWithBytes(ZoAllocatorRef allocator, std::span<con
         return nullptr;
     }
     const bool binary = isBinary(bytes);
-    ZoRef<ZoTypeRef> list = binary ? readBinary(allocator, bytes, failure) : readXML(allocator, bytes, failure);
+    const bool copiesLeaves = options == kZoPropertyListMutableContainersAndLeaves;
+    ZoRef<ZoTypeRef> list =
+        binary ? readBinary(allocator, bytes, copiesLeaves, failure) : readXML(allocator, bytes, failure);
     if (list && options != kZoPropertyListImmutable) {
         // By a copy: objects that the bytes share must not change together.
         list.reset(ZoPropertyListCreateDeepCopy(allocator, list.get(), options));
@@ -88,17 +89,17 @@ ZoPropertyListRef ZoPropertyListCreateWithData(ZoAllocatorRef allocator, ZoDataR
 }
 
 /// All of an open stream, up to `limit` bytes; more than the most that is read without a limit is refused.
-static bool drain(ZoReadStreamRef stream, size_t limit, std::vector<uint8_t>& bytes, Failure& failure)
+static bool drain(ZoReadStreamRef stream, size_t limit, memory::ReportingArray<uint8_t>& bytes, Failure& failure)
 {
     constexpr size_t kPiece = 1 << 16;
     const size_t most = limit ? limit : kMaximumStreamLength;
     while (bytes.size() < most) {
         const size_t before = bytes.size();
-        bytes.resize(before + std::min(kPiece, most - before));
+        if (!bytes.resize(before + std::min(kPiece, most - before))) return failure.noMemory();
         const ZoIndex count =
             ZoReadStreamRead(stream, bytes.data() + before, static_cast<ZoIndex>(bytes.size() - before));
         if (count < 0) return failure.set(kZoPropertyListErrorStream, "the stream is not open, or cannot be read");
-        bytes.resize(before + static_cast<size_t>(count));
+        bytes.truncate(before + static_cast<size_t>(count));
         if (count == 0) return true;
     }
     uint8_t more;
@@ -114,11 +115,11 @@ ZoPropertyListRef ZoPropertyListCreateWithStream(ZoAllocatorRef allocator, ZoRea
     if (format) *format = 0;
     Failure failure;
     ZoPropertyListRef list = nullptr;
-    std::vector<uint8_t> bytes;
+    memory::ReportingArray<uint8_t> bytes;
     if (!stream || streamLength < 0)
         failure.set(kZoPropertyListErrorBadArgument, stream ? "a length below 0" : "no stream");
     else if (drain(stream, static_cast<size_t>(streamLength), bytes, failure))
-        list = createWithBytes(allocator, bytes, options, format, failure);
+        list = createWithBytes(allocator, bytes.span(), options, format, failure);
     report(allocator, failure, error);
     return list;
 }

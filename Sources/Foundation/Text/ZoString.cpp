@@ -272,8 +272,8 @@ bool TextBuffer::appendCodePoint(uint32_t codePoint)
     }
     UniChar units[2] = {static_cast<UniChar>(codePoint), 0};
     if (codePoint < 0x10000) return append({units, 1, true});
-    units[0] = static_cast<UniChar>(0xD7C0 + (codePoint >> 10));
-    units[1] = static_cast<UniChar>(0xDC00 | (codePoint & 0x3FF));
+    units[0] = highSurrogateOf(codePoint);
+    units[1] = lowSurrogateOf(codePoint);
     return append({units, 2, true});
 }
 

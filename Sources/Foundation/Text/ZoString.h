@@ -1,5 +1,7 @@
 // Text: UTF-16 code units to the outside, 8-bit storage inside where the text is ASCII.
 // Immutable strings may be read by any number of threads. Positions and lengths count UTF-16 units.
+// Creation gives nothing where its allocator gives nothing. Operations that change a mutable string have no status: the
+// process stops with one line where there is no memory for the result.
 // ASCII, UTF-8, UTF-16, UTF-32 and ISO 8859-1 are in every program; all other encodings, and the cases of letters that
 // are not ASCII, come from ICU through a table that a program may be linked without.
 

@@ -10,6 +10,7 @@
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoString.h"
+#include "Foundation/Text/ZoSurrogatesPrivate.h"
 
 /// The first 32 bytes are those of a ZoConstantString; the rest exists only where kZoStringConstant is clear.
 struct ZoString_ {
@@ -76,11 +77,6 @@ inline ZoRange rangeWithin(ZoRange range, ZoIndex length)
     const ZoIndex count = range.length < 0 ? 0 : range.length > length - start ? length - start : range.length;
     return {start, count};
 }
-
-constexpr bool isHighSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xD800; }
-constexpr bool isLowSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xDC00; }
-constexpr bool isSurrogate(uint32_t unit) { return (unit & 0xFFFFF800u) == 0xD800; }
-constexpr uint32_t surrogatePair(uint32_t high, uint32_t low) { return (high << 10) + low - 0x35FDC00u; }
 
 /// The character at `index`: a pair as one, a surrogate that stands alone as itself. `units` is 1 or 2.
 inline uint32_t codePointAt(const TextView& text, ZoIndex index, ZoIndex& units)

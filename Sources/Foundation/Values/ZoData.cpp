@@ -4,10 +4,9 @@
 #include <cstring>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
-
-extern "C" ZoStringRef _ZoDataCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 struct ZoData_ {
     ZoRuntimeBase base;

@@ -1,4 +1,6 @@
 // Runs of bytes. Immutable ones may be read by any number of threads.
+// Operations that add to mutable data have no status: where the system has no memory the process stops, and where an
+// allocator that the caller brought gives nothing, the data are as they were, which their length tells.
 
 #pragma once
 

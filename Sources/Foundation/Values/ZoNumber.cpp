@@ -5,11 +5,10 @@
 #include <limits>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Values/ZoNumberPrivate.h"
-
-extern "C" ZoStringRef _ZoNumberCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 

@@ -163,6 +163,25 @@ TEST(Dictionary, callsTheCallbacksThatItWasGiven)
     EXPECT_EQ(balance, 0);
 }
 
+// Keys of few hashes lie behind one another in the index; what goes leaves none of the others unreachable.
+TEST(Dictionary, findsTheOthersWhenOneGoes)
+{
+    const ZoDictionaryKeyCallBacks clustered = {
+        .hash = [](const void* value) { return reinterpret_cast<uintptr_t>(value) % 5; }};
+    auto dictionary = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, &clustered, nullptr));
+    for (uintptr_t i = 0; i < 60; ++i) ZoDictionarySetValue(dictionary.get(), plain(i), plain(i));
+    for (uintptr_t gone = 0; gone < 60; ++gone) {
+        ZoDictionaryRemoveValue(dictionary.get(), plain(gone * 37 % 60));
+        for (uintptr_t i = 0; i < 60; ++i)
+            EXPECT_EQ(ZoDictionaryContainsKey(dictionary.get(), plain(i * 37 % 60)), i > gone) << gone << ' ' << i;
+    }
+    auto few = objectDictionary();
+    for (const void* key : {ZOSTR("a"), ZOSTR("b")}) ZoDictionarySetValue(few.get(), key, kZoNull);
+    const ZoStringRef first = static_cast<ZoStringRef>(keysOf(few.get())[0]);
+    ZoDictionaryRemoveValue(few.get(), first);
+    EXPECT_FALSE(ZoDictionaryContainsKey(few.get(), first));
+}
+
 TEST(Dictionary, isEqualInAnyOrder)
 {
     auto a = objectDictionary(), b = objectDictionary();

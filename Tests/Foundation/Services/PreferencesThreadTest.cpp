@@ -2,7 +2,8 @@
 #include <vector>
 
 #include "Foundation/Services/ZoPreferences.h"
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 using namespace luvia_test;
 

@@ -29,20 +29,6 @@ static std::string runsOf(ZoAttributedStringRef string)
     return text;
 }
 
-TEST(AttributedString, splitsAndJoinsRuns)
-{
-    const auto string = attributed("0123456789");
-    EXPECT_EQ(runsOf(string.get()), "0-10: ");
-    ZoAttributedStringSetAttribute(string.get(), {2, 4}, ZOSTR("k"), ZOSTR("x"));
-    EXPECT_EQ(runsOf(string.get()), "0-2: 2-6:x 6-10: ");
-    ZoAttributedStringSetAttribute(string.get(), {4, 4}, ZOSTR("k"), ZOSTR("y"));
-    EXPECT_EQ(runsOf(string.get()), "0-2: 2-4:x 4-8:y 8-10: ");
-    ZoAttributedStringSetAttribute(string.get(), {4, 4}, ZOSTR("k"), ZOSTR("x"));
-    EXPECT_EQ(runsOf(string.get()), "0-2: 2-8:x 8-10: ");
-    ZoAttributedStringRemoveAttribute(string.get(), {0, 10}, ZOSTR("k"));
-    EXPECT_EQ(runsOf(string.get()), "0-10: ");
-}
-
 TEST(AttributedString, givesNewTextTheAttributesOfWhatItReplaces)
 {
     auto replaced = [](ZoRange range, ZoStringRef text) {
