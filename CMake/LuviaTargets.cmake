@@ -38,6 +38,7 @@ endif()
 function(luvia_code target)
     target_link_libraries(${target} PRIVATE luvia_flags)
     target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+    target_compile_options(${target} PRIVATE -fno-plt)  # a thin wrapper of a libc call is to cost no more than the call
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/Sources)
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()
