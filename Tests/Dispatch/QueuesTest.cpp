@@ -81,13 +81,32 @@ TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
     EXPECT_TRUE(steps.await(3));
 }
 
-TEST(SerialQueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
+TEST(QueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    HeldQueue outer = serialQueue("outer"), inner = serialQueue("inner");
+    HeldQueue outer = serialQueue("outer"), inner = serialQueue("inner"), shared = concurrentQueue("shared");
     dispatch_set_target_queue(inner, outer);
     EXPECT_DEATH(sync(outer, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
     EXPECT_DEATH(sync(inner, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
+    EXPECT_DEATH(barrierSync(shared, [&] { sync(shared, [] {}); }), "wait for its own thread: shared");
+    EXPECT_DEATH(sync(shared, [&] { barrierSync(shared, [] {}); }), "wait for its own thread: shared");
+    const auto behindABarrier = [&] {
+        barrierAsync(shared, [] {});
+        sync(shared, [] {});
+    };
+    EXPECT_DEATH(sync(shared, behindABarrier), "wait for its own thread: shared");
+    // What a suspension holds may go on, and so may a reader among readers.
+    HandOver steps;
+    std::thread resumer([&] {
+        steps.await(1);
+        dispatch_resume(shared);
+    });
+    sync(shared, [&] {
+        sync(shared, [&] { dispatch_suspend(shared); });
+        steps.reach(1);
+        sync(shared, [] {});
+    });
+    resumer.join();
 }
 
 TEST(CurrentQueue, IsTheInnermostInNestedSyncAndAGlobalOneOutside)
