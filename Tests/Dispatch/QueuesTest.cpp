@@ -14,33 +14,51 @@ static HeldQueue concurrentQueue(const char* label = "concurrent")
     return HeldQueue(dispatch_queue_create(label, DISPATCH_QUEUE_CONCURRENT));
 }
 
-TEST(SerialQueue, RunsTheTasksOfEachProducerInOrderAndOneAtATime)
+// Producers on a serial queue, a concurrent one, and two that target a serial one, with whatever form of task: writers
+// are alone, readers see no half-made change, and what one producer put on a serial queue runs in order.
+TEST(Queues, KeepOrderAndKeepWritersApartUnderLoad)
 {
-    constexpr int kProducers = 4, kTasks = 2000;
-    HeldQueue queue = serialQueue();
-    std::vector<int> seen[kProducers];  // no lock: the queue is the lock
-    std::atomic<int> inside{0}, worst{0};
-    std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p)
-        producers.emplace_back([&, p] {
-            for (int i = 0; i < kTasks; ++i) {
-                Task task = [&, p, i] {
-                    if (++inside > 1) ++worst;
-                    seen[p].push_back(i);
-                    --inside;
-                };
-                if (i % 7 == 3)
-                    sync(queue, task);
-                else
-                    async(queue, task);
-            }
-        });
-    for (std::thread& producer : producers) producer.join();
-    sync(queue, [] {});
-    EXPECT_EQ(worst, 0);
-    for (const std::vector<int>& order : seen) {
-        ASSERT_EQ(order.size(), size_t(kTasks));
-        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    enum Kind { kSerial, kConcurrent, kTargeting };
+    for (const Kind kind : {kSerial, kConcurrent, kTargeting}) {
+        HeldQueue bottom(dispatch_queue_create("bottom", kind == kConcurrent ? DISPATCH_QUEUE_CONCURRENT : nullptr));
+        HeldQueue first = concurrentQueue(), second = serialQueue();
+        dispatch_set_target_queue(first, bottom);
+        dispatch_set_target_queue(second, bottom);
+        HeldGroup group(dispatch_group_create());
+        int left = 0, right = 0, last[4] = {};  // no lock: the queue is the lock
+        std::atomic<int> torn{0}, outOfOrder{0}, writes{0};
+        std::vector<std::thread> producers;
+        for (unsigned p = 0; p < 4; ++p)
+            producers.emplace_back([&, p] {
+                const dispatch_queue_t queue = kind != kTargeting ? bottom : p % 2 ? first : second;
+                std::minstd_rand random(p + 1);
+                for (int i = 1; i <= 500; ++i) {
+                    const auto read = [&] { torn += left != right; };
+                    const auto write = [&, p, i] {
+                        ++left;
+                        if (i % 16 == 0) std::this_thread::yield();
+                        ++right;
+                        if (kind == kSerial) outOfOrder += std::exchange(last[p], i) > i;
+                    };
+                    const auto form = random() % 8;
+                    writes += form < 3;
+                    switch (form) {
+                        case 0: barrierAsync(queue, write); break;
+                        case 1: barrierSync(queue, write); break;
+                        case 2: kind == kConcurrent ? barrierAsync(queue, write) : async(queue, write); break;
+                        case 3:
+                        case 4: sync(queue, read); break;
+                        case 5: groupAsync(group, queue, read); break;
+                        default: async(queue, read);
+                    }
+                }
+                barrierSync(queue, [] {});
+            });
+        for (std::thread& producer : producers) producer.join();
+        barrierSync(bottom, [] {});
+        EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
+        EXPECT_TRUE(torn == 0 && outOfOrder == 0) << kind;
+        EXPECT_EQ(left, writes) << kind;
     }
 }
 
@@ -142,61 +160,6 @@ TEST(ConcurrentQueue, SharedTasksMeetAndABarrierRunsAlone)
     });
     for (int i = 0; i < 3; ++i) async(queue, [&] { ++after; });
     barrierSync(queue, [&] { EXPECT_EQ(after, 3); });
-}
-
-// A readers-and-writer check under load: writers are alone, readers see no half-made change, whatever form each takes.
-TEST(ConcurrentQueue, KeepsReadersAndWritersApartUnderLoad)
-{
-    HeldQueue queue = concurrentQueue();
-    HeldGroup group(dispatch_group_create());
-    int left = 0, right = 0;
-    std::atomic<int> torn{0};
-    const auto write = [&] {
-        ++left;
-        std::this_thread::yield();
-        ++right;
-    };
-    const auto read = [&] {
-        if (left != right) ++torn;
-    };
-    std::vector<std::thread> threads;
-    for (unsigned seed = 1; seed <= 4; ++seed)
-        threads.emplace_back([&, seed] {
-            std::minstd_rand random(seed);
-            for (int i = 0; i < 500; ++i) switch (random() % 8) {
-                    case 0: barrierAsync(queue, write); break;
-                    case 1: barrierSync(queue, write); break;
-                    case 2:
-                    case 3: sync(queue, read); break;
-                    case 4: groupAsync(group, queue, read); break;
-                    default: async(queue, read);
-                }
-        });
-    for (std::thread& thread : threads) thread.join();
-    barrierSync(queue, read);
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
-}
-
-TEST(TargetQueue, QueuesWithOneSerialTargetNeverRunAtTheSameTime)
-{
-    HeldQueue target = serialQueue("target"), shared = concurrentQueue("shared"), serial = serialQueue("serial");
-    dispatch_set_target_queue(shared, target);
-    dispatch_set_target_queue(serial, target);
-    int count = 0;  // no lock
-    std::vector<std::thread> threads;
-    for (dispatch_queue_t queue : {dispatch_queue_t(target), dispatch_queue_t(shared), dispatch_queue_t(serial)})
-        threads.emplace_back([&count, queue] {
-            for (int i = 0; i < 600; ++i) {
-                if (i % 3 == 0)
-                    sync(queue, [&] { ++count; });
-                else
-                    async(queue, [&] { ++count; });
-            }
-            barrierSync(queue, [] {});
-        });
-    for (std::thread& thread : threads) thread.join();
-    sync(target, [&] { EXPECT_EQ(count, 1800); });
 }
 
 TEST(TargetQueue, ChangesBehindTheTasksThatAreOnTheQueue)
