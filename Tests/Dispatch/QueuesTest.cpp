@@ -1,10 +1,12 @@
 #include <atomic>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "Tests/Dispatch/Tasks.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/Sleeper.h"
 
 using namespace luvia_test;
 
@@ -62,23 +64,29 @@ TEST(Queues, KeepOrderAndKeepWritersApartUnderLoad)
     }
 }
 
-TEST(SerialQueue, SyncRunsOnTheCallersThreadBehindWhatWasThereBefore)
+TEST(SerialQueue, SyncRunsOnTheCallersThreadInItsTurn)
 {
     HeldQueue queue = serialQueue();
     HandOver steps;
-    bool first = false;
+    std::string order;  // no lock: the queue is the lock
+    dispatch_suspend(queue);
     async(queue, [&] {
-        steps.await(1);
-        first = true;
-    });
-    std::thread caller([&] {
         steps.reach(1);
+        steps.await(2);
+    });
+    Sleeper caller([&] {
         sync(queue, [&, id = std::this_thread::get_id()] {
-            EXPECT_TRUE(first);
+            order += 's';
             EXPECT_EQ(std::this_thread::get_id(), id);
         });
     });
-    caller.join();
+    caller.awaitAsleep();
+    async(queue, [&] { order += '1'; });
+    dispatch_resume(queue);
+    EXPECT_TRUE(steps.await(1));
+    async(queue, [&] { order += '2'; });  // behind what is left of those that started together
+    steps.reach(2);
+    sync(queue, [&] { EXPECT_EQ(order, "s12"); });
 }
 
 TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
@@ -97,6 +105,21 @@ TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
     EXPECT_EQ(steps.step(), 0);
     steps.reach(1);
     EXPECT_TRUE(steps.await(3));
+
+    HandOver shared, other;
+    {
+        HeldQueue queue = concurrentQueue();
+        dispatch_set_context(queue, &shared);
+        dispatch_set_finalizer_f(queue, [](void* context) { static_cast<HandOver*>(context)->reach(3); });
+        async(queue, [&] {
+            shared.await(2);
+            EXPECT_EQ(shared.step(), 2);
+        });
+    }
+    async(dispatch_get_global_queue(0, 0), [&] { other.reach(1); });
+    EXPECT_TRUE(other.await(1));
+    shared.reach(2);
+    EXPECT_TRUE(shared.await(3));
 }
 
 TEST(QueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
@@ -175,9 +198,14 @@ TEST(TargetQueue, ChangesBehindTheTasksThatAreOnTheQueue)
     async(queue, [&] { steps.await(1); });
     async(queue, expect(&one));
     dispatch_set_target_queue(queue, second);
-    async(queue, expect(&two));
+    std::atomic<bool> ran{false};
+    async(queue, [&] { ran = true; });
+    async(second, [&] { steps.await(2); });
     steps.reach(1);
+    sync(first, [&] { EXPECT_FALSE(ran) << "on the new target only, which is busy"; });
+    steps.reach(2);
     sync(queue, expect(&two));
+    EXPECT_TRUE(ran);
 }
 
 TEST(QueueSpecific, IsInheritedReplacedAndDestroyed)

@@ -2,13 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+
 #include <deque>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "Tests/Platform/LockProbe.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/Sleeper.h"
 
 using luvia_test::HandOver;
 using luvia_test::Sleeper;

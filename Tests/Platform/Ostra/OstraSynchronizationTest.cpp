@@ -139,28 +139,6 @@ TEST(OstraSemaphore, signalsEndWaitsWithAnyTimeOutAndItsEndSendsWaitersAway)
     EXPECT_EQ(probe.message(), "semaphore was deleted before/during wait");
 }
 
-TEST(OstraSemaphore, handsOverWithoutLoss)
-{
-    const TavSemaphoreRef there = TavSemaphoreCreate(0, 1), back = TavSemaphoreCreate(0, 1);
-    int ball = 0;
-    std::thread partner([&] {
-        for (int turn = 0; turn < 2000; ++turn) {
-            TavSemaphoreWaitRelative(there, kTavWaitForever);
-            ++ball;
-            TavSemaphoreSignal(back);
-        }
-    });
-    for (int turn = 0; turn < 2000; ++turn) {
-        ++ball;
-        ASSERT_EQ(TavSemaphoreSignal(there), 0);
-        ASSERT_EQ(TavSemaphoreWaitRelative(back, kTavWaitForever), 0);
-    }
-    partner.join();
-    EXPECT_EQ(ball, 4000);
-    EXPECT_EQ(TavSemaphoreDestroy(there), 0);
-    EXPECT_EQ(TavSemaphoreDestroy(back), 0);
-}
-
 TEST(OstraConditionVariable, aBroadcastWakesAllWaitersUnderEitherMutex)
 {
     for (const TavSimpleMutexRef mutex : {TavSimpleMutexCreate(), TavReentrantMutexCreate()}) {
