@@ -1,6 +1,6 @@
 // A silent note, a line to a file, a signalled failure with logging off, each beside the least that does the same.
 //
-// bar: SilentNote_luvia <= 1.05 * SilentNote_load
+// bar: SilentNote_luvia <= 1.02 * SilentNote_load
 // bar: LineToFile_luvia <= 1.3 * LineToFile_stdio
 // bar: SignalOff_luvia <= 10 * SignalOff_fieldsUnderLock
 

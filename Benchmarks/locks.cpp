@@ -1,6 +1,8 @@
 // Locks beside the POSIX ones that they stand on.
-// bar: SimpleMutex_luvia <= 1.1 * SimpleMutex_pthread
-// bar: ReadLock4_luvia <= 3 * ReadLock4_pthread
+// bar: SimpleMutex_luvia <= 1.05 * SimpleMutex_pthread
+// bar: ReadLock_luvia/1 <= 1.4 * ReadLock_pthread/1
+// bar: ReadLock_luvia/2 <= 1.4 * ReadLock_pthread/2
+// bar: ReadLock_luvia/4 <= 1.0 * ReadLock_pthread/4
 // bar: SemaphoreHandOver_luvia <= 1.5 * SemaphoreHandOver_sem
 
 #include <benchmark/benchmark.h>
@@ -41,43 +43,43 @@ void SimpleMutex_pthread(benchmark::State& state)
 }
 BENCHMARK(SimpleMutex_pthread);
 
-// The four readers are inside one turn of the benchmark, so that the time is that of all of them, wherever they ran.
+// The readers are inside one turn of the benchmark, so that the time is that of all of them, wherever they ran.
 template <typename Lock, typename Unlock>
-void fourReaders(benchmark::State& state, Lock lock, Unlock unlock)
+void readers(benchmark::State& state, Lock lock, Unlock unlock)
 {
     constexpr int kTurns = 50000;
     for (auto _ : state) {
-        std::vector<std::thread> readers;
-        for (int index = 0; index < 4; ++index)
-            readers.emplace_back([&] {
+        std::vector<std::thread> threads;
+        for (int index = 0; index < state.range(0); ++index)
+            threads.emplace_back([&] {
                 for (int turn = 0; turn < kTurns; ++turn) {
                     lock();
                     benchmark::ClobberMemory();
                     unlock();
                 }
             });
-        for (std::thread& reader : readers) reader.join();
+        for (std::thread& thread : threads) thread.join();
     }
-    state.SetItemsProcessed(state.iterations() * 4 * kTurns);
+    state.SetItemsProcessed(state.iterations() * state.range(0) * kTurns);
 }
 
-void ReadLock4_luvia(benchmark::State& state)
+void ReadLock_luvia(benchmark::State& state)
 {
     const TavReadWriteLockRef lock = TavReadWriteLockCreate(kTavReadWriteLockFlag_WritersTakePrecedence);
-    fourReaders(
+    readers(
         state, [&] { TavReadWriteLockLockForRead(lock); }, [&] { TavReadWriteLockUnlockForRead(lock); });
     TavReadWriteLockDestroy(lock);
 }
-BENCHMARK(ReadLock4_luvia)->UseRealTime();
+BENCHMARK(ReadLock_luvia)->Arg(1)->Arg(2)->Arg(4)->UseRealTime();
 
-void ReadLock4_pthread(benchmark::State& state)
+void ReadLock_pthread(benchmark::State& state)
 {
     pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
-    fourReaders(
+    readers(
         state, [&] { pthread_rwlock_rdlock(&lock); }, [&] { pthread_rwlock_unlock(&lock); });
     pthread_rwlock_destroy(&lock);
 }
-BENCHMARK(ReadLock4_pthread)->UseRealTime();
+BENCHMARK(ReadLock_pthread)->Arg(1)->Arg(2)->Arg(4)->UseRealTime();
 
 /// One turn: there and back.
 template <typename Signal, typename Wait>

@@ -9,6 +9,10 @@ namespace {
 
 /// Shared by the caller and helpers, of which some may only arrive when all is done; the last one frees it.
 struct Apply {
+    Apply(size_t iterations, void* taskContext, void (*task)(void*, size_t), size_t userCount)
+        : count(iterations), context(taskContext), work(task), users(userCount)
+    {}
+
     const size_t count;
     void* const context;
     void (*const work)(void* context, size_t i);
@@ -40,8 +44,7 @@ void dispatch_apply_f(size_t iterations, dispatch_queue_t queue, void* context, 
     if (iterations == 0) return;
     Queue* on = queue ? fromHandle(queue) : globalQueue();
     const size_t helpers = on->isConcurrent() ? std::min<size_t>(iterations, processorCount()) - 1 : 0;
-    Apply* apply = new (std::nothrow) Apply{iterations, context, work, helpers + 1};
-    if (!apply) stop("out of memory");
+    Apply* apply = make<Apply>(iterations, context, work, helpers + 1);
     for (size_t i = 0; i < helpers; ++i)
         on->async(apply, [](void* shared) {
             static_cast<Apply*>(shared)->help();

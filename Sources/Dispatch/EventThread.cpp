@@ -11,7 +11,7 @@ namespace dispatch {
 
 EventThread& EventThread::shared()
 {
-    static EventThread* const thread = new EventThread;
+    static EventThread* const thread = make<EventThread>();
     return *thread;
 }
 

@@ -5,16 +5,17 @@
 
 #include <signal.h>
 
-#include <map>
 #include <mutex>
 
 #include "Dispatch/Time.h"
+#include "Memory/Containers.h"
 
 namespace dispatch {
 
 class EventThread {
 public:
     static EventThread& shared();
+    EventThread();
 
     /// Calls `fire` at `when` or soon after; in order of moments, and of calls for one moment.
     void at(Moment when, void (*fire)(void* context), void* context);
@@ -30,7 +31,6 @@ private:
         void* context;
     };
 
-    EventThread();
     void run();
     void waitForEvent(const Moment* until) const;
     void collectSignals();
@@ -38,7 +38,7 @@ private:
 
     int wakeUp_;  ///< an event counter of the kernel's
     std::mutex lock_;
-    std::multimap<Moment, Timer> timers_;
+    memory::Multimap<Moment, Timer> timers_;
     sigset_t watched_;
     void (*collect_)() = nullptr;
 };

@@ -12,7 +12,7 @@ void Group::enter()
 
 void Group::leave()
 {
-    std::vector<Notice> notices;
+    memory::Vector<Notice> notices;
     {
         std::lock_guard guard(lock_);
         if (entered_ == 0) stop("dispatch_group_leave without dispatch_group_enter");

@@ -2,8 +2,6 @@
 
 #pragma once
 
-#include <vector>
-
 #include "Dispatch/Queue.h"
 
 namespace dispatch {
@@ -30,7 +28,7 @@ private:
     std::condition_variable emptied_;
     size_t entered_ = 0;   ///< above 0 the group holds a reference to itself
     uint64_t rounds_ = 0;  ///< how often the group became empty: a waiter goes on even if it was entered again
-    std::vector<Notice> notices_;
+    memory::Vector<Notice> notices_;
 };
 
 }  // namespace dispatch

@@ -7,9 +7,14 @@
 
 namespace dispatch {
 
-void stop(const char* message, const char* subject)
+void warn(const char* message, const char* subject)
 {
     fprintf(stderr, "dispatch: %s%s%s\n", message, *subject ? ": " : "", subject);
+}
+
+void stop(const char* message, const char* subject)
+{
+    warn(message, subject);
     abort();
 }
 

@@ -7,8 +7,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <new>
 #include <utility>
+
+#include "Memory/Containers.h"
 
 namespace dispatch {
 
@@ -16,15 +17,10 @@ class Queue;
 
 /// The caller's fault, or nothing left to go on with: a line on standard error and abort(3).
 [[noreturn]] void stop(const char* message, const char* subject = "");
+/// The same line, and the process goes on.
+void warn(const char* message, const char* subject = "");
 
-/// `new` that stops the process instead of throwing.
-template <typename T, typename... Arguments>
-T* make(Arguments&&... arguments)
-{
-    T* made = new (std::nothrow) T(std::forward<Arguments>(arguments)...);
-    if (!made) stop("out of memory");
-    return made;
-}
+using memory::make;
 
 class Object {
 public:

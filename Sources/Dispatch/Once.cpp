@@ -3,6 +3,8 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "Memory/Containers.h"
+
 #undef dispatch_once_f
 
 namespace {
@@ -20,7 +22,7 @@ struct Waiting {
 
 Waiting& waiting()
 {
-    static Waiting* const shared = new Waiting;  // outlives the destructors of statics
+    static Waiting* const shared = memory::make<Waiting>();  // outlives the destructors of statics
     return *shared;
 }
 

@@ -1,20 +1,10 @@
 #include "Dispatch/Queue.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace dispatch {
 
-static std::unique_ptr<char[]> copyOf(const char* label)
-{
-    const size_t size = strlen(label) + 1;
-    std::unique_ptr<char[]> copy(new (std::nothrow) char[size]);
-    if (!copy) stop("out of memory");
-    memcpy(copy.get(), label, size);
-    return copy;
-}
-
-Queue::Queue(const char* label, Queue* target) : Object(target), label_(copyOf(label ? label : "")) {}
+Queue::Queue(const char* label, Queue* target) : Object(target), label_(label ? label : "") {}
 
 void Queue::sync(void* context, dispatch_function_t function, bool barrier)
 {

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "Dispatch/Item.h"
 #include "Dispatch/Object.h"
@@ -17,7 +16,7 @@ class Queue : public Object {
 public:
     Queue(const char* label, Queue* target);
 
-    const char* label() const { return label_.get(); }
+    const char* label() const { return label_.c_str(); }
     /// Whether tasks may run side by side, as far as this queue is concerned.
     virtual bool isConcurrent() const = 0;
 
@@ -48,9 +47,9 @@ private:
     };
     static void destroy(const Specific& specific);
 
-    std::unique_ptr<char[]> label_;
+    const memory::String label_;
     mutable std::mutex specificsLock_;  ///< guards specifics_; nothing is called under it
-    std::vector<Specific> specifics_;
+    memory::Vector<Specific> specifics_;
 };
 
 class Root : public Queue {

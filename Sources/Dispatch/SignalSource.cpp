@@ -4,8 +4,6 @@
 #include <errno.h>
 #include <signal.h>
 
-#include <vector>
-
 #include "Dispatch/EventThread.h"
 #include "Dispatch/Queue.h"
 
@@ -58,7 +56,7 @@ struct Watch {
     std::atomic<void (*)(int)> plain{nullptr};  ///< the handler that stood before, in one of its two forms
     std::atomic<void (*)(int, siginfo_t*, void*)> detailed{nullptr};
     struct sigaction before {};
-    std::vector<SignalSource*> sources;  ///< not retained: a source takes itself out before it goes
+    memory::Vector<SignalSource*> sources;  ///< not retained: a source takes itself out before it goes
 };
 
 /// All fields but the atomic ones of a watch are guarded by the lock. Never destroyed: signals come to the end.
@@ -142,7 +140,7 @@ void Watches::deliver()
     for (Watch& watch : watches_) {
         const uintptr_t count = watch.arrived.exchange(0);
         if (count == 0) continue;
-        std::vector<SignalSource*> alive;
+        memory::Vector<SignalSource*> alive;
         {
             std::lock_guard guard(lock_);
             for (SignalSource* source : watch.sources)

@@ -30,6 +30,14 @@ bool WorkQueue::mayEnter(bool alone) const
            !(alone && running_ > 0);
 }
 
+/// Under the lock, for a newcomer that may not enter and whose thread is in a task of this queue: whether its turn
+/// comes only when that task has ended. Tasks of a concurrent queue wait for a barrier, which waits for the tasks
+/// before it; but what a suspension holds may still start.
+bool WorkQueue::wouldWaitForInsider(bool alone) const
+{
+    return alone || exclusive_ || suspended_.load(std::memory_order_relaxed) == 0;
+}
+
 /// Under the lock, after every change: takes off the queue what may start now.
 WorkQueue::Ready WorkQueue::advance()
 {
@@ -106,7 +114,8 @@ Root* WorkQueue::acquire(bool barrier)
             ++running_;
         guard.unlock();
     } else {
-        if (!concurrent_ && Frame::isInside(this)) stop("dispatch_sync_f would wait for its own thread", label());
+        if (Frame::isInside(this) && wouldWaitForInsider(alone))
+            stop("dispatch_sync_f would wait for its own thread", label());
         Event turn;
         Item item(nullptr, nullptr);
         item.waiter = &turn;

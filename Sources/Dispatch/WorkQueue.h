@@ -35,6 +35,7 @@ private:
 
     bool runsAlone(bool barrier) const { return barrier || !concurrent_; }
     bool mayEnter(bool alone) const;
+    bool wouldWaitForInsider(bool alone) const;
     Ready advance();
     void start(Ready ready);
     void drain();

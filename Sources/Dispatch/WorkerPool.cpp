@@ -23,7 +23,7 @@ static constexpr auto kRetireAfter = 5s;
 
 WorkerPool& WorkerPool::shared()
 {
-    static WorkerPool* const pool = new WorkerPool;
+    static WorkerPool* const pool = make<WorkerPool>();
     return *pool;
 }
 
@@ -143,6 +143,7 @@ unsigned WorkerPool::missingWorkers()
 void WorkerPool::look()
 {
     unsigned missing = 0;
+    bool full = false;
     {
         std::lock_guard guard(lock_);
         looking_ = false;
@@ -153,8 +154,10 @@ void WorkerPool::look()
         missing = missingWorkers();
         threads_ += missing;
         starting_ += missing;
+        full = threads_ == kMaximumWorkers && !std::exchange(saidFull_, true);
         lookSoon();
     }
+    if (full) warn("512 workers are taken, and no more are started: tasks wait until one of these ends");
     startWorkers(missing);
 }
 

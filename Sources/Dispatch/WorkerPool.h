@@ -6,9 +6,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <vector>
 
 #include "Dispatch/Work.h"
+#include "Memory/Containers.h"
 
 namespace dispatch {
 
@@ -23,13 +23,14 @@ public:
     void submit(Work* work, size_t priority);
     bool hasBacklog() const { return waiting_.load(std::memory_order_relaxed) > 0; }
 
+    WorkerPool();
+
 private:
     struct Worker {
         clockid_t clock;  ///< processor time of the thread
         int64_t usedAtLook = 0;
     };
 
-    WorkerPool();
     void startWorkers(unsigned count);
     void work();
     Work* take();
@@ -43,12 +44,13 @@ private:
     std::condition_variable called_;
     std::array<List<Work>, kPriorities> ready_;
     std::atomic<size_t> waiting_{0};  ///< length of all lists; written under the lock
-    std::vector<Worker*> workers_;
+    memory::Vector<Worker*> workers_;
     unsigned threads_ = 0;   ///< workers, and those that are being started
     unsigned starting_ = 0;  ///< of these, not there yet
     unsigned idle_ = 0;      ///< asleep and not called
     unsigned calls_ = 0;     ///< sleepers that are called and not awake yet
 
+    bool saidFull_ = false;
     bool looking_ = false;  ///< a look is due soon
     uint64_t taken_ = 0;
     uint64_t takenAtLook_ = 0;

@@ -70,6 +70,8 @@ template <typename Key, typename Less = std::less<Key>>
 using Set = std::set<Key, Less, StoppingAllocator<Key>>;
 template <typename Key, typename Value, typename Less = std::less<Key>>
 using Map = std::map<Key, Value, Less, StoppingAllocator<std::pair<const Key, Value>>>;
+template <typename Key, typename Value, typename Less = std::less<Key>>
+using Multimap = std::multimap<Key, Value, Less, StoppingAllocator<std::pair<const Key, Value>>>;
 template <typename Key, typename Hash = std::hash<Key>, typename Equal = std::equal_to<Key>>
 using UnorderedSet = std::unordered_set<Key, Hash, Equal, StoppingAllocator<Key>>;
 template <typename Key, typename Value, typename Hash = std::hash<Key>, typename Equal = std::equal_to<Key>>

@@ -1,10 +1,12 @@
 #include <atomic>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "Tests/Dispatch/Tasks.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/Sleeper.h"
 
 using namespace luvia_test;
 
@@ -14,53 +16,77 @@ static HeldQueue concurrentQueue(const char* label = "concurrent")
     return HeldQueue(dispatch_queue_create(label, DISPATCH_QUEUE_CONCURRENT));
 }
 
-TEST(SerialQueue, RunsTheTasksOfEachProducerInOrderAndOneAtATime)
+// Producers on a serial queue, a concurrent one, and two that target a serial one, with whatever form of task: writers
+// are alone, readers see no half-made change, and what one producer put on a serial queue runs in order.
+TEST(Queues, KeepOrderAndKeepWritersApartUnderLoad)
 {
-    constexpr int kProducers = 4, kTasks = 2000;
-    HeldQueue queue = serialQueue();
-    std::vector<int> seen[kProducers];  // no lock: the queue is the lock
-    std::atomic<int> inside{0}, worst{0};
-    std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p)
-        producers.emplace_back([&, p] {
-            for (int i = 0; i < kTasks; ++i) {
-                Task task = [&, p, i] {
-                    if (++inside > 1) ++worst;
-                    seen[p].push_back(i);
-                    --inside;
-                };
-                if (i % 7 == 3)
-                    sync(queue, task);
-                else
-                    async(queue, task);
-            }
-        });
-    for (std::thread& producer : producers) producer.join();
-    sync(queue, [] {});
-    EXPECT_EQ(worst, 0);
-    for (const std::vector<int>& order : seen) {
-        ASSERT_EQ(order.size(), size_t(kTasks));
-        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    enum Kind { kSerial, kConcurrent, kTargeting };
+    for (const Kind kind : {kSerial, kConcurrent, kTargeting}) {
+        HeldQueue bottom(dispatch_queue_create("bottom", kind == kConcurrent ? DISPATCH_QUEUE_CONCURRENT : nullptr));
+        HeldQueue first = concurrentQueue(), second = serialQueue();
+        dispatch_set_target_queue(first, bottom);
+        dispatch_set_target_queue(second, bottom);
+        HeldGroup group(dispatch_group_create());
+        int left = 0, right = 0, last[4] = {};  // no lock: the queue is the lock
+        std::atomic<int> torn{0}, outOfOrder{0}, writes{0};
+        std::vector<std::thread> producers;
+        for (unsigned p = 0; p < 4; ++p)
+            producers.emplace_back([&, p] {
+                const dispatch_queue_t queue = kind != kTargeting ? bottom : p % 2 ? first : second;
+                std::minstd_rand random(p + 1);
+                for (int i = 1; i <= 500; ++i) {
+                    const auto read = [&] { torn += left != right; };
+                    const auto write = [&, p, i] {
+                        ++left;
+                        if (i % 16 == 0) std::this_thread::yield();
+                        ++right;
+                        if (kind == kSerial) outOfOrder += std::exchange(last[p], i) > i;
+                    };
+                    const auto form = random() % 8;
+                    writes += form < 3;
+                    switch (form) {
+                        case 0: barrierAsync(queue, write); break;
+                        case 1: barrierSync(queue, write); break;
+                        case 2: kind == kConcurrent ? barrierAsync(queue, write) : async(queue, write); break;
+                        case 3:
+                        case 4: sync(queue, read); break;
+                        case 5: groupAsync(group, queue, read); break;
+                        default: async(queue, read);
+                    }
+                }
+                barrierSync(queue, [] {});
+            });
+        for (std::thread& producer : producers) producer.join();
+        barrierSync(bottom, [] {});
+        EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
+        EXPECT_TRUE(torn == 0 && outOfOrder == 0) << kind;
+        EXPECT_EQ(left, writes) << kind;
     }
 }
 
-TEST(SerialQueue, SyncRunsOnTheCallersThreadBehindWhatWasThereBefore)
+TEST(SerialQueue, SyncRunsOnTheCallersThreadInItsTurn)
 {
     HeldQueue queue = serialQueue();
     HandOver steps;
-    bool first = false;
+    std::string order;  // no lock: the queue is the lock
+    dispatch_suspend(queue);
     async(queue, [&] {
-        steps.await(1);
-        first = true;
-    });
-    std::thread caller([&] {
         steps.reach(1);
+        steps.await(2);
+    });
+    Sleeper caller([&] {
         sync(queue, [&, id = std::this_thread::get_id()] {
-            EXPECT_TRUE(first);
+            order += 's';
             EXPECT_EQ(std::this_thread::get_id(), id);
         });
     });
-    caller.join();
+    caller.awaitAsleep();
+    async(queue, [&] { order += '1'; });
+    dispatch_resume(queue);
+    EXPECT_TRUE(steps.await(1));
+    async(queue, [&] { order += '2'; });  // behind what is left of those that started together
+    steps.reach(2);
+    sync(queue, [&] { EXPECT_EQ(order, "s12"); });
 }
 
 TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
@@ -79,15 +105,49 @@ TEST(SerialQueue, LivesWithoutAReferenceUntilItsTasksHaveRun)
     EXPECT_EQ(steps.step(), 0);
     steps.reach(1);
     EXPECT_TRUE(steps.await(3));
+
+    HandOver shared, other;
+    {
+        HeldQueue queue = concurrentQueue();
+        dispatch_set_context(queue, &shared);
+        dispatch_set_finalizer_f(queue, [](void* context) { static_cast<HandOver*>(context)->reach(3); });
+        async(queue, [&] {
+            shared.await(2);
+            EXPECT_EQ(shared.step(), 2);
+        });
+    }
+    async(dispatch_get_global_queue(0, 0), [&] { other.reach(1); });
+    EXPECT_TRUE(other.await(1));
+    shared.reach(2);
+    EXPECT_TRUE(shared.await(3));
 }
 
-TEST(SerialQueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
+TEST(QueueDeathTest, AThreadThatWouldWaitForItselfStopsTheProgram)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    HeldQueue outer = serialQueue("outer"), inner = serialQueue("inner");
+    HeldQueue outer = serialQueue("outer"), inner = serialQueue("inner"), shared = concurrentQueue("shared");
     dispatch_set_target_queue(inner, outer);
     EXPECT_DEATH(sync(outer, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
     EXPECT_DEATH(sync(inner, [&] { sync(outer, [] {}); }), "wait for its own thread: outer");
+    EXPECT_DEATH(barrierSync(shared, [&] { sync(shared, [] {}); }), "wait for its own thread: shared");
+    EXPECT_DEATH(sync(shared, [&] { barrierSync(shared, [] {}); }), "wait for its own thread: shared");
+    const auto behindABarrier = [&] {
+        barrierAsync(shared, [] {});
+        sync(shared, [] {});
+    };
+    EXPECT_DEATH(sync(shared, behindABarrier), "wait for its own thread: shared");
+    // What a suspension holds may go on, and so may a reader among readers.
+    HandOver steps;
+    std::thread resumer([&] {
+        steps.await(1);
+        dispatch_resume(shared);
+    });
+    sync(shared, [&] {
+        sync(shared, [&] { dispatch_suspend(shared); });
+        steps.reach(1);
+        sync(shared, [] {});
+    });
+    resumer.join();
 }
 
 TEST(CurrentQueue, IsTheInnermostInNestedSyncAndAGlobalOneOutside)
@@ -125,61 +185,6 @@ TEST(ConcurrentQueue, SharedTasksMeetAndABarrierRunsAlone)
     barrierSync(queue, [&] { EXPECT_EQ(after, 3); });
 }
 
-// A readers-and-writer check under load: writers are alone, readers see no half-made change, whatever form each takes.
-TEST(ConcurrentQueue, KeepsReadersAndWritersApartUnderLoad)
-{
-    HeldQueue queue = concurrentQueue();
-    HeldGroup group(dispatch_group_create());
-    int left = 0, right = 0;
-    std::atomic<int> torn{0};
-    const auto write = [&] {
-        ++left;
-        std::this_thread::yield();
-        ++right;
-    };
-    const auto read = [&] {
-        if (left != right) ++torn;
-    };
-    std::vector<std::thread> threads;
-    for (unsigned seed = 1; seed <= 4; ++seed)
-        threads.emplace_back([&, seed] {
-            std::minstd_rand random(seed);
-            for (int i = 0; i < 500; ++i) switch (random() % 8) {
-                    case 0: barrierAsync(queue, write); break;
-                    case 1: barrierSync(queue, write); break;
-                    case 2:
-                    case 3: sync(queue, read); break;
-                    case 4: groupAsync(group, queue, read); break;
-                    default: async(queue, read);
-                }
-        });
-    for (std::thread& thread : threads) thread.join();
-    barrierSync(queue, read);
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
-}
-
-TEST(TargetQueue, QueuesWithOneSerialTargetNeverRunAtTheSameTime)
-{
-    HeldQueue target = serialQueue("target"), shared = concurrentQueue("shared"), serial = serialQueue("serial");
-    dispatch_set_target_queue(shared, target);
-    dispatch_set_target_queue(serial, target);
-    int count = 0;  // no lock
-    std::vector<std::thread> threads;
-    for (dispatch_queue_t queue : {dispatch_queue_t(target), dispatch_queue_t(shared), dispatch_queue_t(serial)})
-        threads.emplace_back([&count, queue] {
-            for (int i = 0; i < 600; ++i) {
-                if (i % 3 == 0)
-                    sync(queue, [&] { ++count; });
-                else
-                    async(queue, [&] { ++count; });
-            }
-            barrierSync(queue, [] {});
-        });
-    for (std::thread& thread : threads) thread.join();
-    sync(target, [&] { EXPECT_EQ(count, 1800); });
-}
-
 TEST(TargetQueue, ChangesBehindTheTasksThatAreOnTheQueue)
 {
     HeldQueue first = serialQueue("first"), second = serialQueue("second"), queue = serialQueue("queue");
@@ -193,9 +198,14 @@ TEST(TargetQueue, ChangesBehindTheTasksThatAreOnTheQueue)
     async(queue, [&] { steps.await(1); });
     async(queue, expect(&one));
     dispatch_set_target_queue(queue, second);
-    async(queue, expect(&two));
+    std::atomic<bool> ran{false};
+    async(queue, [&] { ran = true; });
+    async(second, [&] { steps.await(2); });
     steps.reach(1);
+    sync(first, [&] { EXPECT_FALSE(ran) << "on the new target only, which is busy"; });
+    steps.reach(2);
     sync(queue, expect(&two));
+    EXPECT_TRUE(ran);
 }
 
 TEST(QueueSpecific, IsInheritedReplacedAndDestroyed)

@@ -1,5 +1,6 @@
+#include <unistd.h>
+
 #include <atomic>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -39,6 +40,29 @@ TEST(WorkerPool, BlockedQueuesStarveNoOtherQueue)
     EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_NOW), 1);
     release.reach(1);
     EXPECT_EQ(dispatch_group_wait(group, DISPATCH_TIME_FOREVER), 0);
+}
+
+TEST(WorkerPoolDeathTest, SaysThatItIsFullAndGoesOn)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            constexpr int kMost = 512;
+            HandOver started;
+            HandOver release;
+            HeldGroup group(dispatch_group_create());
+            for (int i = 0; i <= kMost; ++i)
+                groupAsync(group, global(), [&] {
+                    started.advance();
+                    release.await(1);
+                });
+            started.await(kMost);
+            fprintf(stderr, "%d\n", started.step());
+            release.reach(1);
+            dispatch_group_wait(group, DISPATCH_TIME_FOREVER);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "dispatch: 512 workers are taken[^\n]*\n512\n$");
 }
 
 TEST(WorkerPool, TasksThatSpinGetCompanyToo)

@@ -7,7 +7,6 @@
 
 #include <chrono>
 
-#include "Platform/Common/CommonSynchronizationPrivate.h"
 #include "Platform/Ostra/OstraSynchronizationPrivate.h"
 #include "Tests/Support/HandOver.h"
 

@@ -19,14 +19,16 @@ enum {
 /// Nothing when memory runs out.
 TavReadWriteLockRef TavReadWriteLockCreate(uint32_t flags);
 TavReadWriteLockRef TavReadWriteLockCreateWithFlags(ZoAllocatorRef allocator, uint32_t flags);
-/// Not reentrant: a thread that waits for what it holds itself waits for ever. The status of the internal mutex.
+/// Not reentrant: a thread that waits for what it holds itself waits for ever. Where nobody stands in the way it is one
+/// step on one word; else the thread sleeps. 0, or the status of the wait: the lock is being destroyed. A lock serves
+/// some 16 million readers at once and half a million threads that wait.
 OSStatus TavReadWriteLockLockForRead(TavReadWriteLockRef lock);
 /// Does nothing, with status 0, where no reader is active.
 OSStatus TavReadWriteLockUnlockForRead(TavReadWriteLockRef lock);
 OSStatus TavReadWriteLockLockForWrite(TavReadWriteLockRef lock);
 /// Does nothing, with status 0, where no writer is active.
 OSStatus TavReadWriteLockUnlockForWrite(TavReadWriteLockRef lock);
-/// 0 for an absent lock. A lock whose parts cannot be destroyed leaks: their status, signalled.
+/// 0 for an absent lock. A lock whose semaphore cannot be destroyed leaks: its status, signalled.
 OSStatus TavReadWriteLockDestroy(TavReadWriteLockRef lock);
 
 /// A dispatch queue, which the caller releases with dispatch_release.

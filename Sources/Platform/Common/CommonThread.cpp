@@ -96,7 +96,7 @@ static uint64_t abortQueueID(dispatch_queue_t queueOrCurrent)
 
 /// What stands in the way of a registration: the first entry of the caller's own that is the same, or a marker.
 static OSStatus abortListCheckRegistration(TavThreadID thread, uint64_t queueID, TavThreadAbortAction action,
-                                           const void* refcon)
+                                           const void* refcon, const char* operation)
 {
     for (const AbortEntry* entry = gAbortActionList.head; entry; entry = entry->next) {
         if (entry->thread != thread && (queueID == 0 || entry->queueID != queueID)) continue;
@@ -108,7 +108,7 @@ static OSStatus abortListCheckRegistration(TavThreadID thread, uint64_t queueID,
         else
             abortTrace("### Entry %p Thread %p already aborted for teardown", static_cast<const void*>(entry),
                        reinterpret_cast<void*>(thread));
-        return TAV_SIGNAL(kTavThreadAlreadyAborted, "Thread or queue already aborted for teardown");
+        return TAV_SIGNAL_FROM(operation, kTavThreadAlreadyAborted, "Thread or queue already aborted for teardown");
     }
     return 0;
 }
@@ -126,7 +126,7 @@ OSStatus TavThreadRegisterAbortAction(TavThreadAbortAction action, void* refcon,
     if (gAbortingNow)
         status = TAV_SIGNAL(kTavThreadNotReentrantErr, "TavThreadRegisterAbortAction is not reentrant");
     else
-        status = abortListCheckRegistration(thread, queueID, action, refcon);
+        status = abortListCheckRegistration(thread, queueID, action, refcon, __func__);
     if (status == 0) {
         *outToken = abortListAppend(thread, queueID, label, action, refcon);
         if (!*outToken) status = TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
@@ -176,11 +176,11 @@ static bool abortRunActions(const AbortTarget& target)
     return metMarker;
 }
 
-static OSStatus abortAppendMarker(const AbortTarget& target)
+static OSStatus abortAppendMarker(const AbortTarget& target, const char* operation)
 {
     const AbortEntry* marker = abortListAppend(target.thread, target.queueID, target.queueLabel,
                                                kSpecialAction_ThreadWasAbortedForTeardown, nullptr);
-    if (!marker) return TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
+    if (!marker) return TAV_SIGNAL_FROM(operation, kTavThreadAllocationErr, "memErr");
     if (target.queueID)
         abortTrace("Registered tearDown abort action entry %p for queueID %" PRId64 " (%s)",
                    static_cast<const void*>(marker), static_cast<int64_t>(target.queueID), marker->queueLabel);
@@ -200,14 +200,14 @@ static void abortSweep(bool withStrayMarkers)
     });
 }
 
-static OSStatus abortTarget(const AbortTarget& target, bool forTeardown)
+static OSStatus abortTarget(const AbortTarget& target, bool forTeardown, const char* operation)
 {
     TAV_TRY(TavThreadLockAbortList());
     OSStatus status = 0;
     if (!gAbortingNow) {
         gAbortingNow = true;
         const bool metMarker = abortRunActions(target);
-        if (forTeardown && !metMarker) status = abortAppendMarker(target);
+        if (forTeardown && !metMarker) status = abortAppendMarker(target, operation);
         abortSweep(forTeardown && target.queueID == 0);
         gAbortingNow = false;
     }
@@ -215,22 +215,23 @@ static OSStatus abortTarget(const AbortTarget& target, bool forTeardown)
     return status;
 }
 
-static OSStatus abortQueue(dispatch_queue_t queue, bool forTeardown)
+static OSStatus abortQueue(dispatch_queue_t queue, bool forTeardown, const char* operation)
 {
     const uint64_t queueID = abortQueueID(queue);
     if (queueID == 0)
-        return TAV_SIGNAL(kTavThreadParamErr, "TavThreadMakeDispatchQueueAbortable was not called for this queue");
+        return TAV_SIGNAL_FROM(operation, kTavThreadParamErr,
+                               "TavThreadMakeDispatchQueueAbortable was not called for this queue");
     const char* label = dispatch_queue_get_label(queue ? queue : DISPATCH_CURRENT_QUEUE_LABEL);
-    return abortTarget({kTavThreadInvalidID, queueID, label}, forTeardown);
+    return abortTarget({kTavThreadInvalidID, queueID, label}, forTeardown, operation);
 }
 
-OSStatus TavThreadAbort(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, false); }
+OSStatus TavThreadAbort(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, false, __func__); }
 
-OSStatus TavThreadAbortForTeardown(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, true); }
+OSStatus TavThreadAbortForTeardown(TavThreadID thread) { return abortTarget({thread, 0, nullptr}, true, __func__); }
 
-OSStatus TavThreadAbortQueue(dispatch_queue_t queue) { return abortQueue(queue, false); }
+OSStatus TavThreadAbortQueue(dispatch_queue_t queue) { return abortQueue(queue, false, __func__); }
 
-OSStatus TavThreadAbortQueueForTeardown(dispatch_queue_t queue) { return abortQueue(queue, true); }
+OSStatus TavThreadAbortQueueForTeardown(dispatch_queue_t queue) { return abortQueue(queue, true, __func__); }
 
 // The end of markers -------------------------------------------------------------------------------------------------
 

@@ -24,7 +24,7 @@ static void deliver(uint32_t type, const char* line, size_t length)
         case kTavLogControl_Syslog: syslog(type == 0 || type == 2 ? LOG_ERR : LOG_NOTICE, "%s", line); break;
         case kTavLogControl_StandardError: fprintf(stderr, "%s\n", line); break;
         case kTavLogControl_StandardOutput: puts(line); break;
-        case kTavLogControl_ExternalFile: tav_log_write_external(line); break;
+        case kTavLogControl_ExternalFile: tav_log_write_external(line, length); break;
         case kTavLogControl_BlockBuffer: tav_log_append_to_block_buffer(line, length); break;
         default: break;
     }

@@ -12,10 +12,10 @@
 #include "Platform/Ostra/OstraSynchronization.h"
 
 /// Guards the external log file, and the reading of the control preferences as a whole. Reentrant: the reader closes
-/// the file through functions that take it again. Made by tav_note_initialize_logging.
-extern TavReentrantMutexRef gTavLogControlMutex;
+/// the file through functions that take it again.
+extern const TavReentrantMutexRef gTavLogControlMutex;
 
-/// Runs once: makes the mutex and reads the control preferences.
+/// Runs once: reads the control preferences.
 void tav_note_initialize_logging();
 /// Runs once: records the start for time stamps.
 void tav_note_initialize_timestamps();
@@ -37,19 +37,20 @@ void tav_note_set_external_log_file(const char* path, int64_t sizeLimit, bool is
 /// Opens for appending and sets the destination, to the system log where that fails.
 void tav_note_open_external_log_file();
 void tav_note_close_external_log_file();
-void tav_log_write_external(const char* line);
+void tav_log_write_external(const char* line, size_t length);
 
 // The block buffer.
 
 /// Makes the queue and an empty buffer, once.
 OSStatus tav_log_prepare_block_buffer();
+/// Where memory ends the line is dropped, and so are lines about that.
 void tav_log_append_to_block_buffer(const char* line, size_t length);
 /// Hands the collected lines over and begins anew.
 LuBlockBufferRef tav_log_take_block_buffer();
 
 constexpr size_t kTavLogFilteredFormatSize = 512;
 
-/// Copies `format` without its annotations; whether it asks for an object. `filtered` has kTavLogFilteredFormatSize
-/// bytes.
+/// Copies `format` without its annotations, and without a conversion that its end cuts; whether it asks for an object.
+/// `filtered` has kTavLogFilteredFormatSize bytes.
 bool CopyFilteredFormatString(const char* format, char* filtered);
 void tav_log_internal(uint32_t type, uint32_t flags, const char* format, va_list arguments);

@@ -35,6 +35,18 @@ static const char* skipAnnotation(const char* at, FilteredFormat& out)
     return closing + kSequenceLength;
 }
 
+/// Where a conversion begins that the text ends in, or the end of the text: printf(3) refuses the whole of a format
+/// with such a conversion.
+static char* unfinishedConversion(char* format)
+{
+    for (char* at = format; (at = strchr(at, '%')); ++at) {
+        char* const conversion = at;
+        at += 1 + strspn(at + 1, "#0- +'I123456789.*$hlLqjzt");
+        if (*at == 0) return conversion;
+    }
+    return format + strlen(format);
+}
+
 bool CopyFilteredFormatString(const char* format, char* filtered)
 {
     FilteredFormat out = {filtered};
@@ -48,5 +60,6 @@ bool CopyFilteredFormatString(const char* format, char* filtered)
         out.add(*format++);
     }
     filtered[out.length] = 0;
+    *unfinishedConversion(filtered) = 0;
     return hasObject;
 }

@@ -84,11 +84,13 @@ void set_tavnote_value(ZoStringRef applicationID, ZoStringRef key, const NoteRec
         if (ZoNumberGetValue(static_cast<ZoNumberRef>(value.get()), kZoNumberIntType, &level))
             store(record->variable, level);
         else
-            tav_log(1, 1, 0, 0, "|TavNote| %s: cannot convert number %@ %@", __func__, key, applicationID);
+            tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavNote| %s: cannot convert number %@ %@",
+                    __func__, key, applicationID);
     } else if (type == ZoBooleanGetTypeID()) {
         store(record->variable, ZoEqual(value.get(), kZoBooleanTrue) ? 1 : 0);
     } else {
-        tav_log(1, 1, 0, 0, "|TavNote| %s: Cannot use type of %@ %@", __func__, key, applicationID);
+        tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavNote| %s: Cannot use type of %@ %@", __func__,
+                key, applicationID);
     }
 }
 
@@ -140,7 +142,7 @@ void refreshRegisteredNotes()
 
 void refresh_registered_tavnote_variables(void*)
 {
-    tav_log(1, 1, 0, 0, "|TavNote| %s: SIGNALLED!", __func__);
+    tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavNote| %s: SIGNALLED!", __func__);
     TavNote_RefreshControlPreferences();
     refreshRegisteredNotes();
 }
@@ -275,8 +277,8 @@ OSStatus TavNote_OneTimeInitializationForLuviad(void)
         dispatch_source_set_event_handler_f(source, refresh_registered_tavnote_variables);
         dispatch_resume(source);
     }
-    tav_log(1, 1, 0, 0, "|TavNote| %s: Set up SIGUSR1 handler on queue %p", __func__,
-            static_cast<const void*>(registryQueue()));
+    tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavNote| %s: Set up SIGUSR1 handler on queue %p",
+            __func__, static_cast<const void*>(registryQueue()));
     tav_note_initialize_logging();
     return tav_note_read_control_preferences();
 }
@@ -291,7 +293,7 @@ Boolean TavNote_AllowInternalDefaultLogs(void)
                                                                 ZOSTR(kTavApplicationID), byDefault) != 0;
         *static_cast<Boolean*>(allow) = wanted;
         if (wanted != byDefault)
-            tav_log(1, 1, 0, 0,
+            tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0,
                     "|TavNote| %s: %s internal default logs -- thank you for setting \"defaults write com.orvane.luvia "
                     "allow_internal_default_logs -bool %s\"",
                     "TavNote_AllowInternalDefaultLogs", wanted ? "Allowing" : "Not allowing", wanted ? "YES" : "NO");

@@ -6,7 +6,8 @@
 //
 //     static TavTraceNote sTrace;
 //     tavTraceNoteRegister(&sTrace, "tavfile_trace", 0);                 // once
-//     if (tavTraceIsOn(&sTrace)) tav_log(1, 1, 0, 0, "|TavFile| %s: opened %s", __func__, path);
+//     if (tavTraceIsOn(&sTrace)) tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavFile| %s: opened %s",
+//     __func__, path);
 
 #pragma once
 

@@ -7,8 +7,11 @@
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoNumber.h"
 #include "Platform/Common/TavLogPrivate.h"
+#include "Platform/Ostra/OstraSynchronizationPrivate.h"
 
-TavReentrantMutexRef gTavLogControlMutex;
+// Static, so that there is one whatever memory there is.
+static TavMutex_ sTavLogControlMutex = {PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP, nullptr};
+const TavReentrantMutexRef gTavLogControlMutex = &sTavLogControlMutex;
 bool gAllowAutomaticTavNotes = true;
 
 static constexpr int64_t kLeastSizeLimit = 0x10000;
@@ -101,8 +104,8 @@ static void readDestination()
     } else if (isBoolean(value.get())) {
         setDestination(ZoEqual(value.get(), kZoBooleanTrue) ? kTavLogControl_Syslog : kTavLogControl_Off);
     } else {
-        tav_log(1, 1, 0, 0, "|TavNote| %s: Cannot use type with %s %s", "tav_note_read_control_preferences",
-                "tav_notes", kTavApplicationID);
+        tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "|TavNote| %s: Cannot use type with %s %s",
+                "tav_note_read_control_preferences", "tav_notes", kTavApplicationID);
     }
 }
 
@@ -133,10 +136,7 @@ OSStatus tav_note_read_control_preferences()
 void tav_note_initialize_logging()
 {
     static dispatch_once_t sOnce;
-    dispatch_once_f(&sOnce, nullptr, [](void*) {
-        gTavLogControlMutex = TavReentrantMutexCreate();
-        tav_note_read_control_preferences();
-    });
+    dispatch_once_f(&sOnce, nullptr, [](void*) { tav_note_read_control_preferences(); });
 }
 
 void TavNote_RefreshControlPreferences(void)

@@ -45,7 +45,7 @@ private:
     size_t length_ = 0;
 };
 
-void logText(const Text& text) { tav_log(1, 1, 0, 0, "%s", text.get()); }
+void logText(const Text& text) { tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, "%s", text.get()); }
 
 }  // namespace
 
@@ -97,7 +97,8 @@ __attribute__((noinline)) void TavLogBacktraceWithMsg(const char* message)
         }
     }
     if (text.isFull()) text.overwriteEnd(" - TavBacktrace Truncated");
-    tav_log_with_return_address(0, 1, 1, 0, 0, __builtin_return_address(0), "%s", text.get());
+    tav_log_with_return_address(0, kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, __builtin_return_address(0), "%s",
+                                text.get());
 }
 
 void TavLogBacktraceFrames(ZoArrayRef addresses, const char* message)

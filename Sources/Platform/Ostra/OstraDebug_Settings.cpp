@@ -52,7 +52,7 @@ Boolean TavIsItOKToLogURLs(void)
     dispatch_once_f(&sOnce, nullptr, [](void*) {
         sAllowed = TavGetZoPreferenceNumberWithDefault(ZOSTR("logurls"), ZOSTR(kTavApplicationID), 0) != 0;
         if (sAllowed)
-            tav_log(1, 1, 0, 0,
+            tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0,
                     "/workspace/tav/Sources/Platform/Ostra/OstraDebug %s: %s to log URLs -- thank you for setting "
                     "\"defaults write com.orvane.luvia logurls -bool %s\"",
                     "TavIsItOKToLogURLs", "Allowing", "YES");

@@ -73,6 +73,8 @@ struct TavDeadline {
 };
 
 TavDeadline tavDeadlineAfter(int64_t timeout);
-/// Both give 0, ETIMEDOUT, or another errno value, which they have signalled.
-int tavWaitOnCondition(pthread_cond_t* condition, TavSimpleMutexRef mutex, const TavDeadline& deadline);
-int tavWaitOnConditionTimedRelative(pthread_cond_t* condition, TavSimpleMutexRef mutex, int64_t timeout);
+/// Both give 0, ETIMEDOUT, or another errno value, which they have signalled in the name of `operation`.
+int tavWaitOnCondition(pthread_cond_t* condition, TavSimpleMutexRef mutex, const TavDeadline& deadline,
+                       const char* operation);
+int tavWaitOnConditionTimedRelative(pthread_cond_t* condition, TavSimpleMutexRef mutex, int64_t timeout,
+                                    const char* operation);

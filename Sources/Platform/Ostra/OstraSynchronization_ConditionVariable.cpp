@@ -21,7 +21,7 @@ OSStatus TavConditionVariableBroadcast(TavConditionVariableRef condition)
 
 OSStatus TavConditionVariableWaitRelative(TavConditionVariableRef condition, TavSimpleMutexRef mutex, int64_t timeout)
 {
-    const int err = tavWaitOnConditionTimedRelative(&condition->posix, mutex, timeout);
+    const int err = tavWaitOnConditionTimedRelative(&condition->posix, mutex, timeout, __func__);
     return err == ETIMEDOUT ? kTavWaitTimedOutErr : err;
 }
 

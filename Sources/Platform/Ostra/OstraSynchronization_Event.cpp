@@ -19,21 +19,21 @@ TavEventRef TavEventCreate(bool manualReset, bool initiallySet)
     return event;
 }
 
-static int eventWait(TavEventRef event)
+static int eventWait(TavEventRef event, const char* operation)
 {
-    return tavWaitOnConditionTimedRelative(&event->condition, event->mutex, kTavWaitForever);
+    return tavWaitOnConditionTimedRelative(&event->condition, event->mutex, kTavWaitForever, operation);
 }
 
 /// Enters the event: locks it, and lets a set in progress finish first. Holds the mutex on success only.
-static OSStatus eventEnter(TavEventRef event, const char* messageIfDeleted)
+static OSStatus eventEnter(TavEventRef event, const char* messageIfDeleted, const char* operation)
 {
     TAV_TRY(TavReentrantMutexLock(event->mutex));
     OSStatus status = 0;
     event->standingBack += 1;
-    while (event->settingInProgress && status == 0) status = eventWait(event);
+    while (event->settingInProgress && status == 0) status = eventWait(event, operation);
     event->standingBack -= 1;
     if (event->deleted) {
-        status = TAV_SIGNAL(kTavResourceDeletedErr, messageIfDeleted);
+        status = TAV_SIGNAL_FROM(operation, kTavResourceDeletedErr, messageIfDeleted);
         pthread_cond_broadcast(&event->condition);
     }
     if (status) TavReentrantMutexUnlock(event->mutex);
@@ -42,22 +42,22 @@ static OSStatus eventEnter(TavEventRef event, const char* messageIfDeleted)
 
 /// Waits until those that a set found have been let through. The waiter of an automatic event that ran out of time
 /// clears nothing: without waiters the event stays set, and is there for the next one.
-static int eventLetWaitersThrough(TavEventRef event)
+static int eventLetWaitersThrough(TavEventRef event, const char* operation)
 {
     int err = 0;
-    while (event->waiters != 0 && (event->manualReset || event->set) && err == 0) err = eventWait(event);
+    while (event->waiters != 0 && (event->manualReset || event->set) && err == 0) err = eventWait(event, operation);
     return err;
 }
 
 OSStatus TavEventSet(TavEventRef event)
 {
-    TAV_TRY(eventEnter(event, "Cannot signal deleted event"));
+    TAV_TRY(eventEnter(event, "Cannot signal deleted event", __func__));
     int err = 0;
     if (!event->set) {
         event->set = true;
         event->settingInProgress = true;
         pthread_cond_broadcast(&event->condition);
-        err = eventLetWaitersThrough(event);
+        err = eventLetWaitersThrough(event, __func__);
         event->settingInProgress = false;
         pthread_cond_broadcast(&event->condition);
     }
@@ -67,7 +67,7 @@ OSStatus TavEventSet(TavEventRef event)
 
 OSStatus TavEventReset(TavEventRef event)
 {
-    TAV_TRY(eventEnter(event, "Cannot signal deleted event"));
+    TAV_TRY(eventEnter(event, "Cannot signal deleted event", __func__));
     event->set = false;
     TavReentrantMutexUnlock(event->mutex);
     return 0;
@@ -76,11 +76,11 @@ OSStatus TavEventReset(TavEventRef event)
 OSStatus TavEventWaitRelative(TavEventRef event, int64_t timeout)
 {
     const TavDeadline deadline = tavDeadlineAfter(timeout);
-    TAV_TRY(eventEnter(event, "Cannot wait on deleted event"));
+    TAV_TRY(eventEnter(event, "Cannot wait on deleted event", __func__));
     event->waiters += 1;
     int err = 0;
     while (!event->set && !event->deleted && err == 0)
-        err = tavWaitOnCondition(&event->condition, event->mutex, deadline);
+        err = tavWaitOnCondition(&event->condition, event->mutex, deadline, __func__);
     event->waiters -= 1;
     if (err == 0 && !event->manualReset) event->set = false;
     pthread_cond_broadcast(&event->condition);
@@ -98,7 +98,8 @@ OSStatus TavEventDestroy(TavEventRef event)
     event->deleted = true;
     pthread_cond_broadcast(&event->condition);
     int err = 0;
-    while ((event->settingInProgress || event->waiters || event->standingBack) && err == 0) err = eventWait(event);
+    while ((event->settingInProgress || event->waiters || event->standingBack) && err == 0)
+        err = eventWait(event, __func__);
     TavReentrantMutexUnlock(event->mutex);
     if (err) return err;  // someone may still be inside: leaks
 

@@ -14,7 +14,7 @@ TavSimpleMutexRef TavSimpleMutexCreate(void) { return TavSimpleMutexCreateWithFl
 
 TavSimpleMutexRef TavSimpleMutexCreateWithFlags(ZoAllocatorRef allocator) { return mutexCreate(allocator, nullptr); }
 
-OSStatus TavSimpleMutexDestroy(TavSimpleMutexRef mutex)
+static OSStatus mutexDestroy(TavMutex_* mutex, const char* operation)
 {
     if (!mutex) return 0;
     const int err = pthread_mutex_destroy(&mutex->posix);
@@ -22,12 +22,14 @@ OSStatus TavSimpleMutexDestroy(TavSimpleMutexRef mutex)
         tav_log(kTavLogType_Error, kTavLogFlag_LocalTime, 0, 0,
                 "/workspace/tav/Sources/Platform/Ostra/OstraSynchronization %s: pthread_mutex_destroy ERROR %d mutex "
                 "%p; just leaking it",
-                __func__, err, static_cast<void*>(mutex));
-        return TAV_SIGNAL(err, "pthread_mutex_destroy failed, just leaking it");
+                operation, err, static_cast<void*>(mutex));
+        return TAV_SIGNAL_FROM(operation, err, "pthread_mutex_destroy failed, just leaking it");
     }
     tavRecordFree(mutex);
     return 0;
 }
+
+OSStatus TavSimpleMutexDestroy(TavSimpleMutexRef mutex) { return mutexDestroy(mutex, __func__); }
 
 OSStatus TavSimpleMutexLock(TavSimpleMutexRef mutex) { return pthread_mutex_lock(&mutex->posix); }
 
@@ -48,7 +50,7 @@ TavReentrantMutexRef TavReentrantMutexCreateWithFlags(ZoAllocatorRef allocator)
     return mutex;
 }
 
-OSStatus TavReentrantMutexDestroy(TavReentrantMutexRef mutex) { return TavSimpleMutexDestroy(mutex); }
+OSStatus TavReentrantMutexDestroy(TavReentrantMutexRef mutex) { return mutexDestroy(mutex, __func__); }
 
 OSStatus TavReentrantMutexLock(TavReentrantMutexRef mutex) { return pthread_mutex_lock(&mutex->posix); }
 

@@ -50,7 +50,7 @@ OSStatus TavSemaphoreWaitRelative(TavSemaphoreRef semaphore, int64_t timeout)
     semaphore->waiters += 1;
     int err = 0;
     while (!semaphore->deleted && err == 0 && semaphore->count == 0)
-        err = tavWaitOnCondition(&semaphore->condition, semaphore->mutex, deadline);
+        err = tavWaitOnCondition(&semaphore->condition, semaphore->mutex, deadline, __func__);
     semaphore->waiters -= 1;
 
     OSStatus status = err == ETIMEDOUT ? kTavWaitTimedOutErr : err;

@@ -24,11 +24,12 @@ TavDeadline tavDeadlineAfter(int64_t timeout)
     return deadline;
 }
 
-int tavWaitOnConditionTimedRelative(pthread_cond_t* condition, TavSimpleMutexRef mutex, int64_t timeout)
+int tavWaitOnConditionTimedRelative(pthread_cond_t* condition, TavSimpleMutexRef mutex, int64_t timeout,
+                                    const char* operation)
 {
     if (timeout < 0) {
         const int err = pthread_cond_wait(condition, &mutex->posix);
-        if (err) TAV_SIGNAL(err, "pthread_cond_wait failed");
+        if (err) TAV_SIGNAL_FROM(operation, err, "pthread_cond_wait failed");
         return err;
     }
     struct timespec when = {};
@@ -40,15 +41,16 @@ int tavWaitOnConditionTimedRelative(pthread_cond_t* condition, TavSimpleMutexRef
         when.tv_sec += 1;
     }
     const int err = pthread_cond_timedwait(condition, &mutex->posix, &when);
-    if (err && err != ETIMEDOUT) TAV_SIGNAL(err, "pthread_cond_timedwait_relative_np failed");
+    if (err && err != ETIMEDOUT) TAV_SIGNAL_FROM(operation, err, "pthread_cond_timedwait_relative_np failed");
     return err;
 }
 
-int tavWaitOnCondition(pthread_cond_t* condition, TavSimpleMutexRef mutex, const TavDeadline& deadline)
+int tavWaitOnCondition(pthread_cond_t* condition, TavSimpleMutexRef mutex, const TavDeadline& deadline,
+                       const char* operation)
 {
-    if (!deadline.isAbsolute) return tavWaitOnConditionTimedRelative(condition, mutex, deadline.timeout);
+    if (!deadline.isAbsolute) return tavWaitOnConditionTimedRelative(condition, mutex, deadline.timeout, operation);
     const int err = pthread_cond_timedwait(condition, &mutex->posix, &deadline.when);
-    if (err && err != ETIMEDOUT) TAV_SIGNAL(err, "pthread_cond_timedwait failed");
+    if (err && err != ETIMEDOUT) TAV_SIGNAL_FROM(operation, err, "pthread_cond_timedwait failed");
     return err;
 }
 

@@ -101,12 +101,13 @@ static void* threadMain(void* argument)
     return result;
 }
 
-static OSStatus threadSignalAttributeFailure(int err)
+static OSStatus threadSignalAttributeFailure(int err, const char* operation)
 {
-    return TavSignalErrorAt(err, "err", "pthread_attr call failed", TAV_SUBSYSTEM, __func__, __FILE__, __LINE__, 0);
+    return TavSignalErrorAt(err, "err", "pthread_attr call failed", TAV_SUBSYSTEM, operation, __FILE__, __LINE__, 0);
 }
 
-static OSStatus threadSetPriorityAttribute(pthread_attr_t* attributes, TavThreadPriority priority)
+static OSStatus threadSetPriorityAttribute(pthread_attr_t* attributes, TavThreadPriority priority,
+                                           const char* operation)
 {
     int policy = 0;
     int err = pthread_attr_getschedpolicy(attributes, &policy);
@@ -119,7 +120,7 @@ static OSStatus threadSetPriorityAttribute(pthread_attr_t* attributes, TavThread
             err = pthread_attr_setschedparam(attributes, &parameters);
         }
     }
-    return err ? threadSignalAttributeFailure(err) : 0;
+    return err ? threadSignalAttributeFailure(err, operation) : 0;
 }
 
 static int32_t threadGetStackSizeOption(ZoDictionaryRef options)
@@ -140,13 +141,13 @@ static ZoStringRef threadGetIdentifierOption(ZoDictionaryRef options)
 /// Holds the list lock from before the thread runs until its handle is clean: its first registration cannot meet a
 /// marker of a dead thread, and it cannot end, and its handle go, before it has its name.
 static OSStatus threadStart(const pthread_attr_t* attributes, TavThreadProc proc, void* refcon, ZoStringRef identifier,
-                            TavThreadID* outThread)
+                            TavThreadID* outThread, const char* operation)
 {
     TAV_TRY(TavThreadLockAbortList());
     auto* record = static_cast<StartRecord*>(std::malloc(sizeof(StartRecord)));
     if (!record) {
         TavThreadUnlockAbortList();
-        return TAV_SIGNAL(kTavThreadAllocationErr, "memErr");
+        return TAV_SIGNAL_FROM(operation, kTavThreadAllocationErr, "memErr");
     }
     *record = {proc, refcon, identifier};
     if (identifier) ZoRetain(identifier);
@@ -155,7 +156,7 @@ static OSStatus threadStart(const pthread_attr_t* attributes, TavThreadProc proc
         TavThreadUnlockAbortList();
         if (identifier) ZoRelease(identifier);
         std::free(record);
-        return TAV_SIGNAL_NAMED(err, "err", "pthread_create failed");
+        return TAV_SIGNAL_AS(operation, err, "err", "pthread_create failed");
     }
     threadSetName(*outThread, identifier);
     TavThreadRemoveFromAbortListAndCleanup(*outThread);
@@ -177,11 +178,11 @@ OSStatus TavThreadCreate(TavThreadProc proc, void* refcon, TavThreadPriority pri
     const int32_t stackSize = threadGetStackSizeOption(options);
     if (err == 0 && stackSize > kLargestIgnoredStackSize)
         err = pthread_attr_setstacksize(attributes.get(), static_cast<size_t>(stackSize));
-    if (err) return threadSignalAttributeFailure(err);
-    TAV_TRY(threadSetPriorityAttribute(attributes.get(), priority));
+    if (err) return threadSignalAttributeFailure(err, __func__);
+    TAV_TRY(threadSetPriorityAttribute(attributes.get(), priority, __func__));
 
     TavThreadID thread = kTavThreadInvalidID;
-    TAV_TRY(threadStart(attributes.get(), proc, refcon, threadGetIdentifierOption(options), &thread));
+    TAV_TRY(threadStart(attributes.get(), proc, refcon, threadGetIdentifierOption(options), &thread, __func__));
     if (outThread) *outThread = thread;
     return 0;
 }

@@ -2,50 +2,51 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+
+#include <deque>
+#include <string>
 #include <thread>
 #include <vector>
 
-#include "Tests/Platform/LockProbe.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/Sleeper.h"
 
-using luvia_test::awaitUnder;
 using luvia_test::HandOver;
+using luvia_test::Sleeper;
 
 namespace {
 
 constexpr uint32_t kPlain = 0;
 constexpr uint32_t kWritersFirst = kTavReadWriteLockFlag_WritersTakePrecedence;
 
-void awaitSleepers(TavReadWriteLockRef lock, uint32_t count)
-{
-    awaitUnder(lock->mutex, [&] { return lock->sleepers == count; });
-}
-
 TEST(TavReadWriteLock, aNewReaderStandsBackForAWaitingWriterOnlyIfWritersTakePrecedence)
 {
     for (const uint32_t flags : {kPlain, kWritersFirst}) {
         const TavReadWriteLockRef lock = TavReadWriteLockCreate(flags);
-        std::vector<char> order;  // guarded by the lock: the reader's turn comes while the writer is out
+        std::string order;  // guarded by the lock: the reader's turn comes while the writer is out
         ASSERT_EQ(TavReadWriteLockLockForRead(lock), 0);
-        std::thread writer([&] {
+        Sleeper writer([&] {
             EXPECT_EQ(TavReadWriteLockLockForWrite(lock), 0);
             order.push_back('w');
             EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0);
         });
-        awaitSleepers(lock, 1);
-        std::thread reader([&] {
+        writer.awaitAsleep();
+        Sleeper reader([&] {
             EXPECT_EQ(TavReadWriteLockLockForRead(lock), 0);
             order.push_back('r');
             EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
         });
         if (flags == kWritersFirst)
-            awaitSleepers(lock, 2);
+            reader.awaitAsleep();
         else
             reader.join();
         EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
         writer.join();
-        if (reader.joinable()) reader.join();
-        EXPECT_EQ(std::string(order.begin(), order.end()), flags == kWritersFirst ? "wr" : "rw");
+        reader.join();
+        EXPECT_EQ(order, flags == kWritersFirst ? "wr" : "rw");
+        ASSERT_EQ(TavReadWriteLockLockForRead(lock), 0) << "no writer waits any more";
+        EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
         EXPECT_EQ(TavReadWriteLockDestroy(lock), 0);
     }
 }
@@ -56,7 +57,7 @@ TEST(TavReadWriteLock, readersThatSleptThroughAWriterShareTheLock)
         const TavReadWriteLockRef lock = TavReadWriteLockCreate(flags);
         ASSERT_EQ(TavReadWriteLockLockForWrite(lock), 0);
         HandOver inside;
-        std::vector<std::thread> readers;
+        std::deque<Sleeper> readers;
         for (int index = 0; index < 3; ++index)
             readers.emplace_back([&] {
                 EXPECT_EQ(TavReadWriteLockLockForRead(lock), 0);
@@ -64,9 +65,10 @@ TEST(TavReadWriteLock, readersThatSleptThroughAWriterShareTheLock)
                 inside.await(3);  // nobody leaves before all are in
                 EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
             });
-        awaitSleepers(lock, 3);
+        for (const Sleeper& reader : readers) reader.awaitAsleep();
+        EXPECT_EQ(inside.step(), 0);
         EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0);
-        for (std::thread& reader : readers) reader.join();
+        readers.clear();
         EXPECT_EQ(TavReadWriteLockDestroy(lock), 0);
     }
 }
@@ -79,15 +81,25 @@ TEST(TavReadWriteLock, unlockingWhatIsNotLockedDoesNothing)
     ASSERT_EQ(TavReadWriteLockLockForWrite(lock), 0);
     EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
     HandOver in;
-    std::thread reader([&] {
+    Sleeper reader([&] {
         EXPECT_EQ(TavReadWriteLockLockForRead(lock), 0);
+        EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0);
         in.reach(1);
+        in.await(2);
         EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0);
     });
-    awaitSleepers(lock, 1);
+    reader.awaitAsleep();
+    EXPECT_EQ(TavReadWriteLockUnlockForRead(lock), 0) << "with a sleeper";
     EXPECT_EQ(in.step(), 0);
     EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0);
-    reader.join();
+    EXPECT_TRUE(in.await(1));
+    Sleeper writer([&] { EXPECT_EQ(TavReadWriteLockLockForWrite(lock), 0); });
+    writer.awaitAsleep();
+    EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0) << "with a sleeper, which the reader still bars";
+    writer.awaitAsleep();
+    in.reach(2);
+    writer.join();
+    EXPECT_EQ(TavReadWriteLockUnlockForWrite(lock), 0);
     EXPECT_EQ(TavReadWriteLockDestroy(lock), 0);
     EXPECT_EQ(TavReadWriteLockDestroy(nullptr), 0);
 }
@@ -104,6 +116,7 @@ TEST(TavReadWriteLock, writersExcludeEveryoneAndNobodyIsForgotten)
                 for (int turn = 0; turn < kTurns; ++turn) {
                     TavReadWriteLockLockForWrite(lock);
                     ++first;
+                    if (turn % 16 == 0) sched_yield();  // lets others find the way barred
                     ++second;
                     TavReadWriteLockUnlockForWrite(lock);
                 }
@@ -114,6 +127,7 @@ TEST(TavReadWriteLock, writersExcludeEveryoneAndNobodyIsForgotten)
                 for (int turn = 0; turn < kTurns; ++turn) {
                     TavReadWriteLockLockForRead(lock);
                     seenTorn += first != second;
+                    if (turn % 16 == 0) sched_yield();
                     TavReadWriteLockUnlockForRead(lock);
                 }
                 TavReadWriteLockLockForWrite(lock);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <thread>
@@ -10,8 +11,6 @@
 
 #include "Platform/Common/CommonThreadPrivate.h"
 #include "Platform/Common/TavNote.h"
-#include "Platform/Ostra/OstraAtomics.h"
-#include "Platform/Ostra/OstraSynchronization.h"
 #include "Tests/Support/HandOver.h"
 #include "Tests/Support/SignalProbe.h"
 
@@ -58,82 +57,46 @@ void onThread(Call work, TavThreadID* handle = nullptr)
     if (handle) *handle = thread;
 }
 
-/// A thread that waits as clients do: its action ends the wait.
-class AbortableThread {
-public:
-    /// `registrations` actions write their number, so that the order shows.
-    explicit AbortableThread(int registrations) : calls_(size_t(registrations)), tokens_(size_t(registrations))
-    {
-        const TavThreadProc proc = [](void* refcon) -> void* {
-            static_cast<AbortableThread*>(refcon)->run();
-            return nullptr;
-        };
-        EXPECT_EQ(TavThreadCreate(proc, this, kTavThreadPriorityDefault, true, nullptr, &thread_), 0);
-        EXPECT_TRUE(steps.await(1));
-    }
-    ~AbortableThread()
-    {
-        end();
-        TavSemaphoreDestroy(wake_);
-    }
-    void end()
-    {
-        if (TavThreadIsValid(thread_)) {
-            steps.reach(100);
-            EXPECT_EQ(TavThreadJoin(std::exchange(thread_, kTavThreadInvalidID), nullptr), 0);
-        }
-    }
-    TavThreadID id() const { return thread_; }
-    std::string ran;  ///< written under the list lock
-    HandOver steps;   ///< 1: registered; 2: the wait has ended; 100: may end
-
-private:
-    void run()
-    {
-        for (size_t index = 0; index < calls_.size(); ++index) {
-            calls_[index] = [this, index] {
-                ran += char('0' + index);
-                TavSemaphoreSignal(wake_);
-            };
-            EXPECT_EQ(registerCall(calls_[index], &tokens_[index]), 0);
-        }
-        steps.reach(1);
-        EXPECT_EQ(TavSemaphoreWaitRelative(wake_, kTavWaitForever), 0);
-        steps.reach(2);
-        steps.await(100);
-        for (const TavThreadAbortActionToken token : tokens_) EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
-    }
-
-    TavSemaphoreRef wake_ = TavSemaphoreCreate(0, 1);
-    TavThreadID thread_ = kTavThreadInvalidID;
-    std::vector<Call> calls_;
-    std::vector<TavThreadAbortActionToken> tokens_;
-};
-
+// The thread waits as clients do: its action ends the wait.
 TEST(AbortList, anAbortRunsTheThreadsActionsInOrderAndEndsItsWait)
 {
-    AbortableThread target(3), bystander(1);
-    EXPECT_EQ(TavThreadAbort(target.id()), 0);
-    EXPECT_TRUE(target.steps.await(2));
-    EXPECT_EQ(target.ran, "012");
-    EXPECT_EQ(bystander.ran, "");
-    EXPECT_EQ(TavThreadAbort(target.id()), 0) << "actions stay registered";
-    EXPECT_EQ(target.ran, "012012");
-    EXPECT_EQ(TavThreadAbort(bystander.id()), 0);
+    HandOver steps;
+    std::string ran;  // written under the list lock
+    TavThreadID target = kTavThreadInvalidID;
+    std::thread waiter([&] {
+        onThread([&] {
+            target = TavThreadGetCurrent();
+            Call calls[3] = {[&] { ran += '0'; }, [&] { ran += '1'; },
+                             [&] {
+                                 ran += '2';
+                                 steps.reach(2);
+                             }};
+            TavThreadAbortActionToken tokens[3] = {};
+            for (int index = 0; index < 3; ++index) EXPECT_EQ(registerCall(calls[index], &tokens[index]), 0);
+            steps.reach(1);
+            EXPECT_TRUE(steps.await(2));
+            EXPECT_TRUE(steps.await(3));
+            EXPECT_EQ(entriesOf(target), 4) << "three actions, and one marker of two teardowns";
+            for (const TavThreadAbortActionToken token : tokens) EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
+        });
+    });
+    EXPECT_TRUE(steps.await(1));
+    Call bystander = [] { ADD_FAILURE() << "another thread's action"; };
+    TavThreadAbortActionToken token = nullptr;
+    EXPECT_EQ(registerCall(bystander, &token), 0);
+    EXPECT_EQ(TavThreadAbort(target), 0);
+    EXPECT_TRUE(steps.await(2));
+    for (int turn = 0; turn < 2; ++turn) EXPECT_EQ(TavThreadAbortForTeardown(target), 0) << "actions stay registered";
+    EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
     EXPECT_EQ(TavThreadAbort(TavThreadGetCurrent()), 0) << "no entries";
+    steps.reach(3);
+    waiter.join();
+    EXPECT_EQ(ran, "012012012");
+    EXPECT_EQ(entriesOf(target), 0) << "the marker goes with the thread";
 }
 
-TEST(AbortList, aTeardownLeavesOneMarkerUntilTheThreadEnds)
+TEST(AbortList, aMarkerGoesWithAThreadThatExitsAndAtOnceWithNone)
 {
-    for (int teardowns = 1; teardowns <= 2; ++teardowns) {
-        AbortableThread target(2);
-        const TavThreadID id = target.id();
-        for (int turn = 0; turn < teardowns; ++turn) EXPECT_EQ(TavThreadAbortForTeardown(id), 0);
-        EXPECT_EQ(target.ran, teardowns == 1 ? "01" : "0101");
-        EXPECT_EQ(entriesOf(id), 3);
-        target.end();
-        EXPECT_EQ(entriesOf(id), 0);
-    }
     TavThreadID exited = kTavThreadInvalidID;
     onThread(
         [] {
@@ -143,7 +106,7 @@ TEST(AbortList, aTeardownLeavesOneMarkerUntilTheThreadEnds)
         &exited);
     EXPECT_EQ(entriesOf(exited), 0);
     EXPECT_EQ(TavThreadAbortForTeardown(kTavThreadInvalidID), 0);
-    EXPECT_EQ(entriesOf(kTavThreadInvalidID), 0) << "a marker of no thread goes at once";
+    EXPECT_EQ(entriesOf(kTavThreadInvalidID), 0);
 }
 
 TEST(AbortList, aRegistrationAfterTeardownRunsItsActionAndFails)
@@ -167,6 +130,7 @@ TEST(AbortList, aRegistrationAfterTeardownRunsItsActionAndFails)
         EXPECT_EQ(registerCall(other, &second), kTavThreadAlreadyAborted);
         EXPECT_EQ(probe.message(), "Thread or queue already aborted for teardown");
         EXPECT_EQ(probe.subsystem(), "<< TavCommonThread >>");
+        EXPECT_EQ(probe.function(), "TavThreadRegisterAbortAction");
         EXPECT_EQ(second, nullptr);
         EXPECT_EQ(runs, 11);
         EXPECT_EQ(TavThreadRegisterAbortAction(nullptr, nullptr, &second), kTavThreadAlreadyAborted);
@@ -209,24 +173,15 @@ TEST(AbortList, aThreadWithARecycledHandleStartsClean)
 {
     TavThreadID ended = kTavThreadInvalidID, next = kTavThreadInvalidID;
     onThread([] {}, &ended);
-    bool recycled = false;
-    for (int turn = 0; turn < 50 && !recycled; ++turn) {
+    for (int turn = 0; turn < 50 && next != ended; ++turn) {
         EXPECT_EQ(TavThreadAbortForTeardown(ended), 0);
         EXPECT_EQ(entriesOf(ended), 1);
-        onThread(
-            [] {
-                Call action = [] { ADD_FAILURE() << "the marker of another thread"; };
-                TavThreadAbortActionToken token = nullptr;
-                EXPECT_EQ(registerCall(action, &token), 0);
-                EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
-            },
-            &next);
-        recycled = next == ended;
+        onThread([] { EXPECT_EQ(entriesOf(TavThreadGetCurrent()), 0); }, &next);
         TavThreadLockAbortList();
         TavThreadRemoveFromAbortListAndCleanup(ended);
         TavThreadUnlockAbortList();
     }
-    if (!recycled) GTEST_SKIP() << "no handle was used again";
+    if (next != ended) GTEST_SKIP() << "no handle was used again";
 }
 
 TEST(AbortList, aborterAndRegistrantsMayRace)
@@ -263,7 +218,9 @@ void onQueue(dispatch_queue_t queue, Call work) { dispatch_sync_f(queue, &work, 
 TEST(AbortList, aQueueIsAbortedByItsIdentity)
 {
     const dispatch_queue_t queue = dispatch_queue_create("abortable", nullptr);
-    EXPECT_EQ(TavThreadAbortQueue(queue), kTavThreadParamErr) << "not made abortable";
+    const SignalProbe probe;
+    EXPECT_EQ(TavThreadAbortQueueForTeardown(queue), kTavThreadParamErr) << "not made abortable";
+    EXPECT_EQ(probe.function(), "TavThreadAbortQueueForTeardown");
     EXPECT_EQ(TavThreadMakeDispatchQueueAbortable(queue), 0);
     EXPECT_EQ(TavThreadAbortQueue(nullptr), kTavThreadParamErr) << "the current queue has no identity";
 
@@ -302,22 +259,20 @@ TEST(AbortList, sharedQueuesAreNotMadeAbortable)
 
 TEST(AbortList, itsTraceTellsWhatBecomesOfEntries)
 {
-    TavThreadAbortActionToken token = nullptr;
-    const auto registerAndUnregister = [&] {
-        Call action = [] {};
-        EXPECT_EQ(registerCall(action, &token), 0);
-        EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
-    };
     const ZoStringRef application = ZOSTR(kTavApplicationID), key = ZOSTR("tavcommonthread_trace");
-    registerAndUnregister();  // the first use of the list makes the note known
+    Call action = [] {};
+    TavThreadAbortActionToken token = nullptr;
+    TavThreadLockAbortList();  // the first use of the list makes the note known
+    TavThreadUnlockAbortList();
     const int32_t control = std::exchange(gTavLogControl, kTavLogControl_StandardError);
     testing::internal::CaptureStderr();
-    registerAndUnregister();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    ASSERT_EQ(TavNote_ChangeValue(application, key, 1), 0);
-    testing::internal::CaptureStderr();
-    registerAndUnregister();
+    for (const int32_t traces : {0, 1}) {
+        EXPECT_EQ(TavNote_ChangeValue(application, key, traces), 0);
+        EXPECT_EQ(registerCall(action, &token), 0);
+        EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
+    }
     const std::string lines = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2) << lines;
     EXPECT_NE(lines.find("New Entry 0x"), std::string::npos) << lines;
     EXPECT_NE(lines.find(" removed and freed\n"), std::string::npos) << lines;
     EXPECT_EQ(TavNote_ChangeValue(application, key, 0), 0);

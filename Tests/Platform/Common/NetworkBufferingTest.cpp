@@ -2,7 +2,6 @@
 
 #include <deque>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Foundation/Dates/ZoDate.h"
@@ -56,22 +55,12 @@ TEST(NetworkBuffering, eachRunLoopRunsOnItsOwnThread)
     for (Fired* f : fired) f->steps.reach(2);
 }
 
-TEST(NetworkBuffering, racersGetOneRunLoopAndOneQueue)
+TEST(NetworkBuffering, queuesAndRunLoopsAreMadeOnce)
 {
-    ZoRunLoopRef loops[4] = {};
-    dispatch_queue_t queues[4] = {};
-    std::vector<std::thread> racers;
-    for (int index = 0; index < 4; ++index)
-        racers.emplace_back([&, index] {
-            loops[index] = TavThreadGetGlobalNetworkBufferingLowPriorityRunloop();
-            queues[index] = TavThreadGetGlobalNetworkBufferingQueue();
-        });
-    for (std::thread& racer : racers) racer.join();
-    for (int index = 1; index < 4; ++index) {
-        EXPECT_EQ(loops[index], loops[0]);
-        EXPECT_EQ(queues[index], queues[0]);
-    }
-    EXPECT_STREQ(dispatch_queue_get_label(queues[0]), "com.orvane.luvia.networkbuffering");
+    const dispatch_queue_t queue = TavThreadGetGlobalNetworkBufferingQueue();
+    EXPECT_EQ(TavThreadGetGlobalNetworkBufferingQueue(), queue);
+    EXPECT_EQ(TavThreadGetGlobalNetworkBufferingRunloop(), TavThreadGetGlobalNetworkBufferingRunloop());
+    EXPECT_STREQ(dispatch_queue_get_label(queue), "com.orvane.luvia.networkbuffering");
     EXPECT_STREQ(dispatch_queue_get_label(TavThreadGetGlobalNetworkBufferingLowPriorityQueue()),
                  "com.orvane.luvia.networkbufferinglowpriority");
 }

@@ -7,24 +7,17 @@ namespace {
 TEST(TavReadWriteQueue, readsAndWritesHappenInOrder)
 {
     const TavReadWriteQueueRef queue = TavReadWriteQueue_Create("rwqueue");
-    EXPECT_STREQ(dispatch_queue_get_label(queue), "rwqueue");
-    struct State {
-        TavReadWriteQueueRef queue;
-        int value, read;
-        bool onQueue;
-    } state = {queue, 0, -1, false};
+    static TavReadWriteQueueRef sQueue;
+    sQueue = queue;
+    int value = 0;
     const auto write = [](void* context) {
-        auto* s = static_cast<State*>(context);
-        ++s->value;
-        s->onQueue = _TavIsCurrentDispatchQueue(s->queue) && !_TavIsNotCurrentDispatchQueue(s->queue);
+        EXPECT_TRUE(_TavIsCurrentDispatchQueue(sQueue) && !_TavIsNotCurrentDispatchQueue(sQueue));
+        ++*static_cast<int*>(context);
     };
-    const auto read = [](void* context) { static_cast<State*>(context)->read = static_cast<State*>(context)->value; };
-    TavReadWriteQueue_Write(queue, &state, write);
-    EXPECT_EQ(state.value, 1);
-    for (int turn = 0; turn < 100; ++turn) TavReadWriteQueue_Write_Async(queue, &state, write);
-    TavReadWriteQueue_Read(queue, &state, read);
-    EXPECT_EQ(state.read, 101);
-    EXPECT_TRUE(state.onQueue);
+    TavReadWriteQueue_Write(queue, &value, write);
+    EXPECT_EQ(value, 1);
+    for (int turn = 0; turn < 100; ++turn) TavReadWriteQueue_Write_Async(queue, &value, write);
+    TavReadWriteQueue_Read(queue, &value, [](void* read) { EXPECT_EQ(*static_cast<int*>(read), 101); });
     EXPECT_TRUE(_TavIsNotCurrentDispatchQueue(queue));
     dispatch_release(queue);
 }

@@ -38,7 +38,24 @@ extern "C" void __wrap___syslog_chk(int priority, int, const char* format, ...)
     va_end(arguments);
 }
 
+static thread_local constinit bool tWithoutMemory = false;
+
+extern "C" void* __real_malloc(size_t size);
+extern "C" void* __wrap_malloc(size_t size) { return tWithoutMemory ? nullptr : __real_malloc(size); }
+extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void* __wrap_calloc(size_t count, size_t size)
+{
+    return tWithoutMemory ? nullptr : __real_calloc(count, size);
+}
+
 namespace luvia_test {
+
+void withoutMemory(void (*work)())
+{
+    tWithoutMemory = true;
+    work();
+    tWithoutMemory = false;
+}
 
 // Before anything reads a preference.
 [[gnu::constructor]] static void usePreferencesOfOurOwn()

@@ -30,6 +30,9 @@ public:
 /// What was given to syslog(3) since the last call: priority and text.
 std::vector<std::pair<int, std::string>> takeSyslog();
 
+/// Calls `work`, with no memory for this thread meanwhile.
+void withoutMemory(void (*work)());
+
 /// A folder that goes with the process.
 const std::string& temporaryFolder();
 std::string contentsOf(const std::string& path);

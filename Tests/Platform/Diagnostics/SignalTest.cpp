@@ -173,6 +173,9 @@ TEST(Backtraces, tellTheirFramesOutermostFirst)
     }
     const std::string logged = lineOf([] { TavLogBacktraceWithMsg("here"); });
     EXPECT_TRUE(std::regex_search(logged, std::regex("^here\n 1  0x[0-9a-f]+  .*\n 2   0x"))) << logged;
+    char outermost[32];
+    snprintf(outermost, sizeof(outermost), " 1  %p ", ZoArrayGetValueAtIndex(addresses.get(), count - 1));
+    EXPECT_NE(logged.find(outermost), std::string::npos) << logged;
     EXPECT_TRUE(std::regex_search(lineOf([] { TavLogBacktrace(); }), std::regex("^ 1  0x")));
 
     EXPECT_EQ(lineOf([] { TavLogBacktraceFrames(nullptr, "m"); }), "m\nTavLogBacktrace passed NULL backtrace\n");

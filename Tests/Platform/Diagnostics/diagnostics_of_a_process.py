@@ -75,6 +75,18 @@ class Diagnostics(unittest.TestCase):
         self.assertEqual(process.end()[0], 0)
         self.assertIn("(Tav) main signalled err=-16682 (kTavNoteError_UnknownName) (asked for) at ", log.read_text())
 
+    def test_long_lines_of_several_processes_do_not_tear(self):
+        log = pathlib.Path(self.folder.name) / "shared.log"
+        store(self.folder.name, tav_notes="external", tav_notes_log=str(log))
+        processes = [Process(self.folder.name) for _ in range(3)]
+        for process in processes:
+            process.child.stdin.write("long\n")
+        for process in processes:
+            self.assertEqual(process.end()[0], 0)
+        lines = [line for line in log.read_text().splitlines() if line and not line.startswith(("===", "["))]
+        self.assertEqual(len(lines), 600)
+        self.assertTrue(all(line == 20000 * line[0] for line in lines))
+
     def test_wrong_types_and_a_corrupt_store_do_no_harm(self):
         store(self.folder.name, probe_trace=[1, 2], tav_notes={"a": 1}, automatic_tav_notes=[], logurls=b"x")
         process = Process(self.folder.name)

@@ -2,18 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 namespace {
-
-template <typename Work>
-void onThreads(int count, Work work)
-{
-    std::vector<std::thread> threads;
-    for (int index = 0; index < count; ++index) threads.emplace_back(work, index);
-    for (std::thread& thread : threads) thread.join();
-}
 
 TEST(OstraAtomics, giveTheNewValueAndTheOldWhereNamedSo)
 {
@@ -42,43 +31,6 @@ TEST(OstraAtomics, giveTheNewValueAndTheOldWhereNamedSo)
     EXPECT_TRUE(TavAtomicCompareAndSwapPtr(nullptr, &word32, &pointer));
     EXPECT_FALSE(TavAtomicCompareAndSwapPtr(nullptr, &bits, &pointer));
     EXPECT_EQ(pointer, &word32);
-}
-
-TEST(OstraAtomics, loseNoUpdateBetweenThreads)
-{
-    int32_t added = 0, swapped = 0;
-    int64_t counted = 0;
-    uint32_t toggled = 0;
-    onThreads(4, [&](int index) {
-        for (int turn = 0; turn < 10000; ++turn) {
-            TavAtomicAdd32(index, &added);
-            TavAtomicIncrement64(&counted);
-            TavAtomicBitXor32(1u << index, &toggled);
-            int32_t seen;
-            do seen = TavAtomicAdd32(0, &swapped);
-            while (!TavAtomicCompareAndSwap32(seen, seen + 1, &swapped));
-        }
-    });
-    EXPECT_EQ(added, 60000);
-    EXPECT_EQ(counted, 40000);
-    EXPECT_EQ(swapped, 40000);
-    EXPECT_EQ(toggled, 0u);
-}
-
-// Two threads that each raise a flag and then look at the other's: with full barriers at least one sees the other.
-TEST(OstraAtomics, barriersOrderStoresBeforeLoads)
-{
-    for (int turn = 0; turn < 100; ++turn) {
-        int32_t raised[2] = {}, saw[2] = {}, ready = 0;
-        onThreads(2, [&](int index) {
-            TavAtomicIncrement32(&ready);
-            while (__atomic_load_n(&ready, __ATOMIC_RELAXED) < 2) std::this_thread::yield();
-            __atomic_store_n(&raised[index], 1, __ATOMIC_RELAXED);
-            TavMemoryBarrier();
-            saw[index] = __atomic_load_n(&raised[1 - index], __ATOMIC_RELAXED);
-        });
-        ASSERT_TRUE(saw[0] || saw[1]) << "turn " << turn;
-    }
 }
 
 }  // namespace

@@ -25,6 +25,32 @@ void awaitWaiters(Waitable waitable, uint64_t count)
     awaitUnder(waitable->mutex, [&] { return uint64_t(waitable->waiters) == count; });
 }
 
+// Every time-out that a waiter can be in: for ever, far off, and past the end of the clock's 64 bits.
+const int64_t kLongTimeOuts[] = {kTavWaitForever, INT64_MIN, 3600 * 1000 * kMillisecond, INT64_MAX};
+
+/// One thread for each of these, all inside their waits; join() gives what they got.
+template <typename Ref>
+class Waiters {
+public:
+    Waiters(Ref object, OSStatus (*wait)(Ref, int64_t))
+    {
+        for (size_t index = 0; index < std::size(kLongTimeOuts); ++index)
+            threads_.emplace_back([=, this] { statuses_[index] = wait(object, kLongTimeOuts[index]); });
+        awaitWaiters(object, threads_.size());
+    }
+    std::vector<OSStatus> join()
+    {
+        for (std::thread& thread : threads_) thread.join();
+        return statuses_;
+    }
+
+private:
+    std::vector<OSStatus> statuses_ = std::vector<OSStatus>(std::size(kLongTimeOuts), -1);
+    std::vector<std::thread> threads_;
+};
+
+std::vector<OSStatus> allWith(OSStatus status) { return std::vector<OSStatus>(std::size(kLongTimeOuts), status); }
+
 bool tryLockElsewhere(TavSimpleMutexRef mutex)
 {
     bool locked = false;
@@ -48,25 +74,19 @@ TEST(OstraMutex, aReentrantOneIsFreeOnceUnlockedAsOftenAsLocked)
 }
 
 #ifndef __SANITIZE_THREAD__  // which reports what is done wrong here on purpose
-TEST(OstraMutex, passesOnWhatTheSystemRefuses)
+TEST(OstraMutex, passesOnWhatTheSystemRefusesAndIsNotDestroyedWhileLocked)
 {
     const TavReentrantMutexRef mutex = TavReentrantMutexCreate();
     EXPECT_EQ(TavReentrantMutexUnlock(mutex), EPERM);
+    ASSERT_EQ(TavReentrantMutexLock(mutex), 0);
+    const SignalProbe probe;
+    EXPECT_EQ(TavReentrantMutexDestroy(mutex), EBUSY);
+    EXPECT_EQ(probe.code(), EBUSY);
+    EXPECT_EQ(probe.function(), "TavReentrantMutexDestroy");
+    EXPECT_EQ(probe.message(), "pthread_mutex_destroy failed, just leaking it");
+    EXPECT_FALSE(tryLockElsewhere(mutex)) << "the record must not be freed over a busy lock";
+    EXPECT_EQ(TavReentrantMutexUnlock(mutex), 0);
     EXPECT_EQ(TavReentrantMutexDestroy(mutex), 0);
-}
-
-TEST(OstraMutex, aLockedOneIsNotDestroyed)
-{
-    for (const TavSimpleMutexRef mutex : {TavSimpleMutexCreate(), TavReentrantMutexCreate()}) {
-        ASSERT_EQ(TavSimpleMutexLock(mutex), 0);
-        const SignalProbe probe;
-        EXPECT_EQ(TavSimpleMutexDestroy(mutex), EBUSY);
-        EXPECT_EQ(probe.code(), EBUSY);
-        EXPECT_EQ(probe.message(), "pthread_mutex_destroy failed, just leaking it");
-        EXPECT_FALSE(tryLockElsewhere(mutex)) << "the record must not be freed over a busy lock";
-        EXPECT_EQ(TavSimpleMutexUnlock(mutex), 0);
-        EXPECT_EQ(TavSimpleMutexDestroy(mutex), 0);
-    }
 }
 #endif
 
@@ -104,60 +124,19 @@ TEST(OstraSemaphore, timeOutsAreRelativeNanoseconds)
     EXPECT_EQ(TavSemaphoreDestroy(semaphore), 0);
 }
 
-// With every time-out a waiter can be in: for ever, far off, and past the end of the clock's 64 bits.
-const int64_t kLongTimeOuts[] = {kTavWaitForever, INT64_MIN, 3600 * 1000 * kMillisecond, INT64_MAX};
-
-TEST(OstraSemaphore, aSignalEndsAWaitWithAnyTimeOut)
+TEST(OstraSemaphore, signalsEndWaitsWithAnyTimeOutAndItsEndSendsWaitersAway)
 {
-    for (const int64_t timeOut : kLongTimeOuts) {
-        const TavSemaphoreRef semaphore = TavSemaphoreCreate(0, 1);
-        OSStatus status = -1;
-        std::thread waiter([&] { status = TavSemaphoreWaitRelative(semaphore, timeOut); });
-        awaitWaiters(semaphore, 1);
-        EXPECT_EQ(TavSemaphoreSignal(semaphore), 0);
-        waiter.join();
-        EXPECT_EQ(status, 0) << timeOut;
-        EXPECT_EQ(TavSemaphoreDestroy(semaphore), 0);
-    }
-}
-
-TEST(OstraSemaphore, itsEndSendsWaitersAway)
-{
-    const TavSemaphoreRef semaphore = TavSemaphoreCreate(0, 1);
-    std::vector<OSStatus> statuses(std::size(kLongTimeOuts));
-    std::vector<std::thread> waiters;
-    for (size_t index = 0; index < std::size(kLongTimeOuts); ++index)
-        waiters.emplace_back(
-            [&, index] { statuses[index] = TavSemaphoreWaitRelative(semaphore, kLongTimeOuts[index]); });
-    awaitWaiters(semaphore, waiters.size());
+    const TavSemaphoreRef semaphore = TavSemaphoreCreate(0, 9);
+    Waiters signalled(semaphore, TavSemaphoreWaitRelative);
+    for (size_t index = 0; index < std::size(kLongTimeOuts); ++index) EXPECT_EQ(TavSemaphoreSignal(semaphore), 0);
+    EXPECT_EQ(signalled.join(), allWith(0));
+    EXPECT_EQ(TavSemaphoreWaitRelative(semaphore, 0), kTavWaitTimedOutErr);
+    Waiters sentAway(semaphore, TavSemaphoreWaitRelative);
     const SignalProbe probe;
     EXPECT_EQ(TavSemaphoreDestroy(semaphore), 0);
-    for (std::thread& waiter : waiters) waiter.join();
-    EXPECT_EQ(probe.count(), waiters.size());
+    EXPECT_EQ(sentAway.join(), allWith(kTavResourceDeletedErr));
+    EXPECT_EQ(probe.count(), std::size(kLongTimeOuts));
     EXPECT_EQ(probe.message(), "semaphore was deleted before/during wait");
-    for (const OSStatus status : statuses) EXPECT_EQ(status, kTavResourceDeletedErr);
-}
-
-TEST(OstraSemaphore, handsOverWithoutLoss)
-{
-    const TavSemaphoreRef there = TavSemaphoreCreate(0, 1), back = TavSemaphoreCreate(0, 1);
-    int ball = 0;
-    std::thread partner([&] {
-        for (int turn = 0; turn < 2000; ++turn) {
-            TavSemaphoreWaitRelative(there, kTavWaitForever);
-            ++ball;
-            TavSemaphoreSignal(back);
-        }
-    });
-    for (int turn = 0; turn < 2000; ++turn) {
-        ++ball;
-        ASSERT_EQ(TavSemaphoreSignal(there), 0);
-        ASSERT_EQ(TavSemaphoreWaitRelative(back, kTavWaitForever), 0);
-    }
-    partner.join();
-    EXPECT_EQ(ball, 4000);
-    EXPECT_EQ(TavSemaphoreDestroy(there), 0);
-    EXPECT_EQ(TavSemaphoreDestroy(back), 0);
 }
 
 TEST(OstraConditionVariable, aBroadcastWakesAllWaitersUnderEitherMutex)
@@ -192,18 +171,12 @@ TEST(OstraConditionVariable, aBroadcastWakesAllWaitersUnderEitherMutex)
 TEST(OstraEvent, aManualOneLetsEveryWaiterThroughUntilReset)
 {
     const TavEventRef event = TavEventCreate(true, false);
-    std::vector<OSStatus> statuses(3, -1);
-    std::vector<std::thread> waiters;
-    for (int index = 0; index < 3; ++index)
-        waiters.emplace_back(
-            [&, index] { statuses[size_t(index)] = TavEventWaitRelative(event, kLongTimeOuts[index + 1]); });
-    awaitWaiters(event, 3);
+    Waiters waiters(event, TavEventWaitRelative);
     EXPECT_EQ(TavEventSet(event), 0);
     TavReentrantMutexLock(event->mutex);
     EXPECT_EQ(event->waiters, 0u) << "set returned before the waiters that it found were let through";
     TavReentrantMutexUnlock(event->mutex);
-    for (std::thread& waiter : waiters) waiter.join();
-    for (const OSStatus status : statuses) EXPECT_EQ(status, 0);
+    EXPECT_EQ(waiters.join(), allWith(0));
 
     EXPECT_EQ(TavEventSet(event), 0);
     EXPECT_EQ(TavEventWaitRelative(event, 0), 0);
@@ -242,14 +215,11 @@ TEST(OstraEvent, itsEndSendsWaitersAway)
 {
     for (const bool manual : {false, true}) {
         const TavEventRef event = TavEventCreate(manual, false);
-        std::vector<OSStatus> statuses(std::size(kLongTimeOuts));
-        std::vector<std::thread> waiters;
-        for (size_t index = 0; index < statuses.size(); ++index)
-            waiters.emplace_back([&, index] { statuses[index] = TavEventWaitRelative(event, kLongTimeOuts[index]); });
-        awaitWaiters(event, waiters.size());
+        Waiters waiters(event, TavEventWaitRelative);
+        const SignalProbe probe;
         EXPECT_EQ(TavEventDestroy(event), 0);
-        for (std::thread& waiter : waiters) waiter.join();
-        for (const OSStatus status : statuses) EXPECT_EQ(status, kTavResourceDeletedErr);
+        EXPECT_EQ(waiters.join(), allWith(kTavResourceDeletedErr));
+        EXPECT_EQ(probe.function(), "TavEventWaitRelative");
     }
 }
 

@@ -67,14 +67,25 @@ TEST(DispatchUtilities, CopyPropertyRunsOnTheQueueAndPassesTheStatusOn)
     EXPECT_EQ(value, key.get());
     EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(queue, copy, key.get(), key.get(), kZoAllocatorMalloc, &value),
               -5);
-    SignalProbe probe;
-    EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(nullptr, copy, key.get(), key.get(), nullptr, &value), -12780);
-    EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(queue, nullptr, key.get(), key.get(), nullptr, &value), -12780);
-    EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(queue, copy, nullptr, key.get(), nullptr, &value), -12780);
-    EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(queue, copy, key.get(), nullptr, nullptr, &value), -12780);
-    EXPECT_EQ(TavDispatchSyncCopyPropertyImplementation(queue, copy, key.get(), key.get(), nullptr, nullptr), -12780);
-    EXPECT_EQ(probe.count(), 5u);
-    EXPECT_EQ(probe.message(), "Invalid arguments");
+    for (int absent = 0; absent < 5; ++absent) {
+        SignalProbe probe;
+        const auto unless = [absent](int index, auto argument) { return absent == index ? nullptr : argument; };
+        const ZoTypeRef k = key.get();
+        void* const out = &value;
+        EXPECT_EQ(
+            TavDispatchSyncCopyPropertyImplementation(unless(0, dispatch_queue_t(queue)), unless(1, +copy),
+                                                      unless(2, k), unless(3, k), kZoAllocatorMalloc, unless(4, out)),
+            -12780);
+        EXPECT_EQ(probe.message(), "Invalid arguments");
+        if (absent == 4) continue;
+        EXPECT_EQ(TavDispatchAsyncSetPropertyImplementation(
+                      unless(0, dispatch_queue_t(queue)),
+                      unless(
+                          1, +[](ZoTypeRef, ZoTypeRef, ZoTypeRef) -> OSStatus { return 0; }),
+                      unless(2, k), unless(3, k), k),
+                  -12780);
+        EXPECT_EQ(probe.count(), 2u);
+    }
 }
 
 TEST(DispatchUtilities, SetPropertyKeepsItsArgumentsUntilTheQueueHasRun)
@@ -109,13 +120,6 @@ TEST(DispatchUtilities, SetPropertyKeepsItsArgumentsUntilTheQueueHasRun)
     sync(queue, [] {});
     EXPECT_EQ(steps.step(), 3);
     EXPECT_EQ(ZoGetRetainCount(value.get()), 1);
-
-    SignalProbe probe;
-    EXPECT_EQ(TavDispatchAsyncSetPropertyImplementation(nullptr, set, value.get(), value.get(), nullptr), -12780);
-    EXPECT_EQ(TavDispatchAsyncSetPropertyImplementation(queue, nullptr, value.get(), value.get(), nullptr), -12780);
-    EXPECT_EQ(TavDispatchAsyncSetPropertyImplementation(queue, set, nullptr, value.get(), nullptr), -12780);
-    EXPECT_EQ(TavDispatchAsyncSetPropertyImplementation(queue, set, value.get(), nullptr, nullptr), -12780);
-    EXPECT_EQ(probe.message(), "Invalid arguments");
 }
 
 TEST(DispatchUtilities, AWaitThatEndsEarlyLeavesTheTaskOnTheQueue)

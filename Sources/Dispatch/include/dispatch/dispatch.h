@@ -1,5 +1,8 @@
 // Task queues under libdispatch's header and names, for systems that do not package it: function forms only.
-// Everything here may be called from any thread. A task may block; a blocked worker never starves another queue.
+// Everything here may be called from any thread. A task may block: while work waits, workers that block are joined by
+// others, up to 512 in all. Once 512 tasks block, nothing else starts on a global queue or on a queue that targets one
+// until one of them ends; standard error is told once, when the limit is reached. Where memory ends, or the system
+// gives not one thread, the process stops with a line on standard error.
 // A child of fork(2) has no workers: it may only exec.
 
 #pragma once
@@ -86,8 +89,10 @@ const char* dispatch_queue_get_label(dispatch_queue_t queue);
 void dispatch_set_target_queue(dispatch_object_t object, dispatch_queue_t queue);
 
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work);
-/// Runs `work` on the caller's thread, after what was on `queue` before. The program stops with a message when the
-/// caller is in a task of that serial queue and would wait for itself.
+/// Runs `work` on the caller's thread, after what was on `queue` before. The program stops with a message that names
+/// the queue when the caller is in a task of `queue`, or of a queue that targets it, and would wait for itself: in any
+/// task of a serial queue, in a barrier of a concurrent one, and where a barrier, `work` or one before it, would wait
+/// for the task that the caller is in.
 void dispatch_sync_f(dispatch_queue_t queue, void* context, dispatch_function_t work);
 /// On a queue that dispatch_queue_create made concurrent, a barrier runs alone; elsewhere as the form without
 /// "barrier".
