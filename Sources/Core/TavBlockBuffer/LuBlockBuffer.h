@@ -167,11 +167,12 @@ OSStatus LuBlockBufferAccessDataBytes(LuBlockBufferRef theBuffer, size_t offset,
                                       char** returnedPointerOut);
 
 /// Allocates every block that has no memory yet, here and in what is referred to. Stops at the first failure; what was
-/// allocated until then stays.
+/// allocated until then stays. Tables of the buffer's own memory that have it all are not gone over again.
 ///
-/// kTavBlockBufferBadPointerParameterErr    `theBuffer` absent
-/// kTavBlockBufferEmptyBBufErr              `theBuffer`, or a buffer that it refers to, is empty
-/// kTavBlockBufferBlockAllocationFailedErr  an allocator or a custom block source gave nothing
+/// kTavBlockBufferBadPointerParameterErr        `theBuffer` absent
+/// kTavBlockBufferEmptyBBufErr                  `theBuffer`, or a buffer that it refers to, is empty
+/// kTavBlockBufferBlockAllocationFailedErr      an allocator or a custom block source gave nothing
+/// kTavBlockBufferStructureAllocationFailedErr  no memory for the walk through tables and references
 OSStatus LuBlockBufferAssureBlockMemory(LuBlockBufferRef theBuffer);
 
 ZO_EXTERN_C_END

@@ -192,6 +192,7 @@ OSStatus TavBlockBufferAppendBytes(LuBlockBufferRef buffer, const void* bytes, s
     if (length > ~LuBlockBufferGetDataLength(buffer)) {
         return TAV_SIGNAL(kTavBlockBufferBadLengthParameterErr, "Resulting size larger than size_t can hold");
     }
+    if (length == 0) return 0;
     LuBlockBufferRef table = bbufLastTable(buffer);
     SubBlock* newest = newestPiece(table);
     size_t fitting = 0;

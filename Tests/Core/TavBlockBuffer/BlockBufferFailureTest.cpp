@@ -71,13 +71,13 @@ static bool derive(FailingAllocator& memory, LuBlockBufferRef buffer)
 
 TEST(BlockBufferFailure, leavesTheBufferAsItWasAtEveryAllocation)
 {
-    // Five references to different buffers, so that flattening them opens a chain half-way.
+    // References to different buffers, so that flattening them opens a chain half-way, and makes it one of many tables.
     std::string text = "0123456789abcdefghij";
     Buffer references;
     ASSERT_EQ(LuBlockBufferCreateEmpty(nullptr, 5, 0, references.outParam()), 0);
-    for (size_t i = 0; i < 5; ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         Buffer target;
-        ASSERT_EQ(LuBlockBufferCreateWithMemoryBlock(nullptr, &text[4 * i], 4, kZoAllocatorNull, nullptr, 0, 4, 0,
+        ASSERT_EQ(LuBlockBufferCreateWithMemoryBlock(nullptr, &text[i], 1, kZoAllocatorNull, nullptr, 0, 1, 0,
                                                      target.outParam()),
                   0);
         ASSERT_EQ(LuBlockBufferAppendBufferReference(references.get(), target.get(), 0, 0, 0), 0);

@@ -180,6 +180,10 @@ TEST(BlockBuffer, joinsAdjacentReferencesAndNoOthers)
     ASSERT_EQ(refer(buffer, memory("9"), 0, 1), 0);
     EXPECT_EQ(textOf(buffer), "0123456789abcdefghij56789");
     EXPECT_EQ(buffer.get()->overflow()->subBlockCount, 2);
+    const Buffer others = empty();  // the offset fits, the target does not
+    ASSERT_EQ(refer(others, target, 0, 10), 0);
+    ASSERT_EQ(refer(others, memory("ABCDEFGHIJKLM"), 10, 2), 0);
+    EXPECT_EQ(textOf(others), "0123456789KL");
 }
 
 TEST(BlockBuffer, passesOverBuffersOfReferencesOnly)
