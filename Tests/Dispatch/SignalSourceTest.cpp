@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <signal.h>
 #include <unistd.h>
 

@@ -1,5 +1,7 @@
 // Times, ranges and mappings as dictionaries and as text.
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 #include "Foundation/Collections/ZoDictionary.h"

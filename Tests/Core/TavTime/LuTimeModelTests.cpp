@@ -1,6 +1,8 @@
 // Generated times against exact arithmetic. What the operations come to is counted, so that a generator that stops
 // reaching an outcome is noticed. The seed is printed.
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 #include "Tests/Core/TavTime/TimeChecker.h"

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Tests/Core/TavTime/TimeSupport.h"
 
 using namespace time_test;

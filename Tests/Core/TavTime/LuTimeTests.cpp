@@ -1,5 +1,7 @@
 // What the model does not say: the times that are no numbers, the cases that people rely on by hand, bad timescales.
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
 

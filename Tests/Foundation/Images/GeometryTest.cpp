@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/Images/WnGeometry.h"
 
 #include "Tests/Support/Objects.h"

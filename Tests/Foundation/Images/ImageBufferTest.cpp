@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/Images/YxImageBuffer.h"
 
 #include <thread>

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 
 #include <unistd.h>

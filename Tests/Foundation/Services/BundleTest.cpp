@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/Services/ZoBundle.h"
 
 #include "Tests/Support/Objects.h"

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/Services/ZoPreferences.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/Services/ZoRunLoop.h"
 
 #include <atomic>

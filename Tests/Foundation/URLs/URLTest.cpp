@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Foundation/URLs/ZoURL.h"
 
 #include <climits>

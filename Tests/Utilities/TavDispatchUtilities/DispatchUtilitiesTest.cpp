@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "Utilities/TavDispatchUtilities.h"
 
 #include <cstring>

@@ -1,5 +1,7 @@
 // Absent and mistyped collections, values by type, searches.
 
+#include <gtest/gtest.h>
+
 #include <vector>
 
 #include "Foundation/URLs/ZoURL.h"

@@ -1,5 +1,7 @@
 // Collections made of others: copies, lists, merges, combinations, text.
 
+#include <gtest/gtest.h>
+
 #include "Foundation/Objects/ZoAllocator.h"
 #include "Tests/Support/FailingAllocator.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"

@@ -1,5 +1,7 @@
 // Numbers, booleans, times and geometry in collections, and what each operation signals.
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
 

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <dispatch/dispatch.h>
 
 #include "Tests/Utilities/TavZoUtilities/Support.h"

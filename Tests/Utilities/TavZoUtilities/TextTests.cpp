@@ -1,5 +1,7 @@
 // Bytes of strings, and the local time.
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstdlib>
 #include <ctime>

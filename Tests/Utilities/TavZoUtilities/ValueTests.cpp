@@ -1,5 +1,7 @@
 // Values read leniently, from any object and from preferences.
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 
