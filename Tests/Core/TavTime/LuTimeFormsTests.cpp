@@ -79,7 +79,7 @@ TEST(MediaTimeForms, refusesDictionariesThatAreNotWhole)
     }
     const auto range = copyOf(exact(3, 4));  // lacks "start", then "duration"
     EXPECT_EQ(LuTimeRangeMakeFromDictionary(range.get()), kLuTimeRangeInvalid);
-    ZoDictionarySetValue(range.get(), kLuTimeRangeStartKey, ZOSTR("no time"));
+    ZoDictionarySetValue(range.get(), kLuTimeRangeStartKey, copyOf(exact(3, 4)).get());
     EXPECT_EQ(LuTimeRangeMakeFromDictionary(range.get()), kLuTimeRangeInvalid);
 }
 
