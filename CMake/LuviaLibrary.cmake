@@ -9,6 +9,7 @@ file(GLOB_RECURSE luvia_public_headers CONFIGURE_DEPENDS
 list(FILTER luvia_public_headers EXCLUDE REGEX "Private\\.h$")
 # Internal operations over bytes that programs of one's own are promised: records of codecs, atoms, digest, notes.
 foreach(header
+    Core/TavFormatDescription/TavFormatDescriptionKeys.h
     Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h
     Core/TavFormatDescription/FormatDescriptionBridge_Common/TavCommonEncryption.h
     Core/TavBlockBuffer/TavBlockBuffer.h Core/TavBlockBuffer/TavWalkStack.h

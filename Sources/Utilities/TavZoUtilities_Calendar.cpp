@@ -4,25 +4,35 @@
 #include <cstdio>
 
 #include "Foundation/Dates/ZoDate.h"
-#include "Platform/Ostra/OstraThread.h"
+#include "Platform/Ostra/OstraLockGuard.h"
+#include "Platform/Ostra/OstraSynchronizationPrivate.h"
 #include "Utilities/TavZoUtilities_Text.h"
 
+// The mutex is static, so that there is one whatever memory there is: lines of the log that tell of a shortage come
+// here.
+static TavMutex_ sCalendarMutex = {PTHREAD_MUTEX_INITIALIZER, nullptr};
+static const TavSimpleMutexRef sZoCalendarMutex = &sCalendarMutex;
 static ZoCalendarRef sZoGregorianCalendar;
-static TavSimpleMutexRef sZoCalendarMutex;
 static ZoTimeZoneRef sZoTimeZoneGMT;
-static TavThreadOnce sCalendarGroupOnce = PTHREAD_ONCE_INIT;
+static bool sIsComplete;  // atomic
 
+// What could not be made is tried again the next time.
 static void makeCalendarGroup()
 {
-    sZoGregorianCalendar = ZoCalendarCreateWithIdentifier(nullptr, kZoGregorianCalendar);
-    sZoCalendarMutex = TavSimpleMutexCreate();
-    sZoTimeZoneGMT = ZoTimeZoneCreateWithTimeIntervalFromGMT(nullptr, 0);
+    const TavSimpleMutexGuard guard(sZoCalendarMutex);
+    if (!sZoGregorianCalendar) sZoGregorianCalendar = ZoCalendarCreateWithIdentifier(nullptr, kZoGregorianCalendar);
+    if (!sZoTimeZoneGMT) sZoTimeZoneGMT = ZoTimeZoneCreateWithTimeIntervalFromGMT(nullptr, 0);
+    if (sZoGregorianCalendar && sZoTimeZoneGMT) __atomic_store_n(&sIsComplete, true, __ATOMIC_RELEASE);
 }
 
 TavZoCalendarGroup TavZoGetCalendarGroup(void)
 {
-    (void)TavThreadRunOnce(&sCalendarGroupOnce, makeCalendarGroup);
-    return {sZoGregorianCalendar, sZoCalendarMutex, sZoTimeZoneGMT};
+    if (__atomic_load_n(&sIsComplete, __ATOMIC_ACQUIRE))
+        return {sZoGregorianCalendar, sZoCalendarMutex, sZoTimeZoneGMT};
+    makeCalendarGroup();
+    if (__atomic_load_n(&sIsComplete, __ATOMIC_ACQUIRE))
+        return {sZoGregorianCalendar, sZoCalendarMutex, sZoTimeZoneGMT};
+    return {nullptr, sZoCalendarMutex, nullptr};
 }
 
 char* TavZoGetLocalTimeStringOfAbsoluteTime(ZoAbsoluteTime at, char* buffer, size_t bufferSize)
@@ -35,9 +45,10 @@ char* TavZoGetLocalTimeStringOfAbsoluteTime(ZoAbsoluteTime at, char* buffer, siz
     }
     int hour = 0, minute = 0, secondOfMinute = 0;
     const TavZoCalendarGroup group = TavZoGetCalendarGroup();
-    TavSimpleMutexLock(group.calendarMutex);
-    ZoCalendarDecomposeAbsoluteTime(group.gregorianCalendar, second, "Hms", &hour, &minute, &secondOfMinute);
-    TavSimpleMutexUnlock(group.calendarMutex);
+    if (group.gregorianCalendar) {
+        const TavSimpleMutexGuard guard(group.calendarMutex);
+        ZoCalendarDecomposeAbsoluteTime(group.gregorianCalendar, second, "Hms", &hour, &minute, &secondOfMinute);
+    }
     if (buffer) snprintf(buffer, bufferSize, "%02d:%02d:%02d.%03d", hour, minute, secondOfMinute, milliseconds);
     return buffer;
 }

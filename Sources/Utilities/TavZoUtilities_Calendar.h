@@ -8,7 +8,8 @@
 
 ZO_EXTERN_C_BEGIN
 
-/// Made on first use, lives as long as the process.
+/// Made on first use, lives as long as the process. Calendar and time zone are absent as long as there is no memory for
+/// both; the mutex is always there.
 typedef struct TavZoCalendarGroup {
     ZoCalendarRef gregorianCalendar;
     TavSimpleMutexRef calendarMutex;  ///< held across calls of the calendar, and no longer

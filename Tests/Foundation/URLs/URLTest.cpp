@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "Foundation/URLs/ZoURL.h"
 
 #include <climits>
