@@ -148,7 +148,7 @@ ZoMutableStringRef TavZoCopyCompactDescription(ZoTypeRef object);
 
 #define TAV_ZO_FOR_EACH_NUMBER_TYPE(ROW)             \
     ROW(WnFloat, double, kZoNumberGeometryFloatType) \
-    ROW(Float, float, kZoNumberFloatType)          \
+    ROW(Float, float, kZoNumberFloatType)            \
     ROW(Float32, float, kZoNumberFloat32Type)        \
     ROW(Float64, double, kZoNumberFloat64Type)       \
     ROW(Double, double, kZoNumberDoubleType)         \
