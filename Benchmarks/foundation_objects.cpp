@@ -14,6 +14,8 @@
 // bar: LookUp1000_luvia <= 1.0 * LookUp1000_unorderedMap
 // bar: LookUpOtherRecords1000_luvia <= 1.0 * LookUp1000_unorderedMap
 // bar: Insert1000_luvia <= 1.2 * Insert1000_unorderedMap
+// bar: DeepCopy19_luvia <= 1200 ns
+// bar: ReadHostileKeys_luvia <= 1.5 * ReadOrdinaryKeys_luvia
 // bar: CreateNumber_luvia <= 1.5 * CreateNumber_malloc
 // bar: CreateSmallNumber_luvia <= 1.5 * CreateNumber_malloc
 // bar: CreateString_luvia <= 1.5 * CreateString_malloc
@@ -31,6 +33,7 @@
 
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoRef.h"
+#include "Foundation/PropertyLists/ZoPropertyList.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoNumber.h"
@@ -187,6 +190,49 @@ void Insert1000_unorderedMap(benchmark::State& state)
     }
 }
 BENCHMARK(Insert1000_unorderedMap);
+
+// As a format description copies its extensions: nineteen of text, numbers, dictionaries and data.
+void DeepCopy19_luvia(benchmark::State& state)
+{
+    const ConstantKeys keys(19), twoKeys(2);
+    const auto extensions = makeDictionary(keys);
+    for (size_t i = 0; i < 19; ++i) {
+        ZoRef<ZoTypeRef> value = ZoRef<ZoTypeRef>::retain(keys[18 - i]);
+        const auto number = static_cast<int64_t>(i * 1000);
+        if (i < 6) value = zoAdopt<ZoTypeRef>(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &number));
+        if (i == 6 || i == 7) value = zoAdopt<ZoTypeRef>(makeDictionary(twoKeys).release());
+        if (i == 8) value = zoAdopt<ZoTypeRef>(ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>(&keys), 40));
+        ZoDictionarySetValue(extensions.get(), keys[i], value.get());
+    }
+    for (auto _ : state) {
+        const auto copy = zoAdopt(ZoPropertyListCreateDeepCopy(nullptr, extensions.get(), kZoPropertyListImmutable));
+        if (!copy) std::abort();
+    }
+}
+BENCHMARK(DeepCopy19_luvia);
+
+// A property list of 32,000 keys of eight units. The hostile ones all have one hash if the hash has no key: their ends
+// made a factor 0 once.
+void readKeys(benchmark::State& state, std::string_view end)
+{
+    std::string text = "<plist><dict>";
+    for (int i = 0; i < 32000; ++i) {
+        text += "<key>";
+        for (int shift = 12; shift >= 0; shift -= 4) text += static_cast<char>('a' + (i >> shift & 15));
+        (text += end) += "</key><true/>";
+    }
+    text += "</dict></plist>";
+    const auto data = zoAdopt(
+        ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>(text.data()), static_cast<ZoIndex>(text.size())));
+    for (auto _ : state) {
+        const auto list = zoAdopt(ZoPropertyListCreateWithData(nullptr, data.get(), 0, nullptr, nullptr));
+        if (!list) std::abort();
+    }
+}
+void ReadHostileKeys_luvia(benchmark::State& state) { readKeys(state, "\u28DB\uA0B4\u7ED1\uE703"); }
+void ReadOrdinaryKeys_luvia(benchmark::State& state) { readKeys(state, "\u3061\u3062\u3063\u3064"); }
+BENCHMARK(ReadHostileKeys_luvia)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ReadOrdinaryKeys_luvia)->Unit(benchmark::kMicrosecond);
 
 void createNumbers(benchmark::State& state, int64_t first)
 {

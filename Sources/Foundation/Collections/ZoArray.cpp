@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
-
-extern "C" ZoStringRef _ZoArrayCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 
@@ -75,6 +74,14 @@ Boolean arrayEqual(ZoTypeRef object1, ZoTypeRef object2)
 ZoHashCode arrayHash(ZoTypeRef object)
 {
     return zoHashMix(static_cast<uint64_t>(static_cast<ZoArrayRef>(object)->count), kZoTypeIDArray);
+}
+
+// For a mutable array without storage. False if the allocator gives nothing.
+bool reserveFirst(ZoArray_* array, ZoIndex count)
+{
+    array->values = static_cast<const void**>(ZoAllocatorAllocate(ZoGetAllocator(array), count * kWord, 0));
+    if (array->values) array->capacity = count;
+    return array->values != nullptr;
 }
 
 bool reserve(ZoArray_* array, ZoIndex extra)
@@ -168,21 +175,32 @@ ZoArrayRef ZoArrayCreateCopy(ZoAllocatorRef allocator, ZoArrayRef array)
     return ZoArrayCreate(allocator, array->values, array->count, array->callBacks);
 }
 
+ZoArrayRef _ZoArrayCreateConverted(ZoAllocatorRef allocator, ZoArrayRef source, bool isMutable,
+                                   const ZoArrayCallBacks* callBacks, ZoConvertFunction convert, void* context)
+{
+    ZoArray_* copy = createRecord(allocator, callBacks, isMutable ? 0 : source->count);
+    if (!copy) return nullptr;
+    if (isMutable) zoSetTypeFlags(copy, kCollectionIsMutable);
+    bool complete = !isMutable || source->count == 0 || reserveFirst(copy, source->count);
+    for (ZoIndex i = 0; complete && i < source->count; ++i) {
+        const void* value = convert(nullptr, source->values[i], context);
+        if (value) copy->values[copy->count++] = value;
+        complete = value != nullptr;
+    }
+    if (complete) return copy;
+    ZoRelease(copy);
+    return nullptr;
+}
+
 ZoMutableArrayRef ZoArrayCreateMutable(ZoAllocatorRef allocator, ZoIndex capacity, const ZoArrayCallBacks* callBacks)
 {
     if (!ZO_EXPECT(capacity >= 0, "negative capacity")) return nullptr;
     ZoArray_* array = createRecord(allocator, callBacks, 0);
     if (!array) return nullptr;
     zoSetTypeFlags(array, kCollectionIsMutable);
-    if (capacity == 0) return array;
-    capacity = std::min(capacity, kLargestReservation);
-    array->values = static_cast<const void**>(ZoAllocatorAllocate(allocator, capacity * kWord, 0));
-    if (!array->values) {
-        ZoRelease(array);
-        return nullptr;
-    }
-    array->capacity = capacity;
-    return array;
+    if (capacity == 0 || reserveFirst(array, std::min(capacity, kLargestReservation))) return array;
+    ZoRelease(array);
+    return nullptr;
 }
 
 ZoMutableArrayRef ZoArrayCreateMutableCopy(ZoAllocatorRef allocator, ZoIndex capacity, ZoArrayRef array)
@@ -191,14 +209,10 @@ ZoMutableArrayRef ZoArrayCreateMutableCopy(ZoAllocatorRef allocator, ZoIndex cap
     ZoArray_* copy = ZoArrayCreateMutable(allocator, 0, array->callBacks);
     if (!copy) return nullptr;
     const ZoIndex reserved = std::max(array->count, std::min(capacity, kLargestReservation));
-    if (reserved <= 0) return copy;
-    copy->values = static_cast<const void**>(ZoAllocatorAllocate(allocator, reserved * kWord, 0));
-    copy->capacity = copy->values ? reserved : 0;
-    if (!copy->values || !appendRetained(copy, array->values, array->count)) {
-        ZoRelease(copy);
-        return nullptr;
-    }
-    return copy;
+    if (reserved <= 0 || (reserveFirst(copy, reserved) && appendRetained(copy, array->values, array->count)))
+        return copy;
+    ZoRelease(copy);
+    return nullptr;
 }
 
 ZoIndex ZoArrayGetCount(ZoArrayRef array) { return isArray(array) ? array->count : 0; }

@@ -1,7 +1,7 @@
 #include "Foundation/Collections/ZoCollectionCallbacks.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 
 // Describing needs strings; a program that never asks for a description carries neither.
-extern "C" ZoStringRef ZoCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 static const void* retainValue(ZoAllocatorRef, const void* value) { return ZoRetain(value); }
 static void releaseValue(ZoAllocatorRef, const void* value) { ZoRelease(value); }

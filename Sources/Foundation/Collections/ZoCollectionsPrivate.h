@@ -30,6 +30,20 @@ struct ZoSet_ {
     ZoOrderedTable table;
 };
 
+// Copies in one pass, of the size that they will have. `convert` gives what takes the place of a value, which the copy
+// then owns, or nothing; nothing comes of it all then, and where the allocator gives nothing.
+
+typedef const void* (*ZoConvertFunction)(const void* key, const void* value, void* context);
+
+/// Keys are kept as `keyCallBacks` say, and those of the source are not compared again. Enumerated as the source is.
+ZoDictionaryRef _ZoDictionaryCreateConverted(ZoAllocatorRef allocator, ZoDictionaryRef source, bool isMutable,
+                                             const ZoDictionaryKeyCallBacks* keyCallBacks,
+                                             const ZoDictionaryValueCallBacks* valueCallBacks,
+                                             ZoConvertFunction convert, void* context);
+/// The key that `convert` is given is absent.
+ZoArrayRef _ZoArrayCreateConverted(ZoAllocatorRef allocator, ZoArrayRef source, bool isMutable,
+                                   const ZoArrayCallBacks* callBacks, ZoConvertFunction convert, void* context);
+
 /// Plain pointers: nothing is called.
 inline constexpr ZoDictionaryKeyCallBacks kZoPlainKeyCallBacks = {};
 inline constexpr ZoDictionaryValueCallBacks kZoPlainValueCallBacks = {};

@@ -1,9 +1,8 @@
 // Stands alone so that dictionaries of objects do not bring strings with them.
 
 #include "Foundation/Collections/ZoCollectionCallbacks.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Text/ZoString.h"
-
-extern "C" ZoStringRef ZoCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 static const void* copyKey(ZoAllocatorRef allocator, const void* value)
 {

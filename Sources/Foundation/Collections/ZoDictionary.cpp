@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
-
-extern "C" ZoStringRef _ZoDictionaryCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 
@@ -43,11 +42,12 @@ ZoDictionary_* createRecord(ZoAllocatorRef allocator, const ZoDictionaryKeyCallB
     void* storage = dictionary + 1;
     dictionary->keyCallBacks = zoKeepRecord(keyCallBacks, &storage);
     dictionary->valueCallBacks = zoKeepRecord(valueCallBacks, &storage);
-    if (!dictionary->table.reserve(ZoGetAllocator(dictionary), reserved)) {
-        ZoRelease(dictionary);
-        return nullptr;
-    }
-    return dictionary;
+    ZoOrderedTable& table = dictionary->table;
+    allocator = ZoGetAllocator(dictionary);
+    if (flags & kCollectionIsMutable ? table.reserve(allocator, reserved) : table.reserveExactly(allocator, reserved))
+        return dictionary;
+    ZoRelease(dictionary);
+    return nullptr;
 }
 
 // Room for one entry is reserved. False if a retain callback gave nothing.
@@ -120,7 +120,49 @@ ZoDictionary_* createCopy(ZoAllocatorRef allocator, ZoDictionaryRef source, uint
     return nullptr;
 }
 
+// Room for one entry is reserved.
+bool insertConverted(ZoDictionary_* dictionary, const ZoTableEntry& entry, bool isSameKind, ZoConvertFunction convert,
+                     void* context)
+{
+    const ZoDictionaryKeyCallBacks& keyCallBacks = *dictionary->keyCallBacks;
+    ZoAllocatorRef allocator = ZoGetAllocator(dictionary);
+    const void* value = convert(entry.key, entry.value, context);
+    if (!value) return false;
+    const void* key = entry.key;
+    uint32_t hash = entry.hash;
+    const bool hasKey = zoRetainValue(&keyCallBacks, allocator, &key);
+    // A key that is another object now may be one that changed since it was put in.
+    const bool isNew =
+        hasKey && ((isSameKind && key == entry.key) || dictionary->table.find(keyCallBacks, key, &hash) == kNone);
+    if (isNew) {
+        dictionary->table.insert(keyCallBacks, key, value, hash);
+        return true;
+    }
+    zoReleaseValue(dictionary->valueCallBacks, allocator, value);
+    if (hasKey) zoReleaseValue(&keyCallBacks, allocator, key);
+    return false;
+}
+
 }  // namespace
+
+ZoDictionaryRef _ZoDictionaryCreateConverted(ZoAllocatorRef allocator, ZoDictionaryRef source, bool isMutable,
+                                             const ZoDictionaryKeyCallBacks* keyCallBacks,
+                                             const ZoDictionaryValueCallBacks* valueCallBacks,
+                                             ZoConvertFunction convert, void* context)
+{
+    const uint8_t flags = isMutable ? kCollectionIsMutable : 0;
+    ZoDictionary_* copy = createRecord(allocator, keyCallBacks, valueCallBacks, flags, source->table.live);
+    if (!copy) return nullptr;
+    const bool isSameKind = source->keyCallBacks->hash == copy->keyCallBacks->hash &&
+                            source->keyCallBacks->equal == copy->keyCallBacks->equal;
+    bool complete = true;
+    zoTableForEach(source->table, [&](const ZoTableEntry& entry) {
+        complete = complete && insertConverted(copy, entry, isSameKind, convert, context);
+    });
+    if (complete) return copy;
+    ZoRelease(copy);
+    return nullptr;
+}
 
 const ZoRuntimeClass __ZoDictionaryClass = {.className = "ZoDictionary",
                                             .finalize = dictionaryFinalize,

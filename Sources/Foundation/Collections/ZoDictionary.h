@@ -10,6 +10,7 @@ ZO_EXTERN_C_BEGIN
 typedef void (*ZoDictionaryApplierFunction)(const void* key, const void* value, void* context);
 
 ZoTypeID ZoDictionaryGetTypeID(void);
+/// Of `count` pairs. The first of equal keys stands, with its value. Nothing if the allocator gives nothing.
 ZoDictionaryRef ZoDictionaryCreate(ZoAllocatorRef allocator, const void** keys, const void** values, ZoIndex count,
                                    const ZoDictionaryKeyCallBacks* keyCallBacks,
                                    const ZoDictionaryValueCallBacks* valueCallBacks);

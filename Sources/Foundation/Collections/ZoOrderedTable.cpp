@@ -1,5 +1,7 @@
 #include "Foundation/Collections/ZoOrderedTablePrivate.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "Foundation/Objects/ZoRuntimePrivate.h"
@@ -25,10 +27,13 @@ uint32_t stateOf(const void* key, bool isObject)
     return length <= INT32_MAX ? static_cast<uint32_t>(length) + 2 : 1;
 }
 
+// Names of one family begin alike and differ at their ends.
 bool isSameText(const void* constant1, const void* constant2, uint32_t state)
 {
-    return std::memcmp(static_cast<const ZoConstantString*>(constant1)->text,
-                       static_cast<const ZoConstantString*>(constant2)->text, state - 2) == 0;
+    const char* text1 = static_cast<const ZoConstantString*>(constant1)->text;
+    const char* text2 = static_cast<const ZoConstantString*>(constant2)->text;
+    const size_t length = state - 2;
+    return length == 0 || (text1[length - 1] == text2[length - 1] && std::memcmp(text1, text2, length) == 0);
 }
 
 }  // namespace
@@ -63,24 +68,38 @@ uint32_t ZoOrderedTable::find(const ZoDictionaryKeyCallBacks& callBacks, const v
     return kNone;
 }
 
-ZoIndex ZoOrderedTable::blockSize(uint32_t capacity)
+// At most half of them are taken.
+uint32_t ZoOrderedTable::slotCount(uint32_t capacity)
 {
-    const ZoIndex perEntry = sizeof(ZoTableEntry) + (capacity > kLargestWithoutSlots ? 2 * sizeof(Slot) : 0);
-    return capacity * perEntry;
+    return capacity > kLargestWithoutSlots ? 2 * std::bit_ceil(capacity) : 0;
 }
 
-bool ZoOrderedTable::reserve(ZoAllocatorRef allocator, ZoIndex count)
+ZoIndex ZoOrderedTable::blockSize(uint32_t capacity)
 {
-    if (count <= ZoIndex{capacity}) return true;
-    if (count > ZoIndex{kLargestCapacity}) return false;
-    uint32_t newCapacity = kFirstCapacity;
-    while (newCapacity < count) newCapacity *= 2;
+    return ZoIndex{capacity} * ZoIndex{sizeof(ZoTableEntry)} + ZoIndex{slotCount(capacity)} * ZoIndex{sizeof(Slot)};
+}
+
+bool ZoOrderedTable::allocateBlock(ZoAllocatorRef allocator, uint32_t newCapacity)
+{
     void* block = ZoAllocatorAllocate(allocator, blockSize(newCapacity), 0);
     if (!block) return false;
     ZoTableEntry* old = entries;
     adopt(block, newCapacity);
     ZoAllocatorDeallocate(allocator, old);
     return true;
+}
+
+bool ZoOrderedTable::reserve(ZoAllocatorRef allocator, ZoIndex count)
+{
+    if (count <= ZoIndex{capacity}) return true;
+    if (count > ZoIndex{kLargestCapacity}) return false;
+    return allocateBlock(allocator, std::max(kFirstCapacity, std::bit_ceil(static_cast<uint32_t>(count))));
+}
+
+bool ZoOrderedTable::reserveExactly(ZoAllocatorRef allocator, ZoIndex count)
+{
+    if (count > ZoIndex{kLargestCapacity}) return false;
+    return count == 0 || allocateBlock(allocator, static_cast<uint32_t>(count));
 }
 
 bool ZoOrderedTable::reserveOne(ZoAllocatorRef allocator)
@@ -139,7 +158,7 @@ void ZoOrderedTable::adopt(void* block, uint32_t newCapacity)
 {
     auto* newEntries = static_cast<ZoTableEntry*>(block);
     slots = newCapacity > kLargestWithoutSlots ? reinterpret_cast<Slot*>(newEntries + newCapacity) : nullptr;
-    slotMask = slots ? 2 * newCapacity - 1 : 0;
+    slotMask = slots ? slotCount(newCapacity) - 1 : 0;
     capacity = newCapacity;
     closeGaps(newEntries);
 }

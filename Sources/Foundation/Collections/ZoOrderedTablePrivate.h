@@ -35,6 +35,8 @@ struct ZoOrderedTable {
     uint32_t find(const ZoDictionaryKeyCallBacks& callBacks, const void* key, uint32_t* hashOut) const;
     /// Makes room for `count` entries altogether. False, and nothing changed, if there is no memory.
     bool reserve(ZoAllocatorRef allocator, ZoIndex count);
+    /// The same for an empty table that will hold no more than these.
+    bool reserveExactly(ZoAllocatorRef allocator, ZoIndex count);
     /// Makes room for one more. False only with an allocator that the caller brought; else the process stops.
     bool reserveOne(ZoAllocatorRef allocator);
     /// Adds a key that is not there, for which room is reserved.
@@ -44,7 +46,9 @@ struct ZoOrderedTable {
     void freeStorage(ZoAllocatorRef allocator);
 
 private:
+    static uint32_t slotCount(uint32_t capacity);
     static ZoIndex blockSize(uint32_t capacity);
+    bool allocateBlock(ZoAllocatorRef allocator, uint32_t newCapacity);
     void adopt(void* block, uint32_t newCapacity);
     void closeGaps(ZoTableEntry* destination);
     void fillSlots();

@@ -1,9 +1,8 @@
 #include "Foundation/Collections/ZoSet.h"
 
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
-
-extern "C" ZoStringRef _ZoSetCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 

@@ -1,6 +1,8 @@
 // What values and collections say of themselves. The types refer to these functions weakly, so that a program without
 // this service carries neither it nor the conversion of floating-point numbers to text.
 
+#define ZO_DEFINES_DESCRIPTIONS
+
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -8,20 +10,11 @@
 
 #include "Foundation/Collections/ZoCollectionsPrivate.h"
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoNumberPrivate.h"
-
-ZO_EXTERN_C_BEGIN
-ZoStringRef _ZoNullCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoBooleanCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoNumberCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoDataCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoArrayCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoSetCopyDescription(ZoTypeRef object);
-ZoStringRef _ZoDictionaryCopyDescription(ZoTypeRef object);
-ZO_EXTERN_C_END
 
 namespace {
 

@@ -1,12 +1,11 @@
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 
-#include <vector>
-
 #include "Foundation/Collections/ZoArray.h"
+#include "Foundation/Collections/ZoCollectionsPrivate.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
-#include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoStringPrivate.h"
 #include "Foundation/Values/ZoNumber.h"
 
 ZO_DEFINE_STRING(kZoErrorDomainPropertyList, "ZoPropertyListErrorDomain");
@@ -19,7 +18,10 @@ static constexpr size_t kMaximumStreamLength = size_t{1} << 30;
 static void report(ZoAllocatorRef allocator, const Failure& failure, ZoErrorRef* error)
 {
     if (!error || failure.ok()) return;
-    const auto reason = zoStringFromUTF8(allocator, failure.reason());
+    const std::string_view text = failure.reason();
+    const auto reason =
+        zoAdopt(ZoStringCreateWithBytes(allocator, reinterpret_cast<const uint8_t*>(text.data()),
+                                        static_cast<ZoIndex>(text.size()), kZoStringEncodingUTF8, false));
     const void* key = kZoErrorLocalizedFailureReasonKey;
     const void* value = reason.get();
     const auto userInfo = zoAdopt(ZoDictionaryCreate(allocator, &key, &value, reason ? 1 : 0,
@@ -32,7 +34,7 @@ ZoDataRef ZoPropertyListCreateData(ZoAllocatorRef allocator, ZoPropertyListRef p
 {
     if (error) *error = nullptr;
     Failure failure;
-    std::string bytes;
+    Output bytes;
     ZoRef<ZoDataRef> data;
     if (!propertyList || options != 0)
         failure.set(kZoPropertyListErrorBadArgument, propertyList ? "options are 0" : "no property list");
@@ -43,8 +45,7 @@ ZoDataRef ZoPropertyListCreateData(ZoAllocatorRef allocator, ZoPropertyListRef p
     else
         failure.set(kZoPropertyListErrorBadArgument, "unknown format");
     if (failure.ok()) {
-        data.reset(ZoDataCreate(allocator, reinterpret_cast<const uint8_t*>(bytes.data()),
-                                static_cast<ZoIndex>(bytes.size())));
+        if (bytes.ok()) data.reset(ZoDataCreate(allocator, bytes.bytes(), static_cast<ZoIndex>(bytes.size())));
         if (!data) failure.noMemory();
     }
     report(allocator, failure, error);
@@ -59,7 +60,9 @@ static ZoPropertyListRef createWithBytes(ZoAllocatorRef allocator, std::span<con
         return nullptr;
     }
     const bool binary = isBinary(bytes);
-    ZoRef<ZoTypeRef> list = binary ? readBinary(allocator, bytes, failure) : readXML(allocator, bytes, failure);
+    const bool copiesLeaves = options == kZoPropertyListMutableContainersAndLeaves;
+    ZoRef<ZoTypeRef> list =
+        binary ? readBinary(allocator, bytes, copiesLeaves, failure) : readXML(allocator, bytes, failure);
     if (list && options != kZoPropertyListImmutable) {
         // By a copy: objects that the bytes share must not change together.
         list.reset(ZoPropertyListCreateDeepCopy(allocator, list.get(), options));
@@ -86,17 +89,17 @@ ZoPropertyListRef ZoPropertyListCreateWithData(ZoAllocatorRef allocator, ZoDataR
 }
 
 /// All of an open stream, up to `limit` bytes; more than the most that is read without a limit is refused.
-static bool drain(ZoReadStreamRef stream, size_t limit, std::vector<uint8_t>& bytes, Failure& failure)
+static bool drain(ZoReadStreamRef stream, size_t limit, memory::ReportingArray<uint8_t>& bytes, Failure& failure)
 {
     constexpr size_t kPiece = 1 << 16;
     const size_t most = limit ? limit : kMaximumStreamLength;
     while (bytes.size() < most) {
         const size_t before = bytes.size();
-        bytes.resize(before + std::min(kPiece, most - before));
+        if (!bytes.resize(before + std::min(kPiece, most - before))) return failure.noMemory();
         const ZoIndex count =
             ZoReadStreamRead(stream, bytes.data() + before, static_cast<ZoIndex>(bytes.size() - before));
         if (count < 0) return failure.set(kZoPropertyListErrorStream, "the stream is not open, or cannot be read");
-        bytes.resize(before + static_cast<size_t>(count));
+        bytes.truncate(before + static_cast<size_t>(count));
         if (count == 0) return true;
     }
     uint8_t more;
@@ -112,11 +115,11 @@ ZoPropertyListRef ZoPropertyListCreateWithStream(ZoAllocatorRef allocator, ZoRea
     if (format) *format = 0;
     Failure failure;
     ZoPropertyListRef list = nullptr;
-    std::vector<uint8_t> bytes;
+    memory::ReportingArray<uint8_t> bytes;
     if (!stream || streamLength < 0)
         failure.set(kZoPropertyListErrorBadArgument, stream ? "a length below 0" : "no stream");
     else if (drain(stream, static_cast<size_t>(streamLength), bytes, failure))
-        list = createWithBytes(allocator, bytes, options, format, failure);
+        list = createWithBytes(allocator, bytes.span(), options, format, failure);
     report(allocator, failure, error);
     return list;
 }
@@ -150,41 +153,34 @@ public:
     }
 
 private:
-    bool isImmutable() const { return mutability_ == kZoPropertyListImmutable; }
+    static const void* copyMember(const void*, const void* value, void* context)
+    {
+        return static_cast<Copier*>(context)->copy(value).release();
+    }
+    static const void* copyPair(const void* key, const void* value, void* context)
+    {
+        return zo::isString(key) ? copyMember(key, value, context) : nullptr;
+    }
 
     ZoRef<ZoTypeRef> copyArray(ZoArrayRef array)
     {
         if (!path_.enter(array, failure_)) return nullptr;
-        const auto result = zoAdopt(ZoArrayCreateMutable(allocator_, 0, &kZoTypeArrayCallBacks));
-        const ZoIndex count = ZoArrayGetCount(array);
-        for (ZoIndex i = 0; result && i < count; ++i) {
-            const auto value = copy(ZoArrayGetValueAtIndex(array, i));
-            if (!value) return nullptr;
-            ZoArrayAppendValue(result.get(), value.get());
-        }
-        path_.leave(array);
-        if (!result || ZoArrayGetCount(result.get()) != count) return nullptr;
-        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoArrayCreateCopy(allocator_, result.get()))
-                             : ZoRef<ZoTypeRef>::retain(result.get());
+        const bool isMutable = mutability_ != kZoPropertyListImmutable;
+        const ZoArrayRef copied =
+            _ZoArrayCreateConverted(allocator_, array, isMutable, &kZoTypeArrayCallBacks, copyMember, this);
+        path_.leave();
+        return zoAdopt<ZoTypeRef>(copied);
     }
 
     ZoRef<ZoTypeRef> copyDictionary(ZoDictionaryRef dictionary)
     {
         if (!path_.enter(dictionary, failure_)) return nullptr;
-        const auto count = static_cast<size_t>(ZoDictionaryGetCount(dictionary));
-        std::vector<const void*> keys(count), values(count);
-        ZoDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
-        const auto result = zoAdopt(ZoDictionaryCreateMutable(allocator_, 0, &kZoCopyStringDictionaryKeyCallBacks,
-                                                              &kZoTypeDictionaryValueCallBacks));
-        for (size_t i = 0; result && i < count; ++i) {
-            const auto value = copy(values[i]);
-            if (!value || ZoGetTypeID(keys[i]) != ZoStringGetTypeID()) return nullptr;
-            ZoDictionarySetValue(result.get(), keys[i], value.get());
-        }
-        path_.leave(dictionary);
-        if (!result || ZoDictionaryGetCount(result.get()) != static_cast<ZoIndex>(count)) return nullptr;
-        return isImmutable() ? zoAdopt<ZoTypeRef>(ZoDictionaryCreateCopy(allocator_, result.get()))
-                             : ZoRef<ZoTypeRef>::retain(result.get());
+        const bool isMutable = mutability_ != kZoPropertyListImmutable;
+        const ZoDictionaryRef copied =
+            _ZoDictionaryCreateConverted(allocator_, dictionary, isMutable, &kZoCopyStringDictionaryKeyCallBacks,
+                                         &kZoTypeDictionaryValueCallBacks, copyPair, this);
+        path_.leave();
+        return zoAdopt<ZoTypeRef>(copied);
     }
 
     ZoAllocatorRef allocator_;

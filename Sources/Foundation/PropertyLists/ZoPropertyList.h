@@ -1,7 +1,9 @@
 // Property lists: strings, numbers, booleans, dates, data, and arrays and dictionaries of them, as bytes.
 // Two forms: XML, for people and for exchange, and a compact binary one. Input is not trusted: nesting is bounded by
-// kZoPropertyListMaximumDepth, time and memory are linear in the input's length, and a binary list that spells out to
-// more than 1 MiB and 64 times its length (containers shared by many) is refused.
+// kZoPropertyListMaximumDepth, and time and memory are linear in the input's length. A binary list may hold one object in
+// many places. Leaves are then shared; a list whose containers, spelled out, would have more members than 2^20 and 64
+// times its length is refused, and so is one that would be larger than 64 MiB and 64 times its length where a copy of
+// every leaf is asked for (kZoPropertyListMutableContainersAndLeaves).
 // The binary form also carries kZoNull. An XML date is cut to whole seconds, and its years go from 1 to 9999.
 
 #pragma once

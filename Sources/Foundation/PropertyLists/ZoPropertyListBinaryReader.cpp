@@ -8,11 +8,10 @@
 // offset table stands (24).
 //
 // Nothing is believed before it is checked. Objects may not overlap, so that the sum of their sizes, and with it the
-// time, is bounded by the input's length; each is made once, however many containers hold it.
+// time, is bounded by the input's length; each is made once, however many containers hold it. What is walked or copied
+// later meets a container as often as it is held, though, and so how often that is in all is bounded too.
 
 #include <bit>
-#include <memory>
-#include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
@@ -27,7 +26,8 @@ namespace {
 
 constexpr std::string_view kMagic = "bplist00";
 constexpr size_t kTrailerSize = 32;
-constexpr uint64_t kExpansionFloor = 1 << 20, kExpansionFactor = 64;
+// What a list may spell out to: members of containers that many hold, and, where leaves are copied, their bytes.
+constexpr uint64_t kMembersFloor = 1 << 20, kBytesFloor = 64 << 20, kExpansionFactor = 64;
 
 uint64_t loadBE(const uint8_t* bytes, size_t width)
 {
@@ -38,25 +38,27 @@ uint64_t loadBE(const uint8_t* bytes, size_t width)
 
 class Reader {
 public:
-    Reader(ZoAllocatorRef allocator, std::span<const uint8_t> bytes, Failure& failure)
-        : allocator_(allocator), bytes_(bytes), failure_(failure)
+    Reader(ZoAllocatorRef allocator, std::span<const uint8_t> bytes, bool copiesLeaves, Failure& failure)
+        : allocator_(allocator), bytes_(bytes), copiesLeaves_(copiesLeaves), failure_(failure)
     {}
 
     ZoRef<ZoTypeRef> read()
     {
         if (!readTrailer() || !load(root_, 0)) return nullptr;
-        if (entries_[root_].weight > kExpansionFloor + kExpansionFactor * bytes_.size()) {
+        const auto root = static_cast<size_t>(root_);
+        const uint64_t floor = copiesLeaves_ ? kBytesFloor : kMembersFloor;
+        if (entries_[root].weight > floor + kExpansionFactor * bytes_.size()) {
             failure_.corrupt("shared objects spell out to too much");
             return nullptr;
         }
-        return std::move(entries_[root_].object);
+        return std::move(entries_[root].object);
     }
 
 private:
     enum class State : uint8_t { unread, inProgress, done };
     struct Entry {
         ZoRef<ZoTypeRef> object;
-        uint64_t weight = 0;  // bytes and members if nothing were shared; saturates
+        uint64_t weight = 0;  // members (and bytes that are to be copied) if nothing were shared; saturates
         State state = State::unread;
     };
 
@@ -77,8 +79,7 @@ private:
         if (root_ >= count) return failure_.corrupt("the root is not in the offset table");
         tableStart_ = static_cast<size_t>(table);
         unclaimed_ = tableStart_ - kMagic.size();
-        entries_ = std::vector<Entry>(static_cast<size_t>(count));
-        return true;
+        return entries_.resize(static_cast<size_t>(count)) || failure_.noMemory();
     }
 
     /// Takes `count` units of `width` bytes at `at`, which must lie among the objects, out of what may still be
@@ -142,7 +143,7 @@ private:
             case 0x6: ok = loadText(at, bytes_[at] >> 4, entry); break;
             default: failure_.corrupt("an object of unknown kind"); break;
         }
-        entry.weight = 1 + unclaimedBefore - unclaimed_;
+        entry.weight = copiesLeaves_ ? 1 + unclaimedBefore - unclaimed_ : 1;
         return ok;
     }
 
@@ -211,7 +212,10 @@ private:
         }
         const ZoStringEncoding encoding = kind == 5 ? kZoStringEncodingASCII : kZoStringEncodingUTF16BE;
         entry.object = zoAdopt<ZoTypeRef>(ZoStringCreateWithBytes(allocator_, text, length, encoding, false));
-        return entry.object ? true : failure_.corrupt("a string that is not in its encoding");
+        if (entry.object) return true;
+        // What can be read with the default allocator failed for want of memory.
+        const bool isText = zoAdopt(ZoStringCreateWithBytes(nullptr, text, length, encoding, false)).get() != nullptr;
+        return isText ? failure_.noMemory() : failure_.corrupt("a string that is not in its encoding");
     }
 
     /// An array has one index a member, a dictionary all keys' and then all values'.
@@ -221,7 +225,8 @@ private:
         uint64_t count;
         if (!readCount(at, count) || !claim(at, count, indicesPerMember * indexWidth_)) return false;
         const auto members = static_cast<size_t>(count);
-        std::vector<const void*> objects(members * indicesPerMember);
+        memory::ReportingArray<const void*> objects;
+        if (!objects.resize(members * indicesPerMember)) return failure_.noMemory();
         entry.weight = 1;
         for (size_t i = 0; i < objects.size(); ++i) {
             const uint64_t index = loadBE(bytes_.data() + at + i * indexWidth_, indexWidth_);
@@ -245,11 +250,12 @@ private:
 
     ZoAllocatorRef allocator_;
     std::span<const uint8_t> bytes_;
+    bool copiesLeaves_;
     Failure& failure_;
     size_t offsetWidth_ = 0, indexWidth_ = 0, tableStart_ = 0;
     size_t unclaimed_ = 0;  // bytes of the objects' area that no object has taken yet
     uint64_t root_ = 0;
-    std::vector<Entry> entries_;
+    memory::ReportingArray<Entry> entries_;
 };
 
 }  // namespace
@@ -259,9 +265,10 @@ bool isBinary(std::span<const uint8_t> bytes)
     return bytes.size() >= kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), bytes.begin());
 }
 
-ZoRef<ZoTypeRef> readBinary(ZoAllocatorRef allocator, std::span<const uint8_t> bytes, Failure& failure)
+ZoRef<ZoTypeRef> readBinary(ZoAllocatorRef allocator, std::span<const uint8_t> bytes, bool copiesLeaves,
+                            Failure& failure)
 {
-    return Reader(allocator, bytes, failure).read();
+    return Reader(allocator, bytes, copiesLeaves, failure).read();
 }
 
 }  // namespace zoplist

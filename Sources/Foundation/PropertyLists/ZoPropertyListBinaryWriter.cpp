@@ -2,22 +2,19 @@
 // once, and so is a container that is held in several places.
 
 #include <bit>
-#include <deque>
-#include <unordered_map>
-#include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
-#include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoNumberPrivate.h"
 
 namespace zoplist {
 namespace {
 
-void appendBE(std::string& out, uint64_t value, size_t width)
+void appendBE(Output& out, uint64_t value, size_t width)
 {
     for (size_t i = width; i-- > 0;) out += static_cast<char>(value >> (8 * i));
 }
@@ -29,35 +26,81 @@ size_t widthFor(uint64_t value)
     return width;
 }
 
-void appendInteger(std::string& out, uint64_t value)
+void appendInteger(Output& out, uint64_t value)
 {
     const size_t width = widthFor(value);
     out += static_cast<char>(0x10 | std::countr_zero(width));
     appendBE(out, value, width);
 }
 
-void appendMarker(std::string& out, uint8_t kind, size_t count)
+void appendMarker(Output& out, uint8_t kind, size_t count)
 {
     out += static_cast<char>(kind << 4 | (count < 15 ? count : 15));
     if (count >= 15) appendInteger(out, count);
 }
 
+/// Finds what was numbered before, by its hash and a comparison.
+class Numbers {
+public:
+    template <typename IsIt>
+    bool find(uint64_t hash, size_t& index, IsIt isIt) const
+    {
+        if (slots_.empty()) return false;
+        for (size_t i = hash & mask(); slots_[i].indexPlusOne; i = (i + 1) & mask()) {
+            index = slots_[i].indexPlusOne - 1;
+            if (slots_[i].hash == hash && isIt(index)) return true;
+        }
+        return false;
+    }
+    [[nodiscard]] bool insert(uint64_t hash, size_t index)
+    {
+        if (2 * (count_ + 1) > slots_.size() && !grow()) return false;
+        put({hash, index + 1});
+        ++count_;
+        return true;
+    }
+
+private:
+    struct Slot {
+        uint64_t hash;
+        size_t indexPlusOne;  // 0: free
+    };
+    size_t mask() const { return slots_.size() - 1; }
+    void put(Slot slot)
+    {
+        size_t i = slot.hash & mask();
+        while (slots_[i].indexPlusOne) i = (i + 1) & mask();
+        slots_[i] = slot;
+    }
+    bool grow()
+    {
+        memory::ReportingArray<Slot> old(std::move(slots_));
+        if (!slots_.resize(old.empty() ? 64 : 2 * old.size())) return false;
+        for (const Slot& slot : old)
+            if (slot.indexPlusOne) put(slot);
+        return true;
+    }
+
+    memory::ReportingArray<Slot> slots_;
+    size_t count_ = 0;
+};
+
 class Writer {
 public:
     explicit Writer(Failure& failure) : failure_(failure) {}
 
-    bool write(ZoTypeRef root, std::string& out)
+    bool write(ZoTypeRef root, Output& out)
     {
         size_t index;
         if (!number(root, index)) return false;
         const size_t indexWidth = widthFor(objects_.size() - 1);
-        std::vector<size_t> offsets;
-        offsets.reserve(objects_.size());
+        memory::ReportingArray<size_t> offsets;
+        if (!bytes_.ok() || !offsets.reserve(objects_.size())) return failure_.noMemory();
         out += "bplist00";
         for (const Object& object : objects_) {
-            offsets.push_back(out.size());
-            out += object.bytes;
-            for (size_t member : object.members) appendBE(out, member, indexWidth);
+            (void)offsets.append(out.size());
+            out += bytesOf(object);
+            for (size_t i = 0; i < object.memberCount; ++i) appendBE(out, members_[object.firstMember + i], indexWidth);
         }
         const size_t table = out.size(), offsetWidth = widthFor(table);
         for (size_t offset : offsets) appendBE(out, offset, offsetWidth);
@@ -72,9 +115,12 @@ public:
 
 private:
     struct Object {
-        std::string bytes;  // of a container only the marker and count
-        std::vector<size_t> members;
+        size_t start, length;  // among the bytes; of a container only the marker and count
+        size_t firstMember, memberCount;
+        ZoTypeRef container;
     };
+
+    std::string_view bytesOf(const Object& object) const { return bytes_.text().substr(object.start, object.length); }
 
     /// The index of `object` among those to be written, which it is added to if need be.
     bool number(ZoTypeRef object, size_t& index)
@@ -83,20 +129,21 @@ private:
         const ZoTypeID type = ZoGetTypeID(object);
         if (type == ZoArrayGetTypeID() || type == ZoDictionaryGetTypeID())
             return numberContainer(object, type == ZoDictionaryGetTypeID(), index);
-        std::string bytes;
-        if (!encodeLeaf(object, type, bytes)) return false;
-        const auto known = leaves_.find(bytes);
-        if (known != leaves_.end()) {
-            index = known->second;
+        const size_t start = bytes_.size();
+        if (!encodeLeaf(object, type, bytes_)) return false;
+        if (!bytes_.ok()) return failure_.noMemory();
+        const std::string_view bytes = bytes_.text(start);
+        const uint64_t hash = zoHashBytes(bytes.data(), bytes.size());
+        if (leaves_.find(hash, index, [&](size_t known) { return bytesOf(objects_[known]) == bytes; })) {
+            bytes_.truncate(start);
             return true;
         }
         index = objects_.size();
-        objects_.push_back({std::move(bytes), {}});
-        leaves_.emplace(objects_.back().bytes, index);
-        return true;
+        const Object leaf = {start, bytes.size(), 0, 0, nullptr};
+        return (objects_.append(leaf) && leaves_.insert(hash, index)) || failure_.noMemory();
     }
 
-    bool encodeLeaf(ZoTypeRef object, ZoTypeID type, std::string& out)
+    bool encodeLeaf(ZoTypeRef object, ZoTypeID type, Output& out)
     {
         if (type == ZoStringGetTypeID()) return encodeString(static_cast<ZoStringRef>(object), out);
         if (type == ZoNumberGetTypeID()) return encodeNumber(object, out);
@@ -109,7 +156,7 @@ private:
             const auto data = static_cast<ZoDataRef>(object);
             const auto length = static_cast<size_t>(ZoDataGetLength(data));
             appendMarker(out, 0x4, length);
-            if (length) out.append(reinterpret_cast<const char*>(ZoDataGetBytePtr(data)), length);
+            if (length) out += {reinterpret_cast<const char*>(ZoDataGetBytePtr(data)), length};
         } else if (type == ZoNullGetTypeID()) {
             out += '\0';
         } else {
@@ -118,21 +165,21 @@ private:
         return true;
     }
 
-    bool encodeString(ZoStringRef string, std::string& out)
+    bool encodeString(ZoStringRef string, Output& out)
     {
-        std::string text;
-        if (zoAppendBytes(string, kZoStringEncodingASCII, text)) {
-            appendMarker(out, 0x5, text.size());
-        } else if (zoAppendBytes(string, kZoStringEncodingUTF16BE, text)) {
-            appendMarker(out, 0x6, text.size() / 2);
+        text_.truncate(0);
+        if (text_.append(string, kZoStringEncodingASCII)) {
+            appendMarker(out, 0x5, text_.size());
+        } else if (text_.append(string, kZoStringEncodingUTF16BE)) {
+            appendMarker(out, 0x6, text_.size() / 2);
         } else {
             return failure_.unsupported("a string with an unpaired surrogate");
         }
-        out += text;
-        return true;
+        out += text_.text();
+        return text_.ok() || failure_.noMemory();
     }
 
-    bool encodeNumber(ZoTypeRef number, std::string& out)
+    bool encodeNumber(ZoTypeRef number, Output& out)
     {
         const ZoNumberValue value = zoNumberValue(number);
         if (value.isFloat) {
@@ -156,55 +203,60 @@ private:
     bool numberContainer(ZoTypeRef container, bool isDictionary, size_t& index)
     {
         if (!path_.enter(container, failure_)) return false;
-        const auto known = containers_.find(container);
-        if (known != containers_.end()) {
-            index = known->second;
-            path_.leave(container);
-            return true;
-        }
-        index = objects_.size();
-        objects_.emplace_back();
-        containers_.emplace(container, index);
+        const uint64_t hash = zoHashMix(reinterpret_cast<uintptr_t>(container), 0);
+        const bool isKnown =
+            containers_.find(hash, index, [&](size_t known) { return objects_[known].container == container; });
+        const bool ok = isKnown || addContainer(container, isDictionary, hash, index);
+        path_.leave();
+        return ok;
+    }
 
-        const std::vector<const void*> members = isDictionary ? membersOf(static_cast<ZoDictionaryRef>(container))
-                                                              : membersOf(static_cast<ZoArrayRef>(container));
-        const size_t count = isDictionary ? members.size() / 2 : members.size();
-        appendMarker(objects_[index].bytes, isDictionary ? 0xD : 0xA, count);
-        std::vector<size_t> indices(members.size());
-        for (size_t i = 0; i < members.size(); ++i) {
-            if (isDictionary && i < count && ZoGetTypeID(members[i]) != ZoStringGetTypeID())
+    bool addContainer(ZoTypeRef container, bool isDictionary, uint64_t hash, size_t& index)
+    {
+        memory::ReportingArray<const void*> held;
+        const size_t count = listMembers(container, isDictionary, held);
+        const size_t memberCount = isDictionary ? 2 * count : count, first = members_.size();
+        if (held.size() != memberCount || !members_.resize(first + memberCount)) return failure_.noMemory();
+        index = objects_.size();
+        const size_t start = bytes_.size();
+        appendMarker(bytes_, isDictionary ? 0xD : 0xA, count);
+        const Object object = {start, bytes_.size() - start, first, memberCount, container};
+        if (!objects_.append(object) || !containers_.insert(hash, index)) return failure_.noMemory();
+        for (size_t i = 0; i < memberCount; ++i) {
+            if (isDictionary && i < count && ZoGetTypeID(held[i]) != ZoStringGetTypeID())
                 return failure_.unsupported("a key is not a string");
-            if (!number(members[i], indices[i])) return false;
+            size_t member;
+            if (!number(held[i], member)) return false;
+            members_[first + i] = member;
         }
-        objects_[index].members = std::move(indices);
-        path_.leave(container);
         return true;
     }
 
-    static std::vector<const void*> membersOf(ZoArrayRef array)
+    /// How many there are; `held` has all keys and then all values, or is empty for want of memory.
+    static size_t listMembers(ZoTypeRef container, bool isDictionary, memory::ReportingArray<const void*>& held)
     {
-        std::vector<const void*> values(static_cast<size_t>(ZoArrayGetCount(array)));
-        ZoArrayGetValues(array, ZoRangeMake(0, ZoArrayGetCount(array)), values.data());
-        return values;
-    }
-
-    static std::vector<const void*> membersOf(ZoDictionaryRef dictionary)
-    {
+        if (!isDictionary) {
+            const auto array = static_cast<ZoArrayRef>(container);
+            const ZoIndex count = ZoArrayGetCount(array);
+            if (held.resize(static_cast<size_t>(count))) ZoArrayGetValues(array, ZoRangeMake(0, count), held.data());
+            return static_cast<size_t>(count);
+        }
+        const auto dictionary = static_cast<ZoDictionaryRef>(container);
         const auto count = static_cast<size_t>(ZoDictionaryGetCount(dictionary));
-        std::vector<const void*> keysAndValues(count * 2);
-        ZoDictionaryGetKeysAndValues(dictionary, keysAndValues.data(), keysAndValues.data() + count);
-        return keysAndValues;
+        if (held.resize(2 * count)) ZoDictionaryGetKeysAndValues(dictionary, held.data(), held.data() + count);
+        return count;
     }
 
     Failure& failure_;
     Path path_;
-    std::deque<Object> objects_;                           // a deque, so that the keys of `leaves_` stay where they are
-    std::unordered_map<std::string_view, size_t> leaves_;  // by their bytes
-    std::unordered_map<ZoTypeRef, size_t> containers_;
+    Output bytes_, text_;  // of all objects; of one string
+    memory::ReportingArray<Object> objects_;
+    memory::ReportingArray<size_t> members_;  // of all containers, as indices of objects
+    Numbers leaves_, containers_;             // by their bytes; by their addresses
 };
 
 }  // namespace
 
-bool writeBinary(ZoTypeRef root, std::string& out, Failure& failure) { return Writer(failure).write(root, out); }
+bool writeBinary(ZoTypeRef root, Output& out, Failure& failure) { return Writer(failure).write(root, out); }
 
 }  // namespace zoplist

@@ -1,57 +1,30 @@
 // Values that both forms of property lists know: dates as ISO 8601 text, and integers of either sign.
 
+#include <chrono>
 #include <cmath>
-#include <cstdio>
 
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
+#include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoNumber.h"
 
 namespace zoplist {
 
-// Days of the proleptic Gregorian calendar, counted from 1 March of the year 0; the leap day is the last of its year.
-constexpr int64_t kReferenceDay = 730791;  // 1 January 2001
-constexpr int64_t kSecondsPerDay = 86400;
+using namespace std::chrono;
 
-static constexpr int64_t dayNumber(int64_t year, int64_t month, int64_t day)
-{
-    const int64_t y = month > 2 ? year : year - 1, m = (month + 9) % 12;
-    return y * 365 + y / 4 - y / 100 + y / 400 + (m * 153 + 2) / 5 + day - 1;
-}
-static_assert(dayNumber(2001, 1, 1) == kReferenceDay);
-static_assert(dayNumber(2000, 3, 1) - dayNumber(2000, 2, 28) == 2 &&
-              dayNumber(1900, 3, 1) - dayNumber(1900, 2, 28) == 1);
+constexpr sys_days kReferenceDay = 2001y / January / 1;
 
-constexpr int64_t kFirstDay = dayNumber(1, 1, 1), kLastDay = dayNumber(9999, 12, 31);
-
-static constexpr int64_t daysInMonth(int64_t year, int64_t month)
-{
-    return month == 12 ? 31 : dayNumber(year, month + 1, 1) - dayNumber(year, month, 1);
-}
-
-bool formatDate(ZoAbsoluteTime time, std::string& text)
+bool formatDate(ZoAbsoluteTime time, char (&text)[24])
 {
     const double whole = std::floor(time);
     if (!(whole >= -7e10 && whole <= 3e11)) return false;  // also keeps NaN from the conversion
-    const auto seconds = static_cast<int64_t>(whole);
-    int64_t day = seconds / kSecondsPerDay, second = seconds % kSecondsPerDay;
-    if (second < 0) {
-        second += kSecondsPerDay;
-        --day;
-    }
-    day += kReferenceDay;
-    if (day < kFirstDay || day > kLastDay) return false;
-
-    const int64_t era = day / 146097, dayOfEra = day % 146097;
-    const int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const int64_t m = (5 * dayOfYear + 2) / 153;
-    const auto month = static_cast<int>(m < 10 ? m + 3 : m - 9);
-    const auto year = static_cast<int>(yearOfEra + era * 400 + (month <= 2 ? 1 : 0));
-    const auto dayOfMonth = static_cast<int>(dayOfYear - (153 * m + 2) / 5 + 1);
-    char buffer[80];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02dT%02d:%02d:%02dZ", year, month, dayOfMonth,
-                  static_cast<int>(second / 3600), static_cast<int>(second / 60 % 60), static_cast<int>(second % 60));
-    text = buffer;
+    const sys_seconds at = kReferenceDay + seconds(static_cast<int64_t>(whole));
+    const year_month_day date(floor<days>(at));
+    if (date.year() < 1y || date.year() > 9999y) return false;
+    const hh_mm_ss clock(at - floor<days>(at));
+    std::snprintf(
+        text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", static_cast<unsigned>(int{date.year()}) % 10000,
+        unsigned{date.month()} % 100, unsigned{date.day()} % 100, static_cast<unsigned>(clock.hours().count()) % 100,
+        static_cast<unsigned>(clock.minutes().count()) % 100, static_cast<unsigned>(clock.seconds().count()) % 100);
     return true;
 }
 
@@ -59,22 +32,33 @@ bool parseDate(std::string_view text, ZoAbsoluteTime& time)
 {
     static constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
     if (text.size() != kForm.size()) return false;
-    int64_t fields[6] = {};
+    unsigned fields[6] = {};
     size_t field = 0;
     for (size_t i = 0; i < kForm.size(); ++i) {
         if (kForm[i] == '0') {
             if (text[i] < '0' || text[i] > '9') return false;
-            fields[field] = fields[field] * 10 + (text[i] - '0');
+            fields[field] = fields[field] * 10 + static_cast<unsigned>(text[i] - '0');
         } else {
             if (text[i] != kForm[i]) return false;
             ++field;
         }
     }
-    const auto [year, month, day, hour, minute, second] = fields;
-    if (year < 1 || month < 1 || month > 12 || day < 1 || day > daysInMonth(year, month)) return false;
-    if (hour > 23 || minute > 59 || second > 59) return false;
-    const int64_t days = dayNumber(year, month, day) - kReferenceDay;
-    time = static_cast<double>(days * kSecondsPerDay + hour * 3600 + minute * 60 + second);
+    const auto [years, months, day, hour, minute, second] = fields;
+    const year_month_day date(year(static_cast<int>(years)), month(months), std::chrono::day(day));
+    if (years < 1 || !date.ok() || hour > 23 || minute > 59 || second > 59) return false;
+    const auto at = sys_days(date) - kReferenceDay + hours(hour) + minutes(minute) + seconds(second);
+    time = static_cast<double>(seconds(at).count());
+    return true;
+}
+
+bool Output::append(ZoStringRef string, ZoStringEncoding encoding)
+{
+    if (!string) return false;
+    const ZoRange all = ZoRangeMake(0, ZoStringGetLength(string));
+    ZoIndex size = 0;
+    if (ZoStringGetBytes(string, all, encoding, 0, false, nullptr, 0, &size) != all.length) return false;
+    auto* to = size ? reinterpret_cast<uint8_t*>(extend(static_cast<size_t>(size))) : nullptr;
+    if (to) ZoStringGetBytes(string, all, encoding, 0, false, to, size, &size);
     return true;
 }
 

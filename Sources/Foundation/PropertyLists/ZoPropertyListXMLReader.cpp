@@ -5,13 +5,13 @@
 
 #include <charconv>
 #include <memory>
-#include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
-#include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoBase64Private.h"
 #include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoNumber.h"
 
@@ -39,27 +39,20 @@ Element elementNamed(std::string_view name)
 
 bool isContainer(Element element) { return element == Element::array || element == Element::dict; }
 
-int base64Digit(char c)
-{
-    if (c >= 'A' && c <= 'Z') return c - 'A';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-    if (c >= '0' && c <= '9') return c - '0' + 52;
-    return c == '+' ? 62 : c == '/' ? 63 : -1;
-}
-
-/// RFC 4648 section 4, with white space anywhere.
-bool decodeBase64(std::string_view text, std::vector<uint8_t>& bytes)
+/// White space may stand anywhere. Puts what `text` says at `bytes`, which have room for three of four characters.
+bool decodeBase64(std::string_view text, uint8_t* bytes, size_t& count)
 {
     uint32_t group = 0;
     size_t digits = 0, padding = 0;
+    count = 0;
     for (char c : text) {
         if (c == ' ' || c == '\t' || c == '\r' || c == '\n') continue;
-        const int digit = c == '=' ? 0 : base64Digit(c);
+        const int digit = c == '=' ? 0 : zoBase64Digit(c);
         if (digit < 0 || (padding && c != '=')) return false;
         if (c == '=') ++padding;
         group = group << 6 | static_cast<uint32_t>(digit);
         if (++digits % 4) continue;
-        for (size_t i = 0; i + padding < 3 && i < 3; ++i) bytes.push_back(static_cast<uint8_t>(group >> (16 - 8 * i)));
+        for (size_t i = 0; i + padding < 3 && i < 3; ++i) bytes[count++] = static_cast<uint8_t>(group >> (16 - 8 * i));
         group = 0;
     }
     return digits % 4 == 0 && padding <= 2;
@@ -92,18 +85,21 @@ public:
             const XML_Status status =
                 XML_Parse(parser_, reinterpret_cast<const char*>(bytes.data()), static_cast<int>(count), isLast);
             bytes = bytes.subspan(count);
-            if (status != XML_STATUS_OK) fail(XML_ErrorString(XML_GetErrorCode(parser_)));
+            if (status == XML_STATUS_OK) continue;
+            if (XML_GetErrorCode(parser_) == XML_ERROR_NO_MEMORY)
+                failure_.noMemory();
+            else
+                fail(XML_ErrorString(XML_GetErrorCode(parser_)));
         }
         if (failure_.ok() && !root_) failure_.corrupt("no value in the property list");
         return failure_.ok() ? std::move(root_) : nullptr;
     }
 
 private:
+    /// One that is open. Its keys and values stand in turn at the top of `values_`.
     struct Container {
-        explicit Container(bool isDictionary) : isDict(isDictionary) {}
         bool isDict;
-        std::vector<ZoRef<ZoTypeRef>> keys, values;
-        bool wantsValue() const { return !isDict || keys.size() > values.size(); }
+        size_t first;
     };
 
     static Reader& self(void* userData) { return *static_cast<Reader*>(userData); }
@@ -120,11 +116,20 @@ private:
     }
     static void onSkippedEntity(void* userData, const XML_Char*, int) { self(userData).fail("an unknown entity"); }
 
-    void fail(std::string_view reason)
+    void fail(const char* reason)
     {
-        failure_.corrupt("line " + std::to_string(XML_GetCurrentLineNumber(parser_)) + ": " + std::string(reason));
+        failure_.set(kZoPropertyListErrorCorrupt, reason, XML_GetCurrentLineNumber(parser_));
         XML_StopParser(parser_, XML_FALSE);
     }
+    void failForMemory()
+    {
+        failure_.noMemory();
+        XML_StopParser(parser_, XML_FALSE);
+    }
+
+    /// How many keys and values the innermost container has, and whether a value must come next.
+    size_t heldCount() const { return values_.size() - containers_[containers_.size() - 1].first; }
+    bool wantsValue() const { return !containers_[containers_.size() - 1].isDict || heldCount() % 2 == 1; }
 
     void start(std::string_view name)
     {
@@ -141,25 +146,26 @@ private:
             return fail("an element out of place");
         if (!isContainer(element)) {
             leaf_ = element;
-            text_.clear();
+            text_.truncate(0);
         } else if (containers_.size() >= kZoPropertyListMaximumDepth) {
             fail("nested too deep");
         } else {
-            containers_.emplace_back(element == Element::dict);
+            if (!containers_.append({element == Element::dict, values_.size()})) failForMemory();
         }
     }
 
     bool mayFollow(Element element) const
     {
-        const Container& container = containers_.back();
-        return element == Element::key ? container.isDict && !container.wantsValue() : container.wantsValue();
+        const bool isDict = containers_[containers_.size() - 1].isDict;
+        return element == Element::key ? isDict && !wantsValue() : wantsValue();
     }
 
     void characters(std::string_view text)
     {
-        if (leaf_ != Element::none)
+        if (leaf_ != Element::none) {
             text_ += text;
-        else if (failure_.ok() && !trimmed(text).empty())
+            if (!text_.ok()) failForMemory();
+        } else if (failure_.ok() && !trimmed(text).empty())
             fail("text outside of a value");
     }
 
@@ -177,37 +183,45 @@ private:
 
     void endLeaf()
     {
-        if (leaf_ == Element::key) {
-            auto key = zoStringFromUTF8(allocator_, text_);
-            if (!key) return fail("no memory");
-            if (containers_.empty()) return fail("a key outside of a dict");
-            containers_.back().keys.push_back(zoAdopt<ZoTypeRef>(key.release()));
-            return;
-        }
-        const char* complaint = "no memory";
+        if (leaf_ == Element::key && containers_.empty()) return fail("a key outside of a dict");
+        const char* complaint = nullptr;
         ZoRef<ZoTypeRef> value = leafValue(complaint);
-        if (!value) return fail(complaint);
-        add(std::move(value));
+        if (value)
+            add(std::move(value));
+        else if (complaint)
+            fail(complaint);
+        else
+            failForMemory();
     }
 
     ZoRef<ZoTypeRef> leafValue(const char*& complaint)
     {
         switch (leaf_) {
-            case Element::string: return zoAdopt<ZoTypeRef>(zoStringFromUTF8(allocator_, text_).release());
+            case Element::key:
+            case Element::string: return stringValue();
             case Element::integer: return integerValue(complaint);
             case Element::real: return realValue(complaint);
             case Element::date: return dateValue(complaint);
             case Element::data: return dataValue(complaint);
             default: break;
         }
-        complaint = "text within a boolean";
-        if (!trimmed(text_).empty()) return nullptr;
+        if (!trimmed(text_.text()).empty()) {
+            complaint = "text within a boolean";
+            return nullptr;
+        }
         return ZoRef<ZoTypeRef>::retain(leaf_ == Element::boolTrue ? kZoBooleanTrue : kZoBooleanFalse);
+    }
+
+    // expat gives UTF-8 and no other text.
+    ZoRef<ZoTypeRef> stringValue()
+    {
+        return zoAdopt<ZoTypeRef>(ZoStringCreateWithBytes(allocator_, text_.bytes(), static_cast<ZoIndex>(text_.size()),
+                                                          kZoStringEncodingUTF8, false));
     }
 
     ZoRef<ZoTypeRef> integerValue(const char*& complaint)
     {
-        std::string_view text = trimmed(text_);
+        std::string_view text = trimmed(text_.text());
         const bool isNegative = text.starts_with('-');
         if (isNegative || text.starts_with('+')) text.remove_prefix(1);
         const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -224,7 +238,7 @@ private:
 
     ZoRef<ZoTypeRef> realValue(const char*& complaint)
     {
-        std::string_view text = trimmed(text_);
+        std::string_view text = trimmed(text_.text());
         if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
         double value = 0;
         const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -238,7 +252,7 @@ private:
     ZoRef<ZoTypeRef> dateValue(const char*& complaint)
     {
         ZoAbsoluteTime time = 0;
-        if (!parseDate(trimmed(text_), time)) {
+        if (!parseDate(trimmed(text_.text()), time)) {
             complaint = "not a date";
             return nullptr;
         }
@@ -247,30 +261,35 @@ private:
 
     ZoRef<ZoTypeRef> dataValue(const char*& complaint)
     {
-        std::vector<uint8_t> bytes;
-        if (!decodeBase64(text_, bytes)) {
+        memory::ReportingArray<uint8_t> bytes;
+        if (!bytes.resize(text_.size() / 4 * 3)) return nullptr;
+        size_t count;
+        if (!decodeBase64(text_.text(), bytes.data(), count)) {
             complaint = "not base64";
             return nullptr;
         }
-        return zoAdopt<ZoTypeRef>(ZoDataCreate(allocator_, bytes.data(), static_cast<ZoIndex>(bytes.size())));
+        return zoAdopt<ZoTypeRef>(ZoDataCreate(allocator_, bytes.data(), static_cast<ZoIndex>(count)));
     }
 
     void endContainer()
     {
-        Container& container = containers_.back();
-        if (container.isDict && container.wantsValue()) return fail("a key without a value");
-        std::vector<const void*> keys, values;
-        for (const auto& key : container.keys) keys.push_back(key.get());
-        for (const auto& value : container.values) values.push_back(value.get());
-        const auto count = static_cast<ZoIndex>(values.size());
+        const Container container = containers_.back();
+        const size_t held = heldCount(), step = container.isDict ? 2 : 1;
+        if (held % step) return fail("a key without a value");
+        memory::ReportingArray<const void*> objects;  // all keys, where there are any, and then all values
+        if (!objects.resize(held)) return failForMemory();
+        const size_t count = held / step;
+        for (size_t i = 0; i < held; ++i) objects[i % step * count + i / step] = values_[container.first + i].get();
+        const auto amount = static_cast<ZoIndex>(count);
         ZoRef<ZoTypeRef> made;
         if (container.isDict)
-            made.reset(ZoDictionaryCreate(allocator_, keys.data(), values.data(), count, &kZoTypeDictionaryKeyCallBacks,
-                                          &kZoTypeDictionaryValueCallBacks));
+            made.reset(ZoDictionaryCreate(allocator_, objects.data(), objects.data() + count, amount,
+                                          &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
         else
-            made.reset(ZoArrayCreate(allocator_, values.data(), count, &kZoTypeArrayCallBacks));
-        if (!made) return fail("no memory");
-        containers_.pop_back();
+            made.reset(ZoArrayCreate(allocator_, objects.data(), amount, &kZoTypeArrayCallBacks));
+        if (!made) return failForMemory();
+        values_.truncate(container.first);
+        containers_.truncate(containers_.size() - 1);
         add(std::move(made));
     }
 
@@ -278,8 +297,8 @@ private:
     {
         if (containers_.empty())
             root_ = std::move(value);
-        else
-            containers_.back().values.push_back(std::move(value));
+        else if (!values_.append(std::move(value)))
+            failForMemory();
     }
 
     ZoAllocatorRef allocator_;
@@ -287,8 +306,9 @@ private:
     XML_Parser parser_ = nullptr;
     bool hasPlist_ = false;
     Element leaf_ = Element::none;  // the value that is open, if it is not a container
-    std::string text_;              // of it
-    std::vector<Container> containers_;
+    Output text_;                   // of it
+    memory::ReportingArray<Container> containers_;
+    memory::ReportingArray<ZoRef<ZoTypeRef>> values_;
     ZoRef<ZoTypeRef> root_;
 };
 

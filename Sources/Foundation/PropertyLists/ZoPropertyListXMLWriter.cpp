@@ -1,13 +1,13 @@
 // The XML form, written: one element a line, indented by tabs.
 
 #include <charconv>
-#include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/PropertyLists/ZoPropertyListPrivate.h"
-#include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoString.h"
+#include "Foundation/Values/ZoBase64Private.h"
 #include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoNumberPrivate.h"
 
@@ -16,25 +16,9 @@ namespace {
 
 constexpr size_t kBase64LineBytes = 57;  // 76 characters
 
-std::string base64(const uint8_t* bytes, size_t count)
-{
-    static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (size_t i = 0; i < count; i += 3) {
-        const size_t left = count - i;
-        const uint32_t group = uint32_t{bytes[i]} << 16 | (left > 1 ? uint32_t{bytes[i + 1]} << 8 : 0) |
-                               (left > 2 ? uint32_t{bytes[i + 2]} : 0);
-        text += kDigits[group >> 18];
-        text += kDigits[group >> 12 & 63];
-        text += left > 1 ? kDigits[group >> 6 & 63] : '=';
-        text += left > 2 ? kDigits[group & 63] : '=';
-    }
-    return text;
-}
-
 class Writer {
 public:
-    Writer(std::string& out, Failure& failure) : out_(out), failure_(failure) {}
+    Writer(Output& out, Failure& failure) : out_(out), failure_(failure) {}
 
     bool write(ZoTypeRef root)
     {
@@ -45,7 +29,10 @@ public:
     }
 
 private:
-    void startLine() { out_.append(depth_, '\t'); }
+    void startLine()
+    {
+        for (size_t i = 0; i < depth_; ++i) out_ += '\t';
+    }
 
     void writeLine(std::string_view text)
     {
@@ -62,25 +49,28 @@ private:
 
     bool writeText(std::string_view element, ZoStringRef string)
     {
-        std::string text, escaped;
-        if (!zoAppendBytes(string, kZoStringEncodingUTF8, text))
+        text_.truncate(0);
+        if (!text_.append(string, kZoStringEncodingUTF8))
             return failure_.unsupported("a string with an unpaired surrogate");
+        const std::string_view text = text_.text();
+        if (text.find("\xEF\xBF\xBE") != text.npos || text.find("\xEF\xBF\xBF") != text.npos)
+            return failure_.unsupported("a string with U+FFFE or U+FFFF, which XML does not have");
+        startLine();
+        ((out_ += '<') += element) += '>';
         for (char c : text) {
             switch (c) {
-                case '&': escaped += "&amp;"; break;
-                case '<': escaped += "&lt;"; break;
-                case '>': escaped += "&gt;"; break;
-                case '\r': escaped += "&#13;"; break;  // a bare one would be read as a line feed
+                case '&': out_ += "&amp;"; break;
+                case '<': out_ += "&lt;"; break;
+                case '>': out_ += "&gt;"; break;
+                case '\r': out_ += "&#13;"; break;  // a bare one would be read as a line feed
                 default:
                     if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n')
                         return failure_.unsupported("a string with a control character, which XML does not have");
-                    escaped += c;
+                    out_ += c;
             }
         }
-        if (escaped.find("\xEF\xBF\xBE") != std::string::npos || escaped.find("\xEF\xBF\xBF") != std::string::npos)
-            return failure_.unsupported("a string with U+FFFE or U+FFFF, which XML does not have");
-        writeElement(element, escaped);
-        return true;
+        ((out_ += "</") += element) += ">\n";
+        return text_.ok() || failure_.noMemory();
     }
 
     bool writeObject(ZoTypeRef object)
@@ -121,7 +111,7 @@ private:
 
     bool writeDate(ZoDateRef date)
     {
-        std::string text;
+        char text[24];
         if (!formatDate(ZoDateGetAbsoluteTime(date), text))
             return failure_.unsupported("a date outside of the years 1 to 9999");
         writeElement("date", text);
@@ -132,8 +122,12 @@ private:
     {
         const auto length = static_cast<size_t>(ZoDataGetLength(data));
         writeLine("<data>");
-        for (size_t at = 0; at < length; at += kBase64LineBytes)
-            writeLine(base64(ZoDataGetBytePtr(data) + at, std::min(kBase64LineBytes, length - at)));
+        for (size_t at = 0; at < length; at += kBase64LineBytes) {
+            char line[zoEncodedLength(kBase64LineBytes, 6, true)];
+            const size_t count = std::min(kBase64LineBytes, length - at);
+            const char* end = zoEncodeBase64(ZoDataGetBytePtr(data) + at, count, true, line);
+            writeLine({line, static_cast<size_t>(end - line)});
+        }
         writeLine("</data>");
     }
 
@@ -147,7 +141,7 @@ private:
             if (!writeObject(ZoArrayGetValueAtIndex(array, i))) return false;
         --depth_;
         if (count) writeLine("</array>");
-        path_.leave(array);
+        path_.leave();
         return true;
     }
 
@@ -155,7 +149,8 @@ private:
     {
         if (!path_.enter(dictionary, failure_)) return false;
         const auto count = static_cast<size_t>(ZoDictionaryGetCount(dictionary));
-        std::vector<const void*> keys(count), values(count);
+        memory::ReportingArray<const void*> keys, values;
+        if (!keys.resize(count) || !values.resize(count)) return failure_.noMemory();
         ZoDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
         writeLine(count ? "<dict>" : "<dict/>");
         ++depth_;
@@ -165,18 +160,19 @@ private:
         }
         --depth_;
         if (count) writeLine("</dict>");
-        path_.leave(dictionary);
+        path_.leave();
         return true;
     }
 
-    std::string& out_;
+    Output& out_;
     Failure& failure_;
     Path path_;
+    Output text_;  // of the string that is being written
     size_t depth_ = 0;
 };
 
 }  // namespace
 
-bool writeXML(ZoTypeRef root, std::string& out, Failure& failure) { return Writer(out, failure).write(root); }
+bool writeXML(ZoTypeRef root, Output& out, Failure& failure) { return Writer(out, failure).write(root); }
 
 }  // namespace zoplist

@@ -5,12 +5,12 @@
 
 #include <climits>
 #include <cstdlib>
-#include <map>
 #include <mutex>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Memory/Containers.h"
 
 struct ZoBundle_ {
     ZoRuntimeBase header;
@@ -47,39 +47,39 @@ const ZoRuntimeClass __ZoBundleClass = {
 
 ZoTypeID ZoBundleGetTypeID(void) { return kZoTypeIDBundle; }
 
-static bool isFolder(const std::string& path)
+static bool isFolder(const memory::String& path)
 {
     struct stat status;
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-static std::string programPrefix()
+static memory::String programPrefix()
 {
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
     if (length <= 0 || static_cast<size_t>(length) >= sizeof path) return {};
-    std::string prefix(path, static_cast<size_t>(length));
+    memory::String prefix(path, static_cast<size_t>(length));
     for (int i = 0; i < 2; ++i) prefix.resize(std::min(prefix.rfind('/'), prefix.size()));
     return prefix;
 }
 
-static std::string resourcesFolder(const std::string& identifier)
+static memory::String resourcesFolder(const memory::String& identifier)
 {
     const char* data = getenv("XDG_DATA_DIRS");
     const char* own = getenv("LUVIA_RESOURCES_DIR");
-    std::string roots = std::string(own ? own : "") + ":" + programPrefix() +
-                        "/share:" + (data && *data ? data : "/usr/local/share:/usr/share") + ":";
-    for (size_t start = 0, colon; (colon = roots.find(':', start)) != std::string::npos; start = colon + 1) {
-        const std::string root = roots.substr(start, colon - start);
-        const std::string folder = root + "/" + identifier + "/Resources";
+    memory::String roots = memory::String(own ? own : "") + ":" + programPrefix() +
+                           "/share:" + (data && *data ? data : "/usr/local/share:/usr/share") + ":";
+    for (size_t start = 0, colon; (colon = roots.find(':', start)) != memory::String::npos; start = colon + 1) {
+        const memory::String root = roots.substr(start, colon - start);
+        const memory::String folder = root + "/" + identifier + "/Resources";
         if (root.starts_with('/') && isFolder(folder)) return folder;
     }
     return {};
 }
 
-static ZoRef<ZoBundleRef> createBundle(ZoStringRef identifier, const std::string& name)
+static ZoRef<ZoBundleRef> createBundle(ZoStringRef identifier, const memory::String& name)
 {
-    const std::string folder = resourcesFolder(name);
+    const memory::String folder = resourcesFolder(name);
     if (folder.empty()) return nullptr;
     auto bundle = zoAdopt(bundleOf(
         _ZoRuntimeCreateInstance(nullptr, kZoTypeIDBundle, sizeof(ZoBundle_) - sizeof(ZoRuntimeBase), nullptr)));
@@ -92,10 +92,10 @@ static ZoRef<ZoBundleRef> createBundle(ZoStringRef identifier, const std::string
 
 ZoBundleRef ZoBundleGetBundleWithIdentifier(ZoStringRef identifier)
 {
-    const std::string name = zoUTF8(identifier);
-    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) return nullptr;
+    const memory::String name = zoUTF8(identifier);
+    if (name.empty() || name.front() == '.' || name.find('/') != memory::String::npos) return nullptr;
     static std::mutex sLock;
-    static auto* sBundles = new std::map<std::string, ZoBundleRef>;  // never freed, as what it lends
+    static auto* sBundles = memory::make<memory::Map<memory::String, ZoBundleRef>>();  // never freed, as what it lends
     const std::lock_guard guard(sLock);
     const auto known = sBundles->find(name);
     if (known != sBundles->end()) return known->second;
@@ -104,18 +104,18 @@ ZoBundleRef ZoBundleGetBundleWithIdentifier(ZoStringRef identifier)
     return sBundles->emplace(name, bundle.release()).first->second;
 }
 
-static bool leadsOut(const std::string& path)
+static bool leadsOut(const memory::String& path)
 {
-    return ("/" + path + "/").find("/../") != std::string::npos || path.find('\0') != std::string::npos;
+    return ("/" + path + "/").find("/../") != memory::String::npos || path.find('\0') != memory::String::npos;
 }
 
 ZoURLRef ZoBundleCopyResourceURL(ZoBundleRef bundle, ZoStringRef resourceName, ZoStringRef resourceType,
                                  ZoStringRef subDirectory)
 {
     if (!ZO_EXPECT(zoIsOfType(bundle, kZoTypeIDBundle), "not a bundle")) return nullptr;
-    std::string path = zoUTF8(resourceName);
+    memory::String path = zoUTF8(resourceName);
     if (path.empty()) return nullptr;
-    const std::string type = zoUTF8(resourceType), folder = zoUTF8(subDirectory);
+    const memory::String type = zoUTF8(resourceType), folder = zoUTF8(subDirectory);
     if (!type.empty()) path += "." + type;
     if (!folder.empty()) path = folder + "/" + path;
     if (leadsOut(path)) return nullptr;

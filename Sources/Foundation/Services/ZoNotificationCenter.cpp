@@ -4,14 +4,13 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
-#include <vector>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoString.h"
+#include "Memory/Containers.h"
 
 struct ZoNotificationCenter_ {
     ZoConstantHeader header{kZoTypeIDNotificationCenter};
@@ -27,19 +26,19 @@ struct Registration {
     uint64_t sequence = 0;
     std::atomic<bool> isRemoved = false;
 };
-using Registrations = std::vector<std::shared_ptr<Registration>>;
+using Registrations = memory::Vector<std::shared_ptr<Registration>>;
 
 struct Center {
     std::mutex lock;  // guards what follows
     uint64_t lastSequence = 0;
-    std::unordered_map<uint64_t, Registrations> byTopic;
-    std::unordered_map<const void*, Registrations> byObserver;
+    memory::UnorderedMap<uint64_t, Registrations> byTopic;
+    memory::UnorderedMap<const void*, Registrations> byObserver;
 };
 
 // Lives as long as the process: callbacks may come from threads that outlive main().
 Center& localCenter()
 {
-    static Center* const center = new Center;
+    static Center* const center = memory::make<Center>();
     return *center;
 }
 
@@ -54,7 +53,7 @@ uint64_t topicOf(ZoStringRef name, const void* object)
 
 bool isSameName(ZoStringRef a, ZoStringRef b) { return a == b || (a && b && ZoEqual(a, b)); }
 
-void eraseFrom(std::unordered_map<uint64_t, Registrations>& topics, const Registration* registration)
+void eraseFrom(memory::UnorderedMap<uint64_t, Registrations>& topics, const Registration* registration)
 {
     const auto topic = topics.find(topicOf(registration->name.get(), registration->object));
     if (topic == topics.end()) return;
@@ -103,7 +102,7 @@ void ZoNotificationCenterAddObserver(ZoNotificationCenterRef center, const void*
                                      ZoNotificationSuspensionBehavior)
 {
     if (!isCenter(center) || !ZO_EXPECT(callback, "absent callback")) return;
-    const auto registration = std::make_shared<Registration>();
+    const auto registration = std::allocate_shared<Registration>(memory::StoppingAllocator<Registration>());
     registration->observer = observer;
     registration->callback = callback;
     if (name) registration->name = zoAdopt(ZoStringCreateCopy(nullptr, name));

@@ -5,9 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
@@ -16,6 +14,7 @@
 #include "Foundation/Services/ZoPreferencesStorePrivate.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/Values/ZoNumber.h"
+#include "Memory/Containers.h"
 
 ZO_DEFINE_STRING(kZoPreferencesCurrentUser, "kZoPreferencesCurrentUser");
 ZO_DEFINE_STRING(kZoPreferencesAnyHost, "kZoPreferencesAnyHost");
@@ -27,9 +26,9 @@ namespace {
 /// A domain as this process sees it. `values` guards what readers look at, and is never held over input or output;
 /// `file` orders those who write.
 struct Domain {
-    explicit Domain(std::string place) : path(std::move(place)) {}
+    explicit Domain(memory::String place) : path(std::move(place)) {}
 
-    const std::string path;
+    const memory::String path;
     std::mutex file, values;
     bool isRead = false;
     bool isComplaintMade = false;  // that the file is corrupt or cannot be read
@@ -41,13 +40,13 @@ struct Domain {
 Domain* domainFor(ZoStringRef applicationID)
 {
     static std::mutex sLock;
-    static auto* sDomains = new std::map<std::string, std::unique_ptr<Domain>>;
-    const std::string path = pathOfDomain(zoUTF8(applicationID));
+    static auto* sDomains = memory::make<memory::Map<memory::String, Domain*>>();
+    const memory::String path = pathOfDomain(zoUTF8(applicationID));
     if (path.empty()) return nullptr;
     const std::lock_guard guard(sLock);
     auto& domain = (*sDomains)[path];
-    if (!domain) domain = std::make_unique<Domain>(path);
-    return domain.get();
+    if (!domain) domain = memory::make<Domain>(path);
+    return domain;
 }
 
 /// Reads the file. The caller holds domain.file.
@@ -133,10 +132,10 @@ bool isString(ZoTypeRef object) { return object && ZoGetTypeID(object) == ZoStri
 void setPairs(Domain& domain, ZoDictionaryRef pairs)
 {
     const auto count = static_cast<size_t>(ZoDictionaryGetCount(pairs));
-    std::vector<const void*> keys(count), values(count);
+    memory::Vector<const void*> keys(count), values(count);
     ZoDictionaryGetKeysAndValues(pairs, keys.data(), values.data());
     for (size_t i = 0; i < count; ++i) {
-        std::string key;
+        memory::String key;
         const bool hasKey = isString(keys[i]) && storable(keys[i]) &&
                             zoAppendBytes(static_cast<ZoStringRef>(keys[i]), kZoStringEncodingUTF8, key);
         auto value = storable(values[i]);
@@ -153,7 +152,7 @@ void removeKeys(Domain& domain, ZoArrayRef keys)
 {
     for (ZoIndex i = 0; i < ZoArrayGetCount(keys); ++i) {
         const void* key = ZoArrayGetValueAtIndex(keys, i);
-        std::string name;
+        memory::String name;
         if (!isString(key) || !zoAppendBytes(static_cast<ZoStringRef>(key), kZoStringEncodingUTF8, name)) continue;
         const std::lock_guard guard(domain.values);
         domain.changes.insert_or_assign(std::move(name), ZoRef<ZoTypeRef>());
@@ -188,7 +187,7 @@ bool readBoolean(ZoTypeRef object, bool& value)
     };
     static constexpr Word kWords[] = {{"true", true},   {"yes", true}, {"1", true},
                                       {"false", false}, {"no", false}, {"0", false}};
-    const std::string text = zoUTF8(static_cast<ZoStringRef>(object));
+    const memory::String text = zoUTF8(static_cast<ZoStringRef>(object));
     for (const Word& word : kWords) {
         if (strcasecmp(text.c_str(), word.text) != 0) continue;
         value = word.value;
@@ -226,7 +225,7 @@ ZoPropertyListRef ZoPreferencesCopyAppValue(ZoStringRef key, ZoStringRef applica
     Domain* domain = key ? domainFor(applicationID) : nullptr;
     if (!domain) return nullptr;
     readOnce(*domain);
-    std::string name;
+    memory::String name;
     if (!zoAppendBytes(key, kZoStringEncodingUTF8, name)) return nullptr;
     const std::lock_guard guard(domain->values);
     const auto change = domain->changes.find(name);

@@ -7,13 +7,14 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "Foundation/Objects/ZoAllocator.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Memory/Containers.h"
 
 namespace zoprefs {
 namespace {
@@ -25,6 +26,7 @@ constexpr int kMaximumBackups = 1000;
 class Descriptor {
 public:
     explicit Descriptor(int number) : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
@@ -36,14 +38,14 @@ private:
     int number_;
 };
 
-bool complain(const std::string& path, const char* what)
+bool complain(const memory::String& path, const char* what)
 {
     const auto text = zoStringFromUTF8(nullptr, path);
     ZoLog(3, ZOSTR("preferences: %s: %@ (%s)"), what, text.get(), strerror(errno));
     return false;
 }
 
-bool readAll(int descriptor, std::vector<uint8_t>& bytes)
+bool readAll(int descriptor, memory::ReportingArray<uint8_t>& bytes)
 {
     constexpr size_t kPiece = 1 << 16;
     for (;;) {
@@ -52,9 +54,12 @@ bool readAll(int descriptor, std::vector<uint8_t>& bytes)
             errno = EFBIG;
             return false;
         }
-        bytes.resize(before + kPiece);
+        if (!bytes.resize(before + kPiece)) {
+            errno = ENOMEM;
+            return false;
+        }
         const ssize_t count = read(descriptor, bytes.data() + before, kPiece);
-        bytes.resize(before + static_cast<size_t>(count > 0 ? count : 0));
+        bytes.truncate(before + static_cast<size_t>(count > 0 ? count : 0));
         if (count == 0) return true;
         if (count < 0 && errno != EINTR) return false;
     }
@@ -73,25 +78,32 @@ bool writeAll(int descriptor, const uint8_t* bytes, size_t count)
     return true;
 }
 
-bool makeFolders(const std::string& path)
+bool makeFolders(const memory::String& path)
 {
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))
+    for (size_t slash = path.find('/', 1); slash != memory::String::npos; slash = path.find('/', slash + 1))
         if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS && errno != EACCES)
             return false;
     return true;  // what is missing because it may not be made shows when the file is opened
 }
 
 /// Where the file itself is, so that a symbolic link to it stays one.
-std::string targetOf(const std::string& path)
+memory::String targetOf(const memory::String& path)
 {
     char target[PATH_MAX];
     return realpath(path.c_str(), target) ? target : path;
 }
 
-/// Keeps the file under a name that nobody has.
-bool backUp(const std::string& path)
+bool isSameFile(const memory::String& a, const memory::String& b)
 {
-    std::string name = path + ".corrupt";
+    struct stat left, right;
+    return lstat(a.c_str(), &left) == 0 && lstat(b.c_str(), &right) == 0 && left.st_dev == right.st_dev &&
+           left.st_ino == right.st_ino;
+}
+
+/// Keeps the file under a name that no other file has, which comes out in `name`.
+bool backUp(const memory::String& path, memory::String& name)
+{
+    name = path + ".corrupt";
     for (int i = 1; i <= kMaximumBackups; ++i) {
         if (link(path.c_str(), name.c_str()) == 0) return true;
         // A file system without hard links: then by name, and the file is gone until the new one takes its place.
@@ -99,21 +111,26 @@ bool backUp(const std::string& path)
             renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0)
             return true;
         if (errno != EEXIST) return false;
-        name = path + ".corrupt." + std::to_string(i);
+        if (isSameFile(path, name)) return true;  // by somebody who came no further
+        char suffix[16];
+        snprintf(suffix, sizeof suffix, ".corrupt.%d", i);
+        name = path + suffix;
     }
     return false;
 }
 
-void syncFolderOf(const std::string& path)
+void syncFolderOf(const memory::String& path)
 {
     const Descriptor folder(open(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder) fsync(folder.get());  // of no use on some file systems, and no harm
 }
 
-bool replaceFile(const std::string& path, const uint8_t* bytes, size_t count)
+/// The caller has the lock, so that one name is enough; who was killed before has left it, perhaps.
+bool replaceFile(const memory::String& path, const uint8_t* bytes, size_t count)
 {
-    std::string temporary = path + ".XXXXXX";
-    Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
+    const memory::String temporary = path + ".new";
+    unlink(temporary.c_str());
+    Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!file) return false;
     struct stat old;
     const bool keepsMode = stat(path.c_str(), &old) == 0;
@@ -145,27 +162,27 @@ ZoRef<ZoDictionaryRef> merged(ZoDictionaryRef contents, const Changes& changes)
 
 }  // namespace
 
-std::string pathOfDomain(const std::string& domain)
+memory::String pathOfDomain(const memory::String& domain)
 {
-    if (domain.empty() || domain.size() > kMaximumDomainLength || domain.find('/') != std::string::npos ||
-        domain.find('\0') != std::string::npos)
+    if (domain.empty() || domain.size() > kMaximumDomainLength || domain.find('/') != memory::String::npos ||
+        domain.find('\0') != memory::String::npos)
         return {};
     const char* moved = getenv("LUVIA_PREFERENCES_DIR");
-    if (moved && *moved) return std::string(moved) + "/" + domain + ".plist";
+    if (moved && *moved) return memory::String(moved) + "/" + domain + ".plist";
     // A relative path counts as none (XDG Base Directory): the place would move with the working directory.
     const char* config = getenv("XDG_CONFIG_HOME");
-    if (config && *config == '/') return std::string(config) + "/" + domain + ".plist";
+    if (config && *config == '/') return memory::String(config) + "/" + domain + ".plist";
     const char* home = getenv("HOME");
-    return home && *home ? std::string(home) + "/.config/" + domain + ".plist" : std::string();
+    return home && *home ? memory::String(home) + "/.config/" + domain + ".plist" : memory::String();
 }
 
-Reading readStore(const std::string& path, ZoRef<ZoDictionaryRef>& contents)
+Reading readStore(const memory::String& path, ZoRef<ZoDictionaryRef>& contents)
 {
     contents.reset(ZoDictionaryCreate(nullptr, nullptr, nullptr, 0, &kZoTypeDictionaryKeyCallBacks,
                                       &kZoTypeDictionaryValueCallBacks));
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!file) return errno == ENOENT || errno == ENOTDIR ? Reading::ok : Reading::unreadable;
-    std::vector<uint8_t> bytes;
+    memory::ReportingArray<uint8_t> bytes;
     if (!readAll(file.get(), bytes)) return Reading::unreadable;
     const auto data = zoAdopt(
         ZoDataCreateWithBytesNoCopy(nullptr, bytes.data(), static_cast<ZoIndex>(bytes.size()), kZoAllocatorNull));
@@ -175,23 +192,44 @@ Reading readStore(const std::string& path, ZoRef<ZoDictionaryRef>& contents)
     return Reading::ok;
 }
 
-bool updateStore(const std::string& path, const Changes& changes, ZoRef<ZoDictionaryRef>& contents)
+/// Held until the descriptor closes. One for each file, by whichever link it is reached.
+static Descriptor lockStore(const memory::String& path, memory::String& target)
+{
+    for (;;) {
+        target = targetOf(path);
+        const memory::String lockPath = target + ".lock";
+        Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        int result;
+        do {
+            result = lock ? flock(lock.get(), LOCK_EX) : -1;
+        } while (result != 0 && lock && errno == EINTR);
+        if (result != 0) {
+            complain(lockPath, "cannot lock");
+            return Descriptor(-1);
+        }
+        if (targetOf(path) == target) return lock;  // else the link leads elsewhere by now
+    }
+}
+
+static bool moveAside(const memory::String& path)
+{
+    memory::String name;
+    if (!backUp(path, name)) return complain(path, "cannot keep a copy of the corrupt file");
+    const auto from = zoStringFromUTF8(nullptr, path), to = zoStringFromUTF8(nullptr, name);
+    ZoLog(3, ZOSTR("preferences: %@ is not a property list with a dictionary; kept as %@"), from.get(), to.get());
+    return true;
+}
+
+bool updateStore(const memory::String& path, const Changes& changes, ZoRef<ZoDictionaryRef>& contents)
 {
     if (!makeFolders(path)) return complain(path, "cannot make the folder");
-    const std::string lockPath = path + ".lock";
-    const Descriptor lock(open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    int result;
-    do {
-        result = lock ? flock(lock.get(), LOCK_EX) : -1;  // let go when the descriptor closes
-    } while (result != 0 && lock && errno == EINTR);
-    if (result != 0) return complain(lockPath, "cannot lock");
-
-    const std::string target = targetOf(path);
+    memory::String target;
+    const Descriptor lock = lockStore(path, target);
+    if (!lock) return false;
     ZoRef<ZoDictionaryRef> old;
     const Reading reading = readStore(target, old);
     if (reading == Reading::unreadable) return complain(target, "cannot read");
-    if (reading == Reading::corrupt && !backUp(target))
-        return complain(target, "cannot keep a copy of the corrupt file");
+    if (reading == Reading::corrupt && !moveAside(target)) return false;
 
     auto changed = merged(old.get(), changes);
     const auto data =

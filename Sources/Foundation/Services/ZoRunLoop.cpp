@@ -6,13 +6,13 @@
 #include <condition_variable>
 #include <mutex>
 #include <new>
-#include <vector>
 
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoString.h"
+#include "Memory/Containers.h"
 
 ZO_DEFINE_STRING(kZoRunLoopDefaultMode, "kZoRunLoopDefaultMode");
 ZO_DEFINE_STRING(kZoRunLoopCommonModes, "kZoRunLoopCommonModes");
@@ -32,7 +32,7 @@ struct Timer {
     ZoIndex order;
     // Below: guarded by sLock.
     ZoRunLoopRef loop = nullptr;  // retained while the timer is valid and added; the loop retains the timer as well
-    std::vector<ZoRef<ZoStringRef>> modes;
+    memory::Vector<ZoRef<ZoStringRef>> modes;
     bool isValid = true;
     bool isFiring = false;
 };
@@ -40,7 +40,7 @@ struct Timer {
 struct Loop {
     std::condition_variable changed;
     // Below: guarded by sLock.
-    std::vector<ZoRef<ZoRunLoopTimerRef>> timers;
+    memory::Vector<ZoRef<ZoRunLoopTimerRef>> timers;
     bool isAwake = false;
     bool isStopped = false;
     bool isOver = false;  // its thread has ended
@@ -133,7 +133,7 @@ struct ThreadLoop {
     ~ThreadLoop()
     {
         if (!loop) return;
-        std::vector<ZoRef<ZoRunLoopTimerRef>> timers;
+        memory::Vector<ZoRef<ZoRunLoopTimerRef>> timers;
         {
             const std::lock_guard guard(sLock);
             loop->loop.isOver = true;
@@ -157,7 +157,7 @@ bool isInMode(const Timer& timer, ZoStringRef mode)
 struct Look {
     bool isEmpty = true;
     Seconds next = INFINITY;  // the earliest deadline of those that can fire
-    std::vector<ZoRef<ZoRunLoopTimerRef>> due;
+    memory::Vector<ZoRef<ZoRunLoopTimerRef>> due;
 };
 
 Look lookAtTimers(const Loop& loop, ZoStringRef mode, Seconds time)
@@ -318,7 +318,7 @@ void ZoRunLoopTimerInvalidate(ZoRunLoopTimerRef timer)
     Timer& fields = timer->timer;
     ZoRef<ZoRunLoopTimerRef> fromLoop;  // these outlive the guard: the last reference may be among them
     ZoRef<ZoRunLoopRef> loop;
-    std::vector<ZoRef<ZoStringRef>> modes;
+    memory::Vector<ZoRef<ZoStringRef>> modes;
     bool mayReleaseInfo;
     {
         const std::lock_guard guard(sLock);

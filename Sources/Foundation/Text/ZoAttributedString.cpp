@@ -5,18 +5,18 @@
 
 #include <algorithm>
 #include <new>
-#include <vector>
 
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoStringPrivate.h"
+#include "Memory/Containers.h"
 
 struct AttributeRun {
     ZoIndex end;
     ZoRef<ZoDictionaryRef> attributes;
 };
-using AttributeRuns = std::vector<AttributeRun>;
+using AttributeRuns = memory::Vector<AttributeRun>;
 
 struct ZoAttributedString_ {
     ZoRuntimeBase base;

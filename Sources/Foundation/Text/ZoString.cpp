@@ -79,12 +79,11 @@ bool isASCII(const UniChar* units, ZoIndex count)
 
 uint64_t hashText(const TextView& text)
 {
-    const auto count = static_cast<size_t>(text.length);
-    if (!text.wide) return zoHashBytes(text.units, count);
-    if (!isASCII(text)) return zoHashBytes(text.units, 2 * count);
+    if (!text.wide) return hashNarrow(text.units, text.length);
+    if (!isASCII(text)) return hashNarrow(text.units, 2 * text.length);
     TextBuffer narrow;  // only a mutable string has ASCII in the wide form
     if (!narrow.append(text)) stopForMemory();
-    return zoHashBytes(narrow.view().units, count);
+    return hashNarrow(narrow.view().units, text.length);
 }
 
 bool textsEqual(const TextView& a, const TextView& b)
@@ -273,8 +272,8 @@ bool TextBuffer::appendCodePoint(uint32_t codePoint)
     }
     UniChar units[2] = {static_cast<UniChar>(codePoint), 0};
     if (codePoint < 0x10000) return append({units, 1, true});
-    units[0] = static_cast<UniChar>(0xD7C0 + (codePoint >> 10));
-    units[1] = static_cast<UniChar>(0xDC00 | (codePoint & 0x3FF));
+    units[0] = highSurrogateOf(codePoint);
+    units[1] = lowSurrogateOf(codePoint);
     return append({units, 2, true});
 }
 

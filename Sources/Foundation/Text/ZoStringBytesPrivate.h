@@ -1,16 +1,16 @@
-// Between string objects and bytes, for sources of the object library that work on std::string.
+// Between string objects and bytes, for sources of the object library that work on memory::String.
 
 #pragma once
 
-#include <string>
 #include <string_view>
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
+#include "Memory/Containers.h"
 
 /// Appends all of `string` to `out`. False, with `out` as it was, for an absent string or one that is not in
 /// `encoding`.
-inline bool zoAppendBytes(ZoStringRef string, ZoStringEncoding encoding, std::string& out)
+inline bool zoAppendBytes(ZoStringRef string, ZoStringEncoding encoding, memory::String& out)
 {
     if (!string) return false;
     const ZoRange all = ZoRangeMake(0, ZoStringGetLength(string));
@@ -24,9 +24,9 @@ inline bool zoAppendBytes(ZoStringRef string, ZoStringEncoding encoding, std::st
 }
 
 /// The string as UTF-8; empty for one that is absent or has no UTF-8 form (an unpaired surrogate).
-inline std::string zoUTF8(ZoStringRef string)
+inline memory::String zoUTF8(ZoStringRef string)
 {
-    std::string text;
+    memory::String text;
     zoAppendBytes(string, kZoStringEncodingUTF8, text);
     return text;
 }

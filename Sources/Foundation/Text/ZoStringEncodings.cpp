@@ -155,8 +155,8 @@ static size_t writeUnits(uint32_t codePoint, uint8_t* bytes)
 {
     if (isSurrogate(codePoint)) return 0;
     const bool isPair = kUnitSize == 2 && codePoint >= 0x10000;
-    writeUnit(isPair ? 0xD7C0 + (codePoint >> 10) : codePoint, kUnitSize, kBigEndian, bytes);
-    if (isPair) writeUnit(0xDC00 | (codePoint & 0x3FF), kUnitSize, kBigEndian, bytes + kUnitSize);
+    writeUnit(isPair ? highSurrogateOf(codePoint) : codePoint, kUnitSize, kBigEndian, bytes);
+    if (isPair) writeUnit(lowSurrogateOf(codePoint), kUnitSize, kBigEndian, bytes + kUnitSize);
     return isPair ? 4 : kUnitSize;
 }
 

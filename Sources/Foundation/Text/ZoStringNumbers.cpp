@@ -3,9 +3,9 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <string>
 
 #include "Foundation/Text/ZoStringPrivate.h"
+#include "Memory/Containers.h"
 
 using zo::TextView;
 
@@ -76,7 +76,7 @@ double ZoStringGetDoubleValue(ZoStringRef string)
         const char* bytes = static_cast<const char*>(text.units);
         return readDouble(bytes + at, bytes + text.length, negative);
     }
-    std::string number;
+    memory::String number;
     for (; at < text.length && text[at] < 0x80; ++at) number.push_back(static_cast<char>(text[at]));
     return readDouble(number.data(), number.data() + number.size(), negative);
 }

@@ -10,13 +10,14 @@
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoString.h"
+#include "Foundation/Text/ZoSurrogatesPrivate.h"
 
 /// The first 32 bytes are those of a ZoConstantString; the rest exists only where kZoStringConstant is clear.
 struct ZoString_ {
     ZoRuntimeBase base;
     const void* contents;  ///< 8-bit ASCII, or UTF-16 in the machine's order if kZoStringWide
     ZoIndex length;
-    uint64_t hashOrCapacity;  ///< immutable: the hash, 0 while unknown; mutable: bytes allocated for `contents`
+    uint64_t hashOrCapacity;  ///< immutable: the hash once it is known; mutable: bytes allocated for `contents`
 };
 
 // The type's byte of flags in the header. Those of a constant record are 0xC8.
@@ -76,11 +77,6 @@ inline ZoRange rangeWithin(ZoRange range, ZoIndex length)
     const ZoIndex count = range.length < 0 ? 0 : range.length > length - start ? length - start : range.length;
     return {start, count};
 }
-
-constexpr bool isHighSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xD800; }
-constexpr bool isLowSurrogate(uint32_t unit) { return (unit & 0xFFFFFC00u) == 0xDC00; }
-constexpr bool isSurrogate(uint32_t unit) { return (unit & 0xFFFFF800u) == 0xD800; }
-constexpr uint32_t surrogatePair(uint32_t high, uint32_t low) { return (high << 10) + low - 0x35FDC00u; }
 
 /// The character at `index`: a pair as one, a surrogate that stands alone as itself. `units` is 1 or 2.
 inline uint32_t codePointAt(const TextView& text, ZoIndex index, ZoIndex& units)
@@ -208,7 +204,14 @@ void decodeUTF8Leniently(const uint8_t* bytes, size_t count, TextBuffer& out);
 /// Converts from the start for as long as it fits and can be converted; gives the number of units converted.
 ZoIndex encodeText(ZoStringEncoding encoding, const TextView& text, uint8_t lossByte, bool isExternal, ByteSink& sink);
 
+/// Set in every hash of a string, and so in a word that holds one.
+constexpr uint64_t kStringHashIsKnown = uint64_t{1} << 63;
+
 /// Equal text has equal hashes in every form: text that is all ASCII hashes as its bytes.
+inline uint64_t hashNarrow(const void* bytes, ZoIndex length)
+{
+    return zoHashBytes(bytes, static_cast<size_t>(length)) | kStringHashIsKnown;
+}
 uint64_t hashText(const TextView& text);
 
 bool textsEqual(const TextView& a, const TextView& b);
@@ -217,11 +220,11 @@ bool textsEqual(const TextView& a, const TextView& b);
 inline ZoHashCode stringHash(ZoStringRef string)
 {
     const uint8_t flags = zoTypeFlags(string);
-    if (flags & kZoStringConstant) return zoHashBytes(string->contents, static_cast<size_t>(string->length));
+    if (flags & kZoStringConstant) return hashNarrow(string->contents, string->length);
     if (flags & kZoStringMutable) return hashText(viewOfString(string));
     auto* cache = &const_cast<ZoMutableStringRef>(string)->hashOrCapacity;
     uint64_t hash = __atomic_load_n(cache, __ATOMIC_RELAXED);
-    if (!hash) {
+    if (!(hash & kStringHashIsKnown)) {
         hash = hashText(viewOfString(string));
         __atomic_store_n(cache, hash, __ATOMIC_RELAXED);
     }

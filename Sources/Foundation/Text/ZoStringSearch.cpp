@@ -1,10 +1,10 @@
 // Comparison, search and replacement. Order is that of the UTF-16 units; without regard to case, of their folded forms.
 
 #include <algorithm>
-#include <vector>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Text/ZoStringPrivate.h"
+#include "Memory/Containers.h"
 
 using zo::TextView;
 
@@ -22,7 +22,7 @@ static UniChar foldedUnit(const TextView& text, ZoIndex index)
     ZoIndex units;
     const uint32_t folded = services->foldCase(zo::codePointAt(text, isSecond ? index - 1 : index, units));
     if (units == 1 || folded < 0x10000) return unit;
-    return static_cast<UniChar>(isSecond ? 0xDC00 | (folded & 0x3FF) : 0xD7C0 + (folded >> 10));
+    return isSecond ? zo::lowSurrogateOf(folded) : zo::highSurrogateOf(folded);
 }
 
 static UniChar unitAt(const TextView& text, ZoIndex index, bool fold)
@@ -149,7 +149,7 @@ ZoIndex ZoStringFindAndReplace(ZoMutableStringRef string, ZoStringRef stringToFi
     if (!zo::isMutableString(string)) return 0;
     const TextView text = zo::textView(string), wanted = zo::textView(stringToFind);
     ZoRange rest = zo::rangeWithin(range, text.length);
-    std::vector<ZoIndex> places;
+    memory::Vector<ZoIndex> places;
     for (ZoIndex at; (at = findText(text, rest, wanted, flags)) != kZoNotFound;) {
         places.push_back(at);
         if (flags & kZoCompareAnchored) break;

@@ -6,6 +6,7 @@
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/URLs/ZoURLPrivate.h"
+#include "Memory/Containers.h"
 
 static const ZoURL_* urlOf(ZoTypeRef object) { return static_cast<const ZoURL_*>(object); }
 
@@ -77,7 +78,7 @@ ZoRef<ZoURLRef> zoURLFromText(ZoAllocatorRef allocator, std::string_view text, Z
 
 ZoURLRef ZoURLCreateWithString(ZoAllocatorRef allocator, ZoStringRef string, ZoURLRef baseURL)
 {
-    std::string text;
+    memory::String text;
     if (!ZO_EXPECT(!baseURL || isURL(baseURL), "the base is not a URL")) return nullptr;
     if (!zoAppendBytes(string, kZoStringEncodingASCII, text) || (text.empty() && !baseURL)) return nullptr;
     return zoURLFromText(allocator, text, baseURL).release();

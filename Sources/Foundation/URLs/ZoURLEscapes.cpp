@@ -1,16 +1,14 @@
 // Percent escapes in strings of any encoding.
 
 #include <algorithm>
-#include <vector>
 
 #include "Foundation/Text/ZoStringBytesPrivate.h"
+#include "Foundation/Text/ZoSurrogatesPrivate.h"
 #include "Foundation/URLs/ZoURL.h"
 #include "Foundation/URLs/ZoURLSyntaxPrivate.h"
+#include "Memory/Containers.h"
 
 namespace {
-
-constexpr bool isHighSurrogate(UniChar unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool isLowSurrogate(UniChar unit) { return (unit & 0xFC00) == 0xDC00; }
 
 /// UTF-16 text, read a character at a time. An unpaired surrogate is a character of its own.
 class Units {
@@ -25,13 +23,14 @@ public:
     UniChar operator[](size_t index) const { return units_[index]; }
     size_t lengthAt(size_t index) const
     {
-        const bool isPair = isHighSurrogate(units_[index]) && index + 1 < size() && isLowSurrogate(units_[index + 1]);
+        const bool isPair =
+            zo::isHighSurrogate(units_[index]) && index + 1 < size() && zo::isLowSurrogate(units_[index + 1]);
         return isPair ? 2 : 1;
     }
     uint32_t characterAt(size_t index) const
     {
         if (lengthAt(index) == 1) return units_[index];
-        return 0x10000u + ((units_[index] & 0x3FFu) << 10) + (units_[index + 1] & 0x3FFu);
+        return zo::surrogatePair(units_[index], units_[index + 1]);
     }
     /// The value of an escape that stands at `index`, or -1.
     int escapeAt(size_t index) const
@@ -42,7 +41,7 @@ public:
     }
 
 private:
-    std::vector<UniChar> units_;
+    memory::Vector<UniChar> units_;
 };
 
 class CharacterSet {
@@ -60,11 +59,11 @@ public:
     bool isEmpty() const { return characters_.empty(); }
 
 private:
-    std::vector<uint32_t> characters_;
+    memory::Vector<uint32_t> characters_;
 };
 
 /// The bytes of one character; false if the encoding does not have it.
-bool encodeCharacter(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding, std::string& bytes)
+bool encodeCharacter(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding, memory::String& bytes)
 {
     uint8_t buffer[32];
     ZoIndex used = 0;
@@ -93,7 +92,7 @@ bool appendUnescaped(ZoMutableStringRef out, std::string_view bytes, const UniCh
     }
     const Units units(run.get());
     size_t byteIndex = 0;
-    std::string encoded;
+    memory::String encoded;
     for (size_t i = 0; i < units.size(); i += units.lengthAt(i)) {
         if (!encodeCharacter(run.get(), i, units.lengthAt(i), encoding, encoded)) return false;
         if (encoded.size() > bytes.size() - byteIndex) return false;
@@ -118,7 +117,7 @@ ZoStringRef ZoURLCreateStringByAddingPercentEscapes(ZoAllocatorRef allocator, Zo
     const CharacterSet leave(charactersToLeaveUnescaped), force(legalURLCharactersToBeEscaped);
     const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
     if (!out) return nullptr;
-    std::string bytes, escapes;
+    memory::String bytes, escapes;
     const auto flush = [&] {
         if (!escapes.empty()) ZoStringAppendCString(out.get(), escapes.c_str(), kZoStringEncodingASCII);
         escapes.clear();
@@ -150,7 +149,7 @@ ZoStringRef ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(ZoAllocatorR
     const CharacterSet leave(charactersToLeaveEscaped);
     const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
     if (!out) return nullptr;
-    std::string bytes;
+    memory::String bytes;
     for (size_t i = 0; i < units.size();) {
         const size_t start = i;
         if (units[i] != '%') {

@@ -8,6 +8,7 @@
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/URLs/ZoURLPrivate.h"
+#include "Memory/Containers.h"
 
 static std::string_view withoutTrailingSlashes(std::string_view path)
 {
@@ -25,7 +26,7 @@ static ZoRef<ZoURLRef> workingDirectory(ZoAllocatorRef allocator)
 {
     char path[PATH_MAX];
     if (!getcwd(path, sizeof path) || path[0] != '/') return nullptr;
-    std::string text = "file://";
+    memory::String text = "file://";
     urlAppendEscaped(text, path, kUrlPathCharacters);
     if (text.back() != '/') text += '/';
     return zoURLFromText(allocator, text, nullptr);
@@ -36,7 +37,7 @@ static ZoURLRef createWithPath(ZoAllocatorRef allocator, std::string_view path, 
     if (path.empty() || path.find('\0') != std::string_view::npos) return nullptr;
     const bool isAbsolute = path.front() == '/';
     path = withoutTrailingSlashes(path);
-    std::string text = isAbsolute ? "file://" : "";
+    memory::String text = isAbsolute ? "file://" : "";
     // A ":" in the first segment of a relative reference would end a scheme.
     urlAppendEscaped(text, path, isAbsolute ? kUrlPathCharacters : kUrlPathCharacters & ~kUrlColon);
     if (isDirectory || path.empty()) text += '/';
@@ -48,7 +49,7 @@ static ZoURLRef createWithPath(ZoAllocatorRef allocator, std::string_view path, 
 ZoURLRef ZoURLCreateWithFileSystemPath(ZoAllocatorRef allocator, ZoStringRef path, ZoURLPathStyle style,
                                        Boolean isDirectory)
 {
-    std::string bytes;
+    memory::String bytes;
     if (style != kZoURLPOSIXPathStyle || !zoAppendBytes(path, kZoStringEncodingUTF8, bytes)) return nullptr;
     return createWithPath(allocator, bytes, isDirectory);
 }
@@ -67,11 +68,11 @@ static bool namesFile(const UrlParts& parts)
 }
 
 /// The path's bytes, without a trailing "/" unless it is the root; empty if the URL names no file.
-static std::string fileSystemPath(ZoURLRef url)
+static memory::String fileSystemPath(ZoURLRef url)
 {
     if (!namesFile(url->parts) || (url->base && !namesFile(url->base->parts))) return {};
-    std::string path = urlUnescape(url->parts.path);
-    if (path.find('\0') != std::string::npos) return {};
+    memory::String path = urlUnescape(url->parts.path);
+    if (path.find('\0') != memory::String::npos) return {};
     const bool isAbsolute = !path.empty() && path.front() == '/';
     path.resize(withoutTrailingSlashes(path).size());
     return path.empty() && isAbsolute ? "/" : path;
@@ -81,7 +82,7 @@ ZoStringRef ZoURLCopyFileSystemPath(ZoURLRef url, ZoURLPathStyle style)
 {
     const auto own = zoURLWithOwnPath(url);
     if (!own || style != kZoURLPOSIXPathStyle) return nullptr;
-    const std::string path = fileSystemPath(own.get());
+    const memory::String path = fileSystemPath(own.get());
     return path.empty() ? nullptr : zoStringFromUTF8(ZoGetAllocator(url), path).release();
 }
 
@@ -93,7 +94,7 @@ Boolean ZoURLGetFileSystemRepresentation(ZoURLRef url, Boolean resolveAgainstBas
     if (!url) return false;
     const auto whole = resolveAgainstBase ? zoAdopt(ZoURLCopyAbsoluteURL(url)) : zoURLWithOwnPath(url);
     if (!whole) return false;
-    const std::string path = fileSystemPath(whole.get());
+    const memory::String path = fileSystemPath(whole.get());
     if (path.empty() || path.size() >= static_cast<size_t>(maxBufferLength)) return false;
     buffer[path.copy(reinterpret_cast<char*>(buffer), path.size())] = '\0';
     return true;
@@ -118,11 +119,11 @@ static ZoURLRef createWithNewPath(ZoAllocatorRef allocator, ZoURLRef url, std::s
 ZoURLRef ZoURLCreateCopyAppendingPathComponent(ZoAllocatorRef allocator, ZoURLRef url, ZoStringRef component,
                                                Boolean isDirectory)
 {
-    std::string name;
+    memory::String name;
     if (!ZoURLCanBeDecomposed(url) || !zoAppendBytes(component, kZoStringEncodingUTF8, name)) return nullptr;
     const auto own = zoURLWithOwnPath(url);
     if (!own) return nullptr;
-    std::string path(own.get()->parts.path);
+    memory::String path(own.get()->parts.path);
     if (path.empty() ? own.get()->parts.hasAuthority : path.back() != '/') path += '/';
     const size_t start = std::min(name.find_first_not_of('/'), name.size());
     urlAppendEscaped(path, withoutTrailingSlashes(std::string_view(name).substr(start)), kUrlPathCharacters);
@@ -132,21 +133,21 @@ ZoURLRef ZoURLCreateCopyAppendingPathComponent(ZoAllocatorRef allocator, ZoURLRe
 
 ZoURLRef ZoURLCreateCopyAppendingPathExtension(ZoAllocatorRef allocator, ZoURLRef url, ZoStringRef extension)
 {
-    std::string name;
+    memory::String name;
     if (!ZoURLCanBeDecomposed(url) || !zoAppendBytes(extension, kZoStringEncodingUTF8, name)) return nullptr;
     const auto own = zoURLWithOwnPath(url);
-    if (!own || name.empty() || name.find('/') != std::string::npos) return nullptr;
+    if (!own || name.empty() || name.find('/') != memory::String::npos) return nullptr;
     const std::string_view path = own.get()->parts.path, stem = withoutTrailingSlashes(path);
     const std::string_view last = lastComponent(path);
     if (last.empty() || last == "." || last == "..") return nullptr;
-    std::string changed(stem);
+    memory::String changed(stem);
     changed += '.';
     urlAppendEscaped(changed, name, kUrlPathCharacters);
     if (stem.size() < path.size()) changed += '/';
     return createWithNewPath(allocator, own.get(), changed, true);
 }
 
-static std::string parentDirectory(std::string_view path)
+static memory::String parentDirectory(std::string_view path)
 {
     const bool isAbsolute = path.starts_with("/");
     std::string_view rest = withoutTrailingSlashes(path);
@@ -155,9 +156,9 @@ static std::string parentDirectory(std::string_view path)
         rest = withoutTrailingSlashes(rest);
     }
     if (rest.empty()) return isAbsolute ? "/" : "../";
-    if (lastComponent(rest) == "..") return std::string(rest) + "/../";
+    if (lastComponent(rest) == "..") return memory::String(rest) + "/../";
     const size_t slash = rest.rfind('/');
-    return slash == std::string_view::npos ? "./" : std::string(rest.substr(0, slash + 1));
+    return slash == std::string_view::npos ? "./" : memory::String(rest.substr(0, slash + 1));
 }
 
 ZoURLRef ZoURLCreateCopyDeletingLastPathComponent(ZoAllocatorRef allocator, ZoURLRef url)
@@ -166,7 +167,7 @@ ZoURLRef ZoURLCreateCopyDeletingLastPathComponent(ZoAllocatorRef allocator, ZoUR
     const auto own = zoURLWithOwnPath(url);
     if (!own) return nullptr;
     const UrlParts& parts = own.get()->parts;
-    const std::string path = parts.path.empty() && parts.hasAuthority ? "/" : parentDirectory(parts.path);
+    const memory::String path = parts.path.empty() && parts.hasAuthority ? "/" : parentDirectory(parts.path);
     return createWithNewPath(allocator, own.get(), path, false);
 }
 
@@ -175,9 +176,9 @@ ZoStringRef ZoURLCopyPathExtension(ZoURLRef url)
     if (!ZoURLCanBeDecomposed(url)) return nullptr;
     const auto own = zoURLWithOwnPath(url);
     if (!own) return nullptr;
-    const std::string name = urlUnescape(lastComponent(own.get()->parts.path));
+    const memory::String name = urlUnescape(lastComponent(own.get()->parts.path));
     const size_t dot = name.rfind('.');
-    if (dot == std::string::npos || dot + 1 == name.size()) return nullptr;
+    if (dot == memory::String::npos || dot + 1 == name.size()) return nullptr;
     if (name.find_first_not_of('.') >= dot) return nullptr;  // ".profile": all of it is the name
     return zoStringFromUTF8(ZoGetAllocator(url), std::string_view(name).substr(dot + 1)).release();
 }

@@ -1,9 +1,9 @@
 #include "Foundation/URLs/ZoURLSyntaxPrivate.h"
+#include "Memory/Containers.h"
 
 #include <arpa/inet.h>
 
 #include <array>
-#include <vector>
 
 namespace {
 
@@ -113,12 +113,12 @@ bool takeTail(std::string_view& rest, char delimiter, std::string_view& tail) no
 }
 
 // RFC 3986 5.2.4
-std::string removeDotSegments(std::string_view in)
+memory::String removeDotSegments(std::string_view in)
 {
-    std::string out;
+    memory::String out;
     const auto dropLastSegment = [&out] {
         const size_t slash = out.rfind('/');
-        out.resize(slash == std::string::npos ? 0 : slash);
+        out.resize(slash == memory::String::npos ? 0 : slash);
     };
     while (!in.empty()) {
         if (in.starts_with("../")) {
@@ -146,9 +146,9 @@ std::string removeDotSegments(std::string_view in)
 
 /// The same for a path that stays relative, since its base has no scheme, which RFC 3986 leaves out: ".." that lead
 /// further up are kept.
-std::string removeInnerDotSegments(std::string_view path)
+memory::String removeInnerDotSegments(std::string_view path)
 {
-    std::vector<std::string_view> segments;
+    memory::Vector<std::string_view> segments;
     bool isFolder = false;
     for (size_t start = 0; start <= path.size();) {
         const size_t end = std::min(path.find('/', start), path.size());
@@ -160,16 +160,16 @@ std::string removeInnerDotSegments(std::string_view path)
         else if (segment != "." && (!segment.empty() || start <= path.size()))
             segments.push_back(segment);
     }
-    std::string out;
+    memory::String out;
     for (std::string_view segment : segments) (out += segment) += '/';
     if (!isFolder && !out.empty()) out.pop_back();
     return out.empty() ? "./" : out.front() == '/' ? "./" + out : out;
 }
 
 // RFC 3986 5.2.3
-std::string mergePaths(const UrlParts& base, std::string_view path)
+memory::String mergePaths(const UrlParts& base, std::string_view path)
 {
-    std::string merged;
+    memory::String merged;
     if (base.hasAuthority && base.path.empty()) {
         merged = "/";
     } else {
@@ -214,9 +214,9 @@ bool urlSplit(std::string_view text, UrlParts& parts) noexcept
            consistsOf(parts.fragment, kUrlQueryCharacters);
 }
 
-std::string urlCompose(const UrlParts& parts)
+memory::String urlCompose(const UrlParts& parts)
 {
-    std::string text;
+    memory::String text;
     if (parts.hasScheme) (text += parts.scheme) += ':';
     if (parts.hasAuthority) {
         (text += "//") += parts.authority;
@@ -231,10 +231,10 @@ std::string urlCompose(const UrlParts& parts)
     return text;
 }
 
-std::string urlResolve(const UrlParts& base, const UrlParts& reference)
+memory::String urlResolve(const UrlParts& base, const UrlParts& reference)
 {
     UrlParts target = reference;
-    std::string path;
+    memory::String path;
     if (reference.hasScheme || reference.hasAuthority) {
         path = removeDotSegments(reference.path);
     } else {
@@ -261,7 +261,7 @@ std::string urlResolve(const UrlParts& base, const UrlParts& reference)
     return urlCompose(target);
 }
 
-void urlAppendEscape(std::string& out, unsigned char byte)
+void urlAppendEscape(memory::String& out, unsigned char byte)
 {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     out += '%';
@@ -269,7 +269,7 @@ void urlAppendEscape(std::string& out, unsigned char byte)
     out += kDigits[byte & 15];
 }
 
-void urlAppendEscaped(std::string& out, std::string_view bytes, uint8_t classesToKeep)
+void urlAppendEscaped(memory::String& out, std::string_view bytes, uint8_t classesToKeep)
 {
     for (char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
@@ -280,9 +280,9 @@ void urlAppendEscaped(std::string& out, std::string_view bytes, uint8_t classesT
     }
 }
 
-std::string urlUnescape(std::string_view text)
+memory::String urlUnescape(std::string_view text)
 {
-    std::string bytes;
+    memory::String bytes;
     bytes.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         const int value = text[i] == '%' && text.size() - i >= 3 ? urlHexPair(static_cast<unsigned char>(text[i + 1]),

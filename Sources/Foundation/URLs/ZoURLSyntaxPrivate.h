@@ -3,8 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
+
+#include "Memory/Containers.h"
 
 /// Components as they stand in the text, without their delimiters. A component may be there and empty.
 struct UrlParts {
@@ -37,14 +38,14 @@ bool urlIsOfClass(unsigned char character, uint8_t classes) noexcept;
 /// Takes `text` apart; the parts point into it. False unless it is a URI-reference.
 bool urlSplit(std::string_view text, UrlParts& parts) noexcept;
 /// Puts parts together (5.3), with "./" or "/." before a path that would be read as something else.
-std::string urlCompose(const UrlParts& parts);
+memory::String urlCompose(const UrlParts& parts);
 /// The target of `reference` at `base` (5.2.2, strict).
-std::string urlResolve(const UrlParts& base, const UrlParts& reference);
+memory::String urlResolve(const UrlParts& base, const UrlParts& reference);
 
 /// The value of two hexadecimal digits, or -1.
 int urlHexPair(unsigned char high, unsigned char low) noexcept;
-void urlAppendEscape(std::string& out, unsigned char byte);
+void urlAppendEscape(memory::String& out, unsigned char byte);
 /// Appends `bytes`, escaping all that are not of the classes.
-void urlAppendEscaped(std::string& out, std::string_view bytes, uint8_t classesToKeep);
+void urlAppendEscaped(memory::String& out, std::string_view bytes, uint8_t classesToKeep);
 /// The bytes that valid escaped text stands for.
-std::string urlUnescape(std::string_view text);
+memory::String urlUnescape(std::string_view text);

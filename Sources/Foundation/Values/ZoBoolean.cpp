@@ -1,9 +1,7 @@
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Values/ZoNumber.h"
-
-extern "C" ZoStringRef _ZoBooleanCopyDescription(ZoTypeRef object) __attribute__((weak));
-extern "C" ZoStringRef _ZoNullCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 // Two booleans and one null object are all that there are, so that identity is equality. Their hashes are fixed.
 struct ZoBoolean_ {

@@ -4,10 +4,9 @@
 #include <cstring>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
-
-extern "C" ZoStringRef _ZoDataCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 struct ZoData_ {
     ZoRuntimeBase base;
@@ -25,7 +24,6 @@ enum : uint8_t { kDataIsMutable = 1, kDataRefersToBytes = 2 };  // neither: the 
 
 constexpr ZoIndex kFixedBytes = sizeof(ZoData_) - sizeof(ZoRuntimeBase);
 constexpr ZoIndex kLargestReservation = 1 << 20;  // a capacity is a hint, and may come from a file
-constexpr ZoIndex kHashedBytes = 64;              // at each end
 
 bool isData(ZoDataRef data) { return ZO_EXPECT(zoIsOfType(data, kZoTypeIDData), "not a data object"); }
 
@@ -72,10 +70,7 @@ Boolean dataEqual(ZoTypeRef object1, ZoTypeRef object2)
 ZoHashCode dataHash(ZoTypeRef object)
 {
     const auto* data = static_cast<const ZoData_*>(object);
-    if (data->length <= 2 * kHashedBytes) return zoHashBytes(data->bytes, static_cast<size_t>(data->length));
-    const ZoHashCode head = zoHashBytes(data->bytes, kHashedBytes);
-    return zoHashMix(head ^ static_cast<uint64_t>(data->length),
-                     zoHashBytes(data->bytes + data->length - kHashedBytes, kHashedBytes));
+    return zoHashBytes(data->bytes, static_cast<size_t>(data->length));
 }
 
 bool reserve(ZoData_* data, ZoIndex needed)

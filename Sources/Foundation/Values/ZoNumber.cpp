@@ -5,11 +5,10 @@
 #include <limits>
 
 #include "Foundation/Objects/ZoAssertPrivate.h"
+#include "Foundation/Objects/ZoDescriptionPrivate.h"
 #include "Foundation/Objects/ZoHashingPrivate.h"
 #include "Foundation/Objects/ZoRuntimePrivate.h"
 #include "Foundation/Values/ZoNumberPrivate.h"
-
-extern "C" ZoStringRef _ZoNumberCopyDescription(ZoTypeRef object) __attribute__((weak));
 
 namespace {
 
@@ -103,7 +102,8 @@ size_t sizeOfType(ZoNumberType type)
         case kZoNumberSInt16Type: return 2;
         case kZoNumberSInt32Type:
         case kZoNumberIntType:
-        case kZoNumberFloat32Type: return 4;
+        case kZoNumberFloat32Type:
+        case kZoNumberFloatType: return 4;
         case kZoNumberSInt128Type: return sizeof(ZoSInt128);
         default: return 8;
     }
@@ -177,7 +177,8 @@ ZoNumberRef ZoNumberCreate(ZoAllocatorRef allocator, ZoNumberType type, const vo
         case kZoNumberIntType: return createInteger(allocator, load<int32_t>(value));
         case kZoNumberSInt64Type:
         case kZoNumberZoIndexType: return createInteger(allocator, load<int64_t>(value));
-        case kZoNumberFloat32Type: return createReal(allocator, static_cast<double>(load<float>(value)));
+        case kZoNumberFloat32Type:
+        case kZoNumberFloatType: return createReal(allocator, static_cast<double>(load<float>(value)));
         case kZoNumberFloat64Type:
         case kZoNumberDoubleType:
         case kZoNumberGeometryFloatType: return createReal(allocator, load<double>(value));
@@ -201,7 +202,8 @@ Boolean ZoNumberGetValue(ZoNumberRef number, ZoNumberType type, void* value)
         case kZoNumberIntType: return storeInteger<int32_t>(read, value);
         case kZoNumberSInt64Type:
         case kZoNumberZoIndexType: return storeInteger<int64_t>(read, value);
-        case kZoNumberFloat32Type: return storeReal<float>(read, value);
+        case kZoNumberFloat32Type:
+        case kZoNumberFloatType: return storeReal<float>(read, value);
         case kZoNumberFloat64Type:
         case kZoNumberDoubleType:
         case kZoNumberGeometryFloatType: return storeReal<double>(read, value);

@@ -15,6 +15,7 @@ enum {
     kZoNumberFloat32Type = 5,
     kZoNumberFloat64Type = 6,
     kZoNumberIntType = 9,
+    kZoNumberFloatType = 12,  ///< 32 bits
     kZoNumberDoubleType = 13,
     kZoNumberZoIndexType = 14,
     kZoNumberGeometryFloatType = 16,  ///< 64 bits

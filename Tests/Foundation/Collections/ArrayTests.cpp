@@ -98,7 +98,7 @@ TEST(Array, sortsStably)
 
 TEST(Array, sortsStringsWithTheirOwnComparison)
 {
-    const void* words[] = {ZOSTR("pear"), ZOSTR("apple"), ZOSTR("fig")};
+    const void* words[] = {ZOSTR("red"), ZOSTR("blue"), ZOSTR("green")};
     auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
     for (const void* word : words) ZoArrayAppendValue(array.get(), word);
     ZoArraySortValues(

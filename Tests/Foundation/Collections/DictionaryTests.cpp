@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -242,6 +246,53 @@ TEST(Dictionary, staysAsItWasWhenMemoryFails)
                   EXPECT_TRUE(!dictionary || ZoDictionaryGetCount(dictionary.get()) == 2) << "the first of equal keys";
               }),
               4);
+}
+
+// The first of equal keys stands, with its value, and so does its place.
+TEST(Dictionary, isMadeOfPairsInOnePass)
+{
+    std::vector<ZoRef<ZoStringRef>> keys;
+    Values asKeys, asValues;
+    for (int i = 0; i < 19; ++i) keys.push_back(text("key " + std::to_string(i % 17)));
+    for (size_t i = 0; i < keys.size(); ++i) {
+        asKeys.push_back(keys[i].get());
+        asValues.push_back(plain(i + 1));
+    }
+    const auto made = zoAdopt(
+        ZoDictionaryCreate(nullptr, asKeys.data(), asValues.data(), 19, &kZoTypeDictionaryKeyCallBacks, nullptr));
+    asKeys.resize(17);
+    EXPECT_EQ(keysOf(made.get()), asKeys);
+    for (size_t i = 0; i < 17; ++i)
+        EXPECT_EQ(ZoDictionaryGetValue(made.get(), text("key " + std::to_string(i)).get()), plain(i + 1));
+    EXPECT_FALSE(ZoDictionaryContainsKey(made.get(), ZOSTR("key 17")));
+}
+
+// Keys chosen against an unkeyed hash (their ends made a factor of it 0) spread like any others, and what a key hashes
+// to is not known outside of the process.
+TEST(Hashing, cannotBeSteeredByThoseWhoWriteKeys)
+{
+    const auto hashOf = [](UniChar first) {
+        const UniChar units[] = {first, 'a', 'b', 'c', 0x28DB, 0xA0B4, 0x7ED1, 0xE703};
+        return ZoHash(zoAdopt(ZoStringCreateWithCharacters(nullptr, units, 8)).get());
+    };
+    std::set<ZoHashCode> hashes;
+    for (UniChar i = 0; i < 256; ++i) hashes.insert(hashOf(i));
+    EXPECT_EQ(hashes.size(), 256u);
+    if (getenv("PRINT_HASH")) {
+        printf("hash %zu\n", ZoHash(ZOSTR("key")));
+        return;
+    }
+    const auto elsewhere = [] {
+        const std::string command =
+            "PRINT_HASH=1 '" + std::filesystem::read_symlink("/proc/self/exe").string() + "' --gtest_filter=Hashing.*";
+        char output[4096] = {};
+        FILE* other = popen(command.c_str(), "r");
+        fread(output, 1, sizeof output - 1, other);
+        pclose(other);
+        const char* hash = strstr(output, "hash ");
+        return hash ? strtoull(hash + 5, nullptr, 10) : 0;
+    };
+    EXPECT_NE(elsewhere(), elsewhere());
 }
 
 TEST(Set, holdsDistinctValuesInOrder)

@@ -26,7 +26,7 @@ static ZoRef<ZoCalendarRef> calendarIn(const char* zone)
 static std::string decomposed(ZoCalendarRef calendar, ZoAbsoluteTime at)
 {
     int y, M, d, H, m, s;
-    if (!ZoCalendarDecomposeAbsoluteTime(calendar, at, "yMdHms", &y, &M, &d, &H, &m, &s)) return "<nothing>";
+    if (!ZoCalendarDecomposeAbsoluteTime(calendar, at, "yMdHms", &y, &M, &d, &H, &m, &s)) return "(none)";
     char text[64];
     snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d", y, M, d, H, m, s);
     return text;
@@ -209,8 +209,7 @@ TEST(Locale, namesClassicLanguagesAndRegions)
     for (const auto& row : rows) {
         const auto identifier =
             zoAdopt(ZoLocaleCreateCanonicalLocaleIdentifierFromScriptManagerCodes(nullptr, row.language, row.region));
-        EXPECT_EQ(toUTF8(identifier), row.identifier ? row.identifier : "<nothing>")
-            << row.language << ' ' << row.region;
+        EXPECT_EQ(toUTF8(identifier), row.identifier ? row.identifier : "(none)") << row.language << ' ' << row.region;
     }
 }
 

@@ -1,6 +1,6 @@
 #include "Foundation/Images/WnGeometry.h"
 
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 

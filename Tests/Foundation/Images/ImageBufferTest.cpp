@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 

@@ -8,8 +8,9 @@
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Tests/Foundation/Services/Objects.h"
 #include "Tests/Support/Bytes.h"
+#include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
@@ -208,28 +209,6 @@ TEST(PropertyList, objectsThatOverlapCostNoTime)
     zoAdopt(error).reset();
 }
 
-TEST(PropertyList, everyTruncationAndFlippedBitIsSurvived)
-{
-    const List list = sample();
-    ASSERT_TRUE(list);
-    for (const ZoPropertyListFormat format : {kZoPropertyListXMLFormat_v1_0, kZoPropertyListBinaryFormat_v1_0}) {
-        const std::string good = written(list.get(), format);
-        EXPECT_TRUE(ZoEqual(list.get(), read(good).get()));
-        EXPECT_EQ(written(read(good).get(), format), good);
-        const size_t least =
-            format == kZoPropertyListXMLFormat_v1_0 ? good.size() - 1 : good.size();  // the last line feed
-        for (size_t length = 0; length < least; ++length) EXPECT_FALSE(read(good.substr(0, length))) << length;
-        for (size_t bit = 0; bit < good.size() * 8; ++bit) {
-            std::string flipped = good;
-            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
-            const List other = read(flipped, bit % 3);
-            if (!other) continue;
-            const std::string bytes = written(other.get(), kZoPropertyListBinaryFormat_v1_0);
-            EXPECT_EQ(written(read(bytes).get(), kZoPropertyListBinaryFormat_v1_0), bytes) << bit;
-        }
-    }
-}
-
 TEST(PropertyList, depthIsBoundedAlikeWhenReadAndWritten)
 {
     for (const std::string& bytes :
@@ -348,6 +327,52 @@ TEST(PropertyList, sharingIsKeptInTheBinaryForm)
     const std::string back = written(read(shared).get(), kZoPropertyListBinaryFormat_v1_0);
     EXPECT_LT(back.size(), shared.size() + 8);
     EXPECT_TRUE(ZoEqual(read(shared).get(), read(back).get()));
+}
+
+// Two hundred references to one leaf are one leaf when they are read; only who wants a copy of each pays for each.
+TEST(PropertyList, whatWasWrittenOfSharedLeavesIsReadBack)
+{
+    const std::string bytesOfLeaf(65536, 'x');
+    const auto leaf = data(std::string_view(bytesOfLeaf));
+    const auto list = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
+    for (int i = 0; i < 200; ++i) ZoArrayAppendValue(list.get(), leaf.get());
+    const std::string bytes = written(list.get(), kZoPropertyListBinaryFormat_v1_0);
+    EXPECT_LT(bytes.size(), 67000u);
+    for (const ZoOptionFlags options : {kZoPropertyListImmutable, kZoPropertyListMutableContainersAndLeaves})
+        EXPECT_TRUE(ZoEqual(list.get(), read(bytes, options).get()));
+
+    const std::string indices(255, '\1');
+    const auto often = binary({"\xAF\x10\xFF" + indices, "\xAF\x10\xFF" + std::string(255, '\2'),
+                               "\x4F\x11\x40" + zeros(1) + std::string(16384, 'x')});
+    EXPECT_TRUE(read(often));
+    EXPECT_FALSE(read(often, kZoPropertyListMutableContainersAndLeaves)) << "a gigabyte";
+}
+
+TEST(PropertyList, readsOffsetsOfEveryWidth)
+{
+    for (int width = 1; width <= 8; ++width)
+        EXPECT_TRUE(ZoEqual(read(binary({"\xA2\x01\x01", "\x10\x05"}, width)).get(),
+                            read("<plist><array><integer>5</integer><integer>5</integer></array></plist>").get()))
+            << width;
+}
+
+// Every allocation of the objects may fail: a list or the code for it, never another list.
+TEST(PropertyList, readingAndCopyingReportAFailedAllocation)
+{
+    const List list = sample();
+    for (const ZoPropertyListFormat format : {kZoPropertyListXMLFormat_v1_0, kZoPropertyListBinaryFormat_v1_0}) {
+        const std::string good = written(list.get(), format);
+        const auto bytes = data(std::string_view(good));
+        EXPECT_GT(sweepAllocationFailures([&](FailingAllocator& allocator) {
+                      ZoErrorRef error = nullptr;
+                      const List other = zoAdopt<ZoTypeRef>(
+                          ZoPropertyListCreateWithData(allocator.get(), bytes.get(), 2, nullptr, &error));
+                      EXPECT_TRUE(other ? !allocator.hasFailed() && ZoEqual(list.get(), other.get())
+                                        : !error || ZoErrorGetCode(error) == kZoPropertyListErrorAllocation);
+                      zoAdopt(error).reset();
+                  }),
+                  20);
+    }
 }
 
 TEST(PropertyList, readsFromStreams)

@@ -1,6 +1,6 @@
 #include "Foundation/Services/ZoBundle.h"
 
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
@@ -34,4 +34,38 @@ TEST(Bundle, findsResourcesBelowItsRootAndNotOutside)
     EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, ZOSTR("../../secret"), nullptr, nullptr)), "(none)");
     EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, nullptr, ZOSTR("plist"), nullptr)), "(none)");
     unsetenv("LUVIA_RESOURCES_DIR");
+}
+
+// One's own folder, the program's prefix, the system's folders; a relative root counts as none.
+TEST(Bundle, isLookedForInEachRootInTurn)
+{
+    const TemporaryFolder folder;
+    const auto prefix = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    const auto make = [](const std::filesystem::path& root, const char* name) {
+        std::filesystem::create_directories(root / name / "Resources");
+    };
+    make(folder / "one", "com.example.both");
+    make(folder / "two", "com.example.both");
+    make(folder / "two", "com.example.second");
+    make(prefix / "share", "com.example.luvia.prefix");
+    setenv("XDG_DATA_DIRS", ((folder / "one").string() + ":" + (folder / "two").string()).c_str(), 1);
+    const auto rootOf = [](const char* name) {
+        const ZoBundleRef bundle = ZoBundleGetBundleWithIdentifier(str(name).get());
+        if (!bundle) return std::string("(none)");
+        const auto url = zoAdopt(ZoBundleCopyResourcesDirectoryURL(bundle));
+        return std::filesystem::path(textOf(ZoURLCopyFileSystemPath(url.get(), 0)))
+            .parent_path()
+            .parent_path()
+            .string();
+    };
+    EXPECT_EQ(rootOf("com.example.both"), (folder / "one").string());
+    EXPECT_EQ(rootOf("com.example.second"), (folder / "two").string());
+    EXPECT_EQ(rootOf("com.example.luvia.prefix"), (prefix / "share").string());
+    std::filesystem::remove_all(prefix / "share" / "com.example.luvia.prefix");
+    setenv("LUVIA_RESOURCES_DIR", "relative", 1);
+    make("relative", "com.example.relative");
+    EXPECT_EQ(rootOf("com.example.relative"), "(none)");
+    std::filesystem::remove_all("relative");
+    unsetenv("LUVIA_RESOURCES_DIR");
+    unsetenv("XDG_DATA_DIRS");
 }

@@ -4,13 +4,15 @@
 #include <sys/wait.h>
 
 #include <climits>
+#include <csignal>
 #include <optional>
+#include <random>
 #include <vector>
 
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 #include "Foundation/Services/ZoPreferencesStorePrivate.h"
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
@@ -147,7 +149,9 @@ TEST_F(Preferences, aCorruptFileIsReportedOnceAndKept)
         EXPECT_EQ(contentsOf(file()), garbage);  // reading alone changes nothing
 
         set("k", kZoBooleanTrue);
+        testing::internal::CaptureStderr();
         EXPECT_TRUE(synchronize());
+        EXPECT_NE(testing::internal::GetCapturedStderr().find("kept as"), std::string::npos);
         EXPECT_NE(contentsOf(file()).find("<key>k</key>"), std::string::npos);
         const char* backup =
             garbage.front() == 'n' ? "com.example.test.plist.corrupt" : "com.example.test.plist.corrupt.1";
@@ -187,6 +191,47 @@ TEST_F(Preferences, aSymbolicLinkStaysOne)
     EXPECT_TRUE(synchronize());
     EXPECT_TRUE(std::filesystem::is_symlink(file()));
     EXPECT_NE(contentsOf(target).find("<key>k</key>"), std::string::npos);
+}
+
+TEST_F(Preferences, aCorruptFileIsReportedWhenItIsSetWithoutARead)
+{
+    const auto folder = folder_ / "unread";
+    std::filesystem::create_directory(folder);
+    setenv("LUVIA_PREFERENCES_DIR", folder.c_str(), 1);
+    writeFile(folder / "com.example.test.plist", "no property list");
+    testing::internal::CaptureStderr();
+    set("k", kZoBooleanTrue);
+    EXPECT_TRUE(synchronize());
+    const std::string report = testing::internal::GetCapturedStderr();
+    EXPECT_NE(report.find("not a property list"), std::string::npos);
+    EXPECT_NE(report.find("com.example.test.plist.corrupt"), std::string::npos);
+}
+
+// Whenever a writer dies, what was there or what was to be there is; and it leaves no more than one file, which the
+// next one takes away.
+TEST_F(Preferences, survivesWritersThatAreKilled)
+{
+    store("<key>kept</key><true/>");
+    std::mt19937 random(1);
+    for (int round = 0; round < 40; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int64_t i = 0;; ++i) {
+                set("counter", number(i).get());
+                synchronize();
+            }
+        }
+        usleep(random() % 8000);
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const std::string bytes = contentsOf(file());
+        EXPECT_TRUE(bytes.starts_with("<") && bytes.find("</plist>") != std::string::npos) << bytes;
+        EXPECT_LE(entriesIn(folder_.path()), 3);
+    }
+    set("after", kZoBooleanTrue);
+    EXPECT_TRUE(synchronize());
+    EXPECT_TRUE(has("kept", kZoBooleanTrue));
+    EXPECT_EQ(entriesIn(folder_.path()), 2);
 }
 
 TEST_F(Preferences, concurrentWritersAllWin)
@@ -257,5 +302,5 @@ TEST(PreferencesPlace, isThatOfTheFirstVariableThatNamesOne)
     }
     const Environment environment{{"LUVIA_PREFERENCES_DIR", "/moved"}};
     for (const std::string& domain : {std::string("a/b"), std::string("a\0b", 3), std::string(), std::string(201, 'a')})
-        EXPECT_EQ(zoprefs::pathOfDomain(domain), "") << domain;
+        EXPECT_EQ(zoprefs::pathOfDomain(memory::String(domain)), "") << domain;
 }

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "Foundation/Services/ZoPreferences.h"
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 

@@ -17,25 +17,11 @@ struct Encoding {
     const char* name;
 };
 
-static const Encoding kEncodings[] = {
-    {0x0600, "US-ASCII"},     {0x0201, "latin1"},       {0x08000100, "utf8"},     {0x10000100, "UTF-16BE"},
-    {0x14000100, "UTF-16LE"}, {0x18000100, "UTF-32BE"}, {0x1C000100, "UTF-32LE"}, {0x0000, "x-mac-roman"},
-    {0x0006, "macgr"},        {0x0007, "maccy"},        {0x001D, "macce"},        {0x0023, "mactr"},
-    {0x0202, "latin2"},       {0x0203, "latin3"},       {0x0204, "latin4"},       {0x0205, "cyrillic"},
-    {0x0206, "arabic"},       {0x0207, "greek"},        {0x0208, "hebrew"},       {0x0209, "latin5"},
-    {0x020A, "latin6"},       {0x020B, "thai8"},        {0x020D, "iso-8859-13"},  {0x020E, "iso_8859-14:1998"},
-    {0x020F, "latin-9"},      {0x0400, "cp437"},        {0x0405, "cp737"},        {0x0406, "cp775"},
-    {0x0410, "cp850"},        {0x0411, "cp851"},        {0x0412, "cp852"},        {0x0413, "cp855"},
-    {0x0414, "cp857"},        {0x0415, "cp860"},        {0x0416, "cp861"},        {0x0417, "cp862"},
-    {0x0418, "cp863"},        {0x0419, "cp864"},        {0x041A, "cp865"},        {0x041B, "cp866"},
-    {0x041C, "cp869"},        {0x0420, "cswindows31j"}, {0x0500, "cp1252"},       {0x0501, "cp1250"},
-    {0x0502, "cp1251"},       {0x0503, "cp1253"},       {0x0504, "cp1254"},       {0x0505, "cp1255"},
-    {0x0506, "cp1256"},       {0x0507, "cp1257"},       {0x0508, "cp1258"},       {0x0631, "cp936"},
-    {0x0632, "gb18030"},      {0x0820, "csISO2022JP"},  {0x0840, "csISO2022KR"},  {0x0920, "eucjis"},
-    {0x0930, "euc-cn"},       {0x0931, "euc-tw"},       {0x0940, "euc-kr"},       {0x0A01, "sjis"},
-    {0x0A02, "koi8"},         {0x0A03, "csBig5"},       {0x0A05, "hz"},           {0x0A08, "koi8-u"},
-    {0x0C02, "cp037"},
-};
+// All that are built in; of the others one of each kind: a byte a character, several bytes, escapes between states.
+static const Encoding kEncodings[] = {{0x0600, "US-ASCII"},     {0x0201, "latin1"},       {0x08000100, "utf8"},
+                                      {0x10000100, "UTF-16BE"}, {0x14000100, "UTF-16LE"}, {0x18000100, "UTF-32BE"},
+                                      {0x1C000100, "UTF-32LE"}, {0x0000, "x-mac-roman"},  {0x0920, "eucjis"},
+                                      {0x0820, "csISO2022JP"}};
 
 using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
 
@@ -49,14 +35,14 @@ static Converter openConverter(const char* name)
     return converter;
 }
 
-/// ICU's bytes for `text`, or "<nothing>".
+/// ICU's bytes for `text`, or "(none)".
 static std::string encodedByICU(UConverter* converter, std::u16string_view text)
 {
     char buffer[64];
     UErrorCode error = U_ZERO_ERROR;
     const int32_t length =
         ucnv_fromUChars(converter, buffer, sizeof buffer, text.data(), static_cast<int32_t>(text.size()), &error);
-    return U_FAILURE(error) ? "<nothing>" : std::string(buffer, static_cast<size_t>(length));
+    return U_FAILURE(error) ? "(none)" : std::string(buffer, static_cast<size_t>(length));
 }
 
 static std::string encoded(ZoStringRef string, ZoStringEncoding encoding)
@@ -65,7 +51,7 @@ static std::string encoded(ZoStringRef string, ZoStringEncoding encoding)
     ZoIndex used = 0;
     const ZoIndex length = ZoStringGetLength(string);
     if (ZoStringGetBytes(string, {0, length}, encoding, 0, false, buffer, sizeof buffer, &used) != length)
-        return "<nothing>";
+        return "(none)";
     return std::string(buffer, buffer + used);
 }
 
@@ -96,7 +82,7 @@ TEST_P(EveryEncoding, agreesWithICUOnCharactersAndBack)
         const std::string expected = encodedByICU(converter.get(), units);
         const auto string = fromUTF16(units);
         ASSERT_EQ(encoded(string.get(), GetParam().number), expected) << std::hex << character;
-        if (expected == "<nothing>") continue;
+        if (expected == "(none)") continue;
         ++there;
         const auto back =
             zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(expected.data()),
@@ -216,13 +202,6 @@ TEST(Encodings, marksDecideTheOrderOfExternalUnits)
         ASSERT_TRUE(string) << testing::PrintToString(row.bytes);
         EXPECT_EQ(toUTF16(string.get()), row.text);
     }
-}
-
-TEST(Cases, simpleFoldingKeepsTheNumberOfUnits)
-{
-    for (UChar32 character = 0; character < 0x110000; ++character)
-        ASSERT_EQ(U16_LENGTH(character), U16_LENGTH(u_foldCase(character, U_FOLD_CASE_DEFAULT)))
-            << std::hex << character;
 }
 
 TEST(Cases, lowercaseFollowsTheLocale)

@@ -10,13 +10,13 @@
 
 using namespace luvia_test;
 
-/// What both say to the same format and arguments; "<nothing>" for a refusal.
+/// What both say to the same format and arguments; "(none)" for a refusal.
 template <typename... Arguments>
 static void expectAsTheLibrary(const std::string& format, Arguments... arguments)
 {
     char buffer[2048];
     const int length = snprintf(buffer, sizeof buffer, format.c_str(), arguments...);
-    const std::string expected = length < 0 ? "<nothing>" : std::string(buffer, static_cast<size_t>(length));
+    const std::string expected = length < 0 ? "(none)" : std::string(buffer, static_cast<size_t>(length));
     EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, fromUTF8(format).get(), arguments...))),
               expected)
         << format;
@@ -95,7 +95,7 @@ TEST(StringFormat, refusesWhatIsNoFormat)
     for (const char* format : formats)
         EXPECT_EQ(
             toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, fromUTF8(format).get(), &untouched, &untouched))),
-            "<nothing>")
+            "(none)")
             << format;
     EXPECT_EQ(untouched, 7);
     const auto string = mutableFrom(ZOSTR("kept"));

@@ -1,97 +1,33 @@
-// What the tests of text share: short spellings, printing, an allocator that counts and fails.
+// What the tests of text share beyond Tests/Support/Objects.h: UTF-16.
 
 #pragma once
 
-#include <cstdlib>
-#include <ostream>
 #include <string>
 #include <string_view>
 
-#include "Foundation/Objects/ZoAllocator.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
+#include "Tests/Support/Objects.h"
 
 namespace luvia_test {
 
 using String = ZoRef<ZoStringRef>;
-using MutableString = ZoRef<ZoMutableStringRef>;
 
-inline String fromUTF8(std::string_view text)
+inline String fromUTF8(std::string_view utf8) { return str(utf8); }
+inline String fromUTF16(std::u16string_view units)
 {
-    return zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(text.data()),
-                                           static_cast<ZoIndex>(text.size()), kZoStringEncodingUTF8, false));
+    return zoAdopt(ZoStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(units.data()),
+                                                static_cast<ZoIndex>(units.size())));
 }
-
-inline String fromUTF16(std::u16string_view text)
+inline ZoRef<ZoMutableStringRef> mutableFrom(ZoStringRef string)
 {
-    return zoAdopt(ZoStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar*>(text.data()),
-                                                static_cast<ZoIndex>(text.size())));
+    return zoAdopt(ZoStringCreateMutableCopy(nullptr, 0, string));
 }
-
-inline MutableString mutableFrom(ZoStringRef string) { return zoAdopt(ZoStringCreateMutableCopy(nullptr, 0, string)); }
-
+inline std::string toUTF8(ZoStringRef string) { return text(string); }
+inline std::string toUTF8(const String& string) { return text(string); }
 inline std::u16string toUTF16(ZoStringRef string)
 {
-    std::u16string text(static_cast<size_t>(ZoStringGetLength(string)), 0);
-    ZoStringGetCharacters(string, {0, ZoStringGetLength(string)}, reinterpret_cast<UniChar*>(text.data()));
-    return text;
+    std::u16string units(static_cast<size_t>(ZoStringGetLength(string)), 0);
+    ZoStringGetCharacters(string, {0, ZoStringGetLength(string)}, reinterpret_cast<UniChar*>(units.data()));
+    return units;
 }
-
-/// "<nothing>" for an absent string; a surrogate that stands alone is "?".
-inline std::string toUTF8(ZoStringRef string)
-{
-    if (!string) return "<nothing>";
-    ZoIndex used = 0;
-    const ZoRange all = {0, ZoStringGetLength(string)};
-    ZoStringGetBytes(string, all, kZoStringEncodingUTF8, '?', false, nullptr, 0, &used);
-    std::string text(static_cast<size_t>(used), '\0');
-    ZoStringGetBytes(string, all, kZoStringEncodingUTF8, '?', false, reinterpret_cast<uint8_t*>(text.data()), used,
-                     &used);
-    return text;
-}
-inline std::string toUTF8(const String& string) { return toUTF8(string.get()); }
-
-/// Counts what is out, and fails from the n-th allocation on.
-class CountingAllocator {
-public:
-    explicit CountingAllocator(int allowed = 1 << 30) : allowed_(allowed)
-    {
-        ZoAllocatorContext context = {};
-        context.info = this;
-        context.allocate = [](ZoIndex size, ZoOptionFlags, void* info) { return self(info)->allocate(nullptr, size); };
-        context.reallocate = [](void* memory, ZoIndex size, ZoOptionFlags, void* info) {
-            return self(info)->allocate(memory, size);
-        };
-        context.deallocate = [](void* memory, void* info) {
-            --self(info)->out_;
-            free(memory);
-        };
-        allocator_ = zoAdopt(ZoAllocatorCreate(kZoAllocatorMalloc, &context));
-    }
-    ZoAllocatorRef get() const { return allocator_.get(); }
-    int out() const { return out_; }
-    int allocations() const { return allocations_; }
-    /// Memory that counts as allocated here.
-    char* lend(std::string_view text)
-    {
-        ++out_;
-        return strndup(text.data(), text.size());
-    }
-
-private:
-    static CountingAllocator* self(void* info) { return static_cast<CountingAllocator*>(info); }
-    void* allocate(void* old, ZoIndex size)
-    {
-        if (allowed_-- <= 0) return nullptr;
-        ++allocations_;
-        out_ += !old;
-        return realloc(old, static_cast<size_t>(size));
-    }
-
-    int allowed_;
-    int out_ = 0;
-    int allocations_ = 0;
-    ZoRef<ZoAllocatorRef> allocator_;
-};
 
 }  // namespace luvia_test

@@ -2,7 +2,7 @@
 
 #include <climits>
 
-#include "Tests/Foundation/Services/Objects.h"
+#include "Tests/Support/Objects.h"
 
 using namespace luvia_test;
 
@@ -32,50 +32,23 @@ struct Pair {
 // RFC 3986 5.4.1 and 5.4.2, then what the examples there leave out
 TEST(URL, resolvesReferences)
 {
+    // clang-format off
     static const Pair kTable[] = {
-        {"g:h", "g:h"},
-        {"g", "http://a/b/c/g"},
-        {"./g", "http://a/b/c/g"},
-        {"g/", "http://a/b/c/g/"},
-        {"/g", "http://a/g"},
-        {"//g", "http://g"},
-        {"?y", "http://a/b/c/d;p?y"},
-        {"g?y", "http://a/b/c/g?y"},
-        {"#s", "http://a/b/c/d;p?q#s"},
-        {"g#s", "http://a/b/c/g#s"},
-        {"g?y#s", "http://a/b/c/g?y#s"},
-        {";x", "http://a/b/c/;x"},
-        {"g;x", "http://a/b/c/g;x"},
-        {"g;x?y#s", "http://a/b/c/g;x?y#s"},
-        {"", "http://a/b/c/d;p?q"},
-        {".", "http://a/b/c/"},
-        {"./", "http://a/b/c/"},
-        {"..", "http://a/b/"},
-        {"../", "http://a/b/"},
-        {"../g", "http://a/b/g"},
-        {"../..", "http://a/"},
-        {"../../", "http://a/"},
-        {"../../g", "http://a/g"},
-        {"../../../g", "http://a/g"},
-        {"../../../../g", "http://a/g"},
-        {"/./g", "http://a/g"},
-        {"/../g", "http://a/g"},
-        {"g.", "http://a/b/c/g."},
-        {".g", "http://a/b/c/.g"},
-        {"g..", "http://a/b/c/g.."},
-        {"..g", "http://a/b/c/..g"},
-        {"./../g", "http://a/b/g"},
-        {"./g/.", "http://a/b/c/g/"},
-        {"g/./h", "http://a/b/c/g/h"},
-        {"g/../h", "http://a/b/c/h"},
-        {"g;x=1/./y", "http://a/b/c/g;x=1/y"},
-        {"g;x=1/../y", "http://a/b/c/y"},
-        {"g?y/./x", "http://a/b/c/g?y/./x"},
-        {"g?y/../x", "http://a/b/c/g?y/../x"},
-        {"g#s/./x", "http://a/b/c/g#s/./x"},
-        {"g#s/../x", "http://a/b/c/g#s/../x"},
-        {"http:g", "http:g"},
+        {"g:h", "g:h"}, {"g", "http://a/b/c/g"}, {"./g", "http://a/b/c/g"}, {"g/", "http://a/b/c/g/"},
+        {"/g", "http://a/g"}, {"//g", "http://g"}, {"?y", "http://a/b/c/d;p?y"}, {"g?y", "http://a/b/c/g?y"},
+        {"#s", "http://a/b/c/d;p?q#s"}, {"g#s", "http://a/b/c/g#s"}, {"g?y#s", "http://a/b/c/g?y#s"},
+        {";x", "http://a/b/c/;x"}, {"g;x", "http://a/b/c/g;x"}, {"g;x?y#s", "http://a/b/c/g;x?y#s"},
+        {"", "http://a/b/c/d;p?q"}, {".", "http://a/b/c/"}, {"./", "http://a/b/c/"}, {"..", "http://a/b/"},
+        {"../", "http://a/b/"}, {"../g", "http://a/b/g"}, {"../..", "http://a/"}, {"../../", "http://a/"},
+        {"../../g", "http://a/g"}, {"../../../g", "http://a/g"}, {"../../../../g", "http://a/g"},
+        {"/./g", "http://a/g"}, {"/../g", "http://a/g"}, {"g.", "http://a/b/c/g."}, {".g", "http://a/b/c/.g"},
+        {"g..", "http://a/b/c/g.."}, {"..g", "http://a/b/c/..g"}, {"./../g", "http://a/b/g"},
+        {"./g/.", "http://a/b/c/g/"}, {"g/./h", "http://a/b/c/g/h"}, {"g/../h", "http://a/b/c/h"},
+        {"g;x=1/./y", "http://a/b/c/g;x=1/y"}, {"g;x=1/../y", "http://a/b/c/y"}, {"g?y/./x", "http://a/b/c/g?y/./x"},
+        {"g?y/../x", "http://a/b/c/g?y/../x"}, {"g#s/./x", "http://a/b/c/g#s/./x"},
+        {"g#s/../x", "http://a/b/c/g#s/../x"}, {"http:g", "http:g"},
     };
+    // clang-format on
     const auto base = url("http://a/b/c/d;p?q");
     for (const Pair& row : kTable) {
         const auto relative = url(row.given, base.get());
@@ -101,33 +74,18 @@ TEST(URL, resolvesReferences)
 
 TEST(URL, takesWhatTheGrammarDescribesAndNothingElse)
 {
-    for (const char* valid : {"http://u:p@h:80/p?q#f", "http://[::1]:80/", "http://[v1.a:b]/",
-                              "http://[fe80::1%25eth0]/", "//h", "mailto:a@b.c", "urn:isbn:0-395-36341-1", "?", "#",
-                              "a%20b", "http://", "file:///", "http://h:/", "tel:+1;a=b", "./a:b", "http://a/?b=/?@:"})
+    for (const char* valid :
+         {"http://u:p@h:80/p?q#f", "http://[::1]:80/", "http://[v1.a:b]/", "http://[fe80::1%25eth0]/", "//h",
+          "mailto:a@b.c", "urn:isbn:0-395-36341-1", "?", "#", "a%20b", "http://", "file:///", "http://h:/",
+          "tel:+1;a=b", "./a:b", "http://a/?b=/?@:", "view-source+x.1:a"})
         EXPECT_TRUE(url(valid)) << valid;
-    const char* const kInvalid[] = {"",
-                                    ":a",
-                                    "1:2",
-                                    "a b",
-                                    "a%2",
-                                    "a%zz",
-                                    "%",
-                                    "http://[::1",
-                                    "http://[g]/",
-                                    "http://h:8x/",
-                                    "http://a b/",
-                                    "a#b#c",
-                                    "a<b>",
-                                    "a\"b",
-                                    "http://a]/",
-                                    "a[b",
-                                    "http://[v.a]/",
-                                    "http://[::1]a/",
-                                    "a\\b",
-                                    "\xC3\xA9",
-                                    "a^b",
-                                    "http://[1%252]/",
-                                    "http://a@b@c/"};
+    // clang-format off
+    const char* const kInvalid[] = {
+        "", ":a", "1:2", "a b", "a%2", "a%zz", "%", "http://[::1", "http://[g]/", "http://h:8x/", "http://a b/",
+        "a#b#c", "a<b>", "a\"b", "http://a]/", "a[b", "http://[v.a]/", "http://[::1]a/", "a\\b", "\xC3\xA9", "a^b",
+        "http://[1%252]/", "http://a@b@c/",
+    };
+    // clang-format on
     for (const char* invalid : kInvalid) EXPECT_FALSE(url(invalid)) << invalid;
     EXPECT_FALSE(url(std::string_view("a\0b", 3)));
     EXPECT_FALSE(zoAdopt(ZoURLCreateWithString(nullptr, nullptr, nullptr)));
@@ -245,6 +203,7 @@ TEST(URL, partsOfHierarchicalAndOpaqueTexts)
     EXPECT_FALSE(ZoURLHasDirectoryPath(url("http://h").get()));
     EXPECT_TRUE(ZoURLHasDirectoryPath(url("http://h/a/..").get()));
     EXPECT_EQ(textOf(ZoURLCopyScheme(url("a/b").get())), "(none)");
+    EXPECT_EQ(textOf(ZoURLCopyScheme(url("skd-x://key").get())), "skd-x");
 }
 
 TEST(URLEscapes, goInAndComeOut)

@@ -190,6 +190,10 @@ TEST(ValuesInCollections, base64TextChecksItsArguments)
     EXPECT_EQ(takeSignals(), "-12990 NULL key");
     EXPECT_EQ(TavZoDictionarySetBase64Data(dictionary({}).get(), kKey, nullptr), -12990);
     EXPECT_EQ(takeSignals(), "-12990 NULL data");
+    const auto four = zoAdopt(ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>("foo\xFF"), 4));
+    const auto encoded = dictionary({});
+    EXPECT_EQ(TavZoDictionarySetBase64Data(encoded.get(), kKey, four.get()), 0);
+    EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(encoded.get(), kKey), ZOSTR("Zm9v/w==")));
 }
 
 }  // namespace
