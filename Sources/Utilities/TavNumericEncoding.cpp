@@ -1,9 +1,8 @@
 #include "Utilities/TavNumericEncoding.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "Foundation/Objects/ZoAllocator.h"
@@ -133,8 +132,8 @@ OSStatus TavCreateBase64EncodedStringFromZoData(ZoAllocatorRef allocator, ZoData
 
 // MARK: Base64 to bytes
 
+/// Digits of base64; what is none has the top bit.
 static constexpr uint32_t kNoDigit = 0x80;
-
 static constexpr auto kBase64Digits = [] {
     std::array<uint8_t, 256> digits{};
     for (auto& digit : digits) digit = kNoDigit;
@@ -143,48 +142,64 @@ static constexpr auto kBase64Digits = [] {
     return digits;
 }();
 
+/// What a character in each place of four adds to their three bytes, as a little-endian word; bit 24 and up for what is
+/// no digit.
+static constexpr auto kBase64Shares = [] {
+    std::array<std::array<uint32_t, 256>, 4> shares{};
+    for (size_t i = 0; i < 256; ++i)
+        for (unsigned place = 0; place < 4; ++place) {
+            const uint32_t bits = kBase64Digits[i] & 63u, bytes = bits << (18 - 6 * place);
+            shares[place][i] = kBase64Digits[i] == kNoDigit
+                                   ? 1u << 24
+                                   : (bytes >> 16 & 0xFF) | (bytes & 0xFF00) | (bytes & 0xFF) << 16;
+        }
+    return shares;
+}();
+
 /// Writes `count` * 6 / 8 bytes; false for a character that is not of the alphabet.
 static bool decodeBase64(const uint8_t* text, size_t count, uint8_t* out)
 {
     size_t at = 0;
-    uint32_t seen = 0;  // every digit, for one look at the end
-    for (; count - at >= 4; at += 4, out += 3) {
-        const uint32_t a = kBase64Digits[text[at]], b = kBase64Digits[text[at + 1]];
-        const uint32_t c = kBase64Digits[text[at + 2]], d = kBase64Digits[text[at + 3]];
-        seen |= a | b | c | d;
-        out[0] = static_cast<uint8_t>(a << 2 | b >> 4);
-        out[1] = static_cast<uint8_t>(b << 4 | c >> 2);
-        out[2] = static_cast<uint8_t>(c << 6 | d);
+    uint32_t seen = 0;                            // of every character, for one look at the end
+    for (; count - at >= 6; at += 4, out += 3) {  // of the four bytes that are stored the last is stored again
+        const uint32_t bytes = kBase64Shares[0][text[at]] | kBase64Shares[1][text[at + 1]] |
+                               kBase64Shares[2][text[at + 2]] | kBase64Shares[3][text[at + 3]];
+        std::memcpy(out, &bytes, 4);
+        seen |= bytes >> 24;
     }
-    uint32_t bits = 0;
+    uint32_t bits = 0, digits = 0;
     for (unsigned pending = 0; at < count; ++at) {
         const uint32_t digit = kBase64Digits[text[at]];
-        seen |= digit;
+        digits |= digit;
         bits = bits << 6 | digit;
         if ((pending += 6) >= 8) *out++ = static_cast<uint8_t>(bits >> (pending -= 8));
     }
-    return !(seen & kNoDigit);
+    return seen == 0 && !(digits & kNoDigit);
 }
 
-struct FreeBytes {
-    void operator()(uint8_t* bytes) const { std::free(bytes); }
-};
-using OwnBytes = std::unique_ptr<uint8_t, FreeBytes>;
-
-/// The UTF-8 of a range within the string: its own bytes, or new ones in `owned`. `count` becomes their number.
-static const uint8_t* textOfRange(ZoStringRef string, ZoRange range, OwnBytes& owned, size_t& count)
+/// The same for characters of a string: where they lie, or in pieces of whole groups.
+static bool decodeBase64InString(ZoStringRef string, ZoRange range, uint8_t* out)
 {
-    count = static_cast<size_t>(range.length);
-    if (const char* own = ZoStringGetCStringPtr(string, kZoStringEncodingUTF8))
-        return reinterpret_cast<const uint8_t*>(own) + range.location;
-    ZoIndex size = 0;
-    const auto convert = [&](uint8_t* buffer) {
-        return ZoStringGetBytes(string, range, kZoStringEncodingUTF8, 0, false, buffer, size, &size) == range.length;
-    };
-    if (!convert(nullptr)) return nullptr;
-    count = static_cast<size_t>(size);
-    owned.reset(static_cast<uint8_t*>(std::malloc(count ? count : 1)));
-    return owned && convert(owned.get()) ? owned.get() : nullptr;
+    if (const char* own = ZoStringGetCStringPtr(string, kZoStringEncodingASCII))
+        return decodeBase64(reinterpret_cast<const uint8_t*>(own) + range.location, static_cast<size_t>(range.length),
+                            out);
+    constexpr ZoIndex kPiece = 4096;
+    uint8_t text[kPiece];
+    for (ZoIndex at = 0; at < range.length; at += kPiece, out += kPiece / 4 * 3) {
+        const ZoIndex count = std::min(kPiece, range.length - at);
+        ZoIndex used;
+        if (ZoStringGetBytes(string, ZoRangeMake(range.location + at, count), kZoStringEncodingASCII, 0, false, text,
+                             kPiece, &used) != count ||
+            !decodeBase64(text, static_cast<size_t>(count), out))
+            return false;
+    }
+    return true;
+}
+
+static bool hasUTF8Form(ZoStringRef string, ZoRange range)
+{
+    ZoIndex used;
+    return ZoStringGetBytes(string, range, kZoStringEncodingUTF8, 0, false, nullptr, 0, &used) == range.length;
 }
 
 OSStatus TavCreateDataFromBase64EncodedStringRange(ZoAllocatorRef allocator, ZoStringRef encodedString,
@@ -196,19 +211,20 @@ OSStatus TavCreateDataFromBase64EncodedStringRange(ZoAllocatorRef allocator, ZoS
     if (location < 0 || length < 0 || __builtin_add_overflow(location, length, &end) ||
         end > ZoStringGetLength(encodedString))
         return TAV_SIGNAL(kTavNumericsError_ParamError, "invalid encodedRange");
-    OwnBytes owned;
-    size_t count = 0;
-    const uint8_t* text = textOfRange(encodedString, ZoRangeMake(location, length), owned, count);
-    if (!text) return TAV_SIGNAL(kTavNumericsError_ParamError, "failed to get string pointer");
 
-    while (count > 0 && text[count - 1] == '=') --count;
-    const auto size = static_cast<ZoIndex>(count / 4 * 3 + count % 4 * 6 / 8);
+    ZoRange text = ZoRangeMake(location, length);
+    while (text.length > 0 && ZoStringGetCharacterAtIndex(encodedString, location + text.length - 1) == '=')
+        --text.length;
+    const ZoIndex size = text.length / 4 * 3 + text.length % 4 * 6 / 8;
     auto data = zoAdopt(ZoDataCreateMutable(allocator, size));
     if (data && size > 0) ZoDataSetLength(data.get(), size);
     if (!data || ZoDataGetLength(data.get()) != size)
         return TAV_SIGNAL(kTavNumericsError_AllocationFailed, "destination data allocation failed");
-    if (size > 0 && !decodeBase64(text, count, ZoDataGetMutableBytePtr(data.get())))
-        return TAV_SIGNAL(kTavNumericsError_DecodingError, "invalid character encountered");
+    if (size > 0 && !decodeBase64InString(encodedString, text, ZoDataGetMutableBytePtr(data.get()))) {
+        if (hasUTF8Form(encodedString, text))
+            return TAV_SIGNAL(kTavNumericsError_DecodingError, "invalid character encountered");
+        return TAV_SIGNAL(kTavNumericsError_ParamError, "failed to get string pointer");
+    }
     *decodedDataOut = data.release();
     return 0;
 }

@@ -92,14 +92,16 @@ TEST(NumericEncoding, decodesRangesAndRefusesWhatIsNoText)
         {"Zg=======", "f"}, {"Zh", "f"},  // bits left over
         {"Zm9vZ", "foo"},   {"Zm 9", invalid}, {"Zm9v\n", invalid}, {"Z=g=", invalid}, {"Zm9vZm\xC3\xA9", invalid}};
     for (const auto& [from, expected] : rows) EXPECT_EQ(decoded(from), expected) << from;
+    for (size_t place = 0; place < 8; ++place)
+        EXPECT_EQ(decoded(std::string("Zm9vZm9v").replace(place, 1, "*")), invalid) << place;
     const auto string = str("\xC3\xA9\xC3\xA9Zm9v");  // positions are characters, not bytes
     EXPECT_EQ(decoded(string.get(), 2, 4), "foo");
     EXPECT_EQ(decoded(string.get(), 6, 0), "");
     for (const auto& [location, length] :
          {ZoRangeMake(-1, 1), ZoRangeMake(0, -1), ZoRangeMake(3, 4), ZoRangeMake(INTPTR_MAX, INTPTR_MAX)})
         EXPECT_EQ(decoded(string.get(), location, length), "-17450 invalid encodedRange") << location << " " << length;
-    const UniChar lone = 0xD800;
-    EXPECT_EQ(decoded(zoAdopt(ZoStringCreateWithCharacters(nullptr, &lone, 1)).get(), 0, 1),
+    const UniChar lone[] = {0xD800, 0x3D3D};
+    EXPECT_EQ(decoded(zoAdopt(ZoStringCreateWithCharacters(nullptr, lone, 2)).get(), 0, 2),
               "-17450 failed to get string pointer");
 }
 
