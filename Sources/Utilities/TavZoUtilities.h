@@ -25,6 +25,11 @@ ZO_EXTERN_C_BEGIN
 enum {
     kTavZoUtilitiesError_InvalidParameter = -12990,
     kTavZoUtilitiesError_AllocationFailed = -12991,
+    kTavZoUtilitiesError_BadBundle = -12992,
+    kTavZoUtilitiesError_OutOfRange = -12993,
+    kTavZoUtilitiesError_BadData = -12994,
+    kTavZoUtilitiesError_DirCouldNotBeCreated = -12995,
+    kTavZoUtilitiesError_IncompatibleURL = -12996,
 };
 
 /// A set of strings that ignores case; other members compare as they are.

@@ -14,6 +14,11 @@ namespace tavzo {
 
 inline bool isOfType(ZoTypeRef object, ZoTypeID type) { return object && ZoGetTypeID(object) == type; }
 inline bool isDictionary(ZoTypeRef object) { return isOfType(object, ZoDictionaryGetTypeID()); }
+/// One line under the module's name and that of the operation.
+inline void logFrom(const char* operation, const char* message)
+{
+    ZoLog(3, ZOSTR("Sources/Utilities/TavZoUtilities %s: %s"), operation, message);
+}
 inline bool isArray(ZoTypeRef object) { return isOfType(object, ZoArrayGetTypeID()); }
 
 /// Whether the value is there afterwards: with an allocator that was passed in, the collection may have found no

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Foundation/Images/WnGeometry.h"
 #include "Foundation/Objects/ZoObject.h"
 #include "Platform/Common/LuBase.h"
 
@@ -20,5 +21,20 @@ Boolean TavGetBooleanFromZoTypeWithDefault(ZoTypeRef value, Boolean defaultValue
 int32_t TavGetZoPreferenceNumberWithDefault(ZoStringRef key, ZoStringRef applicationID, int32_t defaultValue);
 double TavGetZoPreferenceDoubleWithDefault(ZoStringRef key, ZoStringRef applicationID, double defaultValue);
 Boolean TavGetZoPreferenceBooleanWithDefault(ZoStringRef key, ZoStringRef applicationID, Boolean defaultValue);
+
+/// A preference such as "640x480". What has no "x" before its last character, or is no string, leaves both defaults; a
+/// side that is no number is 0.
+WnSize TavGetZoPreferenceSizeWithDefault(ZoStringRef key, ZoStringRef applicationID, WnFloat defaultWidth,
+                                         WnFloat defaultHeight);
+
+/// The preference; where there is none what `options`, which may be absent, has under `key`; else the default,
+/// retained.
+ZoTypeRef TavCopyZoPreferenceAppValueOrOptionZoTypeWithDefault(ZoDictionaryRef options, ZoStringRef key,
+                                                               ZoStringRef applicationID, ZoTypeRef defaultValue);
+/// The same for numbers: what cannot be read as one gives way to the next.
+int32_t TavGetZoPreferenceOrOptionNumberWithDefault(ZoDictionaryRef options, ZoStringRef key, ZoStringRef applicationID,
+                                                    int32_t defaultValue);
+double TavGetZoPreferenceOrOptionDoubleWithDefault(ZoDictionaryRef options, ZoStringRef key, ZoStringRef applicationID,
+                                                   double defaultValue);
 
 ZO_EXTERN_C_END

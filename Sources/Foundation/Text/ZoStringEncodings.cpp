@@ -1,8 +1,9 @@
-// The encodings that every program has: ASCII, ISO 8859-1, UTF-8, UTF-16 and UTF-32. All others are behind the text
-// services.
+// The encodings that every program has: ASCII, ISO 8859-1, UTF-8, UTF-16, UTF-32 and three classic ones. All others are
+// behind the text services.
 
 #include <initializer_list>
 
+#include "Foundation/Text/ZoStringClassicPrivate.h"
 #include "Foundation/Text/ZoStringPrivate.h"
 
 namespace zo {
@@ -64,6 +65,13 @@ static bool decodeLatin1(const uint8_t* bytes, size_t count, TextBuffer& out)
     return out.ok();
 }
 
+static bool decodeClassicVariant(const char16_t* upperHalf, const uint8_t* bytes, size_t count, TextBuffer& out)
+{
+    for (size_t i = 0; i < count && out.ok(); ++i)
+        out.appendCodePoint(bytes[i] < 0x80 ? bytes[i] : upperHalf[bytes[i] - 0x80]);
+    return out.ok();
+}
+
 static constexpr bool kHostIsBigEndian = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 
 static uint32_t readUnit(const uint8_t* bytes, size_t unitSize, bool bigEndian)
@@ -120,6 +128,7 @@ bool decodeText(ZoStringEncoding encoding, const uint8_t* bytes, size_t count, b
         default: break;
     }
     if (encodingExtendsASCII(encoding) && isASCII(bytes, count)) return out.appendASCII(bytes, count);
+    if (isClassicVariant(encoding)) return decodeClassicVariant(classicUpperHalf(encoding), bytes, count, out);
     const ZoTextServices* services = textServices();
     return services && services->decode(encoding, bytes, count, isExternal, out);
 }
@@ -160,6 +169,16 @@ static size_t writeUnits(uint32_t codePoint, uint8_t* bytes)
     return isPair ? 4 : kUnitSize;
 }
 
+template <ZoStringEncoding kEncoding>
+static size_t writeClassicVariant(uint32_t codePoint, uint8_t* bytes)
+{
+    if (codePoint < 0x80) return writeSingleByte<0x80>(codePoint, bytes);
+    const char16_t* upperHalf = classicUpperHalf(kEncoding);
+    for (unsigned i = 0; i < 0x80; ++i)
+        if (upperHalf[i] == codePoint) return bytes[0] = static_cast<uint8_t>(0x80 + i), 1;
+    return 0;
+}
+
 static CharacterEncoder encoderFor(ZoStringEncoding encoding)
 {
     switch (encoding) {
@@ -172,6 +191,9 @@ static CharacterEncoder encoderFor(ZoStringEncoding encoding)
         case kZoStringEncodingUTF16LE: return writeUnits<2, false>;
         case kZoStringEncodingUTF32BE: return writeUnits<4, true>;
         case kZoStringEncodingUTF32LE: return writeUnits<4, false>;
+        case 36: return writeClassicVariant<36>;
+        case 37: return writeClassicVariant<37>;
+        case 38: return writeClassicVariant<38>;
         default: return nullptr;
     }
 }

@@ -25,8 +25,13 @@ struct EncodingRow {
 static constexpr EncodingRow kEncodings[] = {
     // classic scripts
     {0x0000, "macintosh"},
+    {0x0001, "Shift_JIS"},
+    {0x0002, "Big5"},
+    {0x0003, "EUC-KR"},
     {0x0006, "x-mac-greek"},
     {0x0007, "x-mac-cyrillic"},
+    {0x0015, "TIS-620"},
+    {0x0019, "GBK"},
     {0x001D, "x-mac-centraleurroman"},
     {0x0023, "x-mac-turkish"},
     {0x04000100, "UTF-7"},

@@ -188,11 +188,11 @@ struct ByteSink {
 };
 
 /// True where bytes below 0x80 are ASCII whatever stands around them, and ASCII text is those bytes: the classic Roman
-/// encoding, ISO 8859 (there is no part 12, and part 16 is not supported) and the Windows code pages.
+/// encoding and its variants, ISO 8859 (there is no part 12, and part 16 is not supported) and the Windows code pages.
 constexpr bool encodingExtendsASCII(ZoStringEncoding encoding)
 {
     return encoding == kZoStringEncodingUTF8 || encoding == kZoStringEncodingASCII ||
-           encoding == kZoStringEncodingClassicRoman ||
+           encoding == kZoStringEncodingClassicRoman || (encoding >= 0x0024 && encoding <= 0x0026) ||
            (encoding >= 0x0201 && encoding <= 0x020F && encoding != 0x020C) ||
            (encoding >= 0x0500 && encoding <= 0x0508);
 }

@@ -79,14 +79,20 @@ TEST(LenientValues, readPreferences)
     ASSERT_NE(mkdtemp(place), nullptr);
     setenv("LUVIA_PREFERENCES_DIR", place, 1);
     const ZoStringRef domain = ZOSTR("com.orvane.luvia.test");
-    const auto keys =
-        dictionary({{ZOSTR("level"), ZOSTR("12")}, {ZOSTR("rate"), ZOSTR("2.5")}, {ZOSTR("on"), kZoBooleanTrue}});
+    const auto keys = dictionary({{ZOSTR("level"), ZOSTR("12")},
+                                  {ZOSTR("rate"), ZOSTR("2.5")},
+                                  {ZOSTR("on"), kZoBooleanTrue},
+                                  {ZOSTR("size"), ZOSTR("640X480")}});
     ZoPreferencesSetMultiple(keys.get(), nullptr, domain, kZoPreferencesCurrentUser, kZoPreferencesAnyHost);
     EXPECT_EQ(TavGetZoPreferenceNumberWithDefault(ZOSTR("level"), domain, 3), 12);
     EXPECT_EQ(TavGetZoPreferenceNumberWithDefault(ZOSTR("missing"), domain, 3), 3);
     EXPECT_EQ(TavGetZoPreferenceDoubleWithDefault(ZOSTR("rate"), domain, 0), 2.5);
     EXPECT_TRUE(TavGetZoPreferenceBooleanWithDefault(ZOSTR("on"), domain, false));
     EXPECT_TRUE(TavGetZoPreferenceBooleanWithDefault(ZOSTR("rate"), domain, true));
+    EXPECT_EQ(TavGetZoPreferenceSizeWithDefault(ZOSTR("size"), domain, 1, 2).height, 480);
+    EXPECT_EQ(TavGetZoPreferenceSizeWithDefault(ZOSTR("level"), domain, 1, 2).height, 2);
+    EXPECT_EQ(TavGetZoPreferenceOrOptionNumberWithDefault(keys.get(), ZOSTR("level"), domain, 3), 12);
+    EXPECT_EQ(TavGetZoPreferenceOrOptionNumberWithDefault(keys.get(), ZOSTR("level"), ZOSTR("other"), 3), 12);
     std::filesystem::remove_all(place);
 }
 
