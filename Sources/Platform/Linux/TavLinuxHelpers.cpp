@@ -49,10 +49,10 @@ static void TavResourcePathLoader(void*)
 static ZoRef<ZoURLRef> tavZoCreateFileSystemResourceURL(ZoAllocatorRef allocator, const char* folder, ZoStringRef name)
 {
     char text[kFilePathSize], path[kFilePathSize];
-    if (!fileCopyText(name, text, sizeof(text))) return nullptr;
+    if (!fileCopyText(name, text, sizeof(text)) || text[0] == '\0') return nullptr;
     const int length =
         folder ? snprintf(path, sizeof(path), "%s/%s", folder, text) : snprintf(path, sizeof(path), "%s", text);
-    if (length == 0 || length >= static_cast<int>(sizeof(path))) return nullptr;
+    if (length >= static_cast<int>(sizeof(path))) return nullptr;
     auto url = zoAdopt(
         ZoURLCreateFromFileSystemRepresentation(allocator, reinterpret_cast<const uint8_t*>(path), length, false));
     if (!url) {
