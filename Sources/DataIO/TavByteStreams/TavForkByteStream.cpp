@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr size_t kLeastPiece = 4096;
+constexpr size_t kLeastPiece = 1024;
 constexpr size_t kMostPiece = 65536;
 
 // Derived storage: zeroed when the object is made; the stream owns what it refers to.
@@ -66,12 +66,12 @@ size_t forkStreamTakeFromPiece(const ForkStream& storage, size_t count, int64_t 
 }
 
 // Reads a piece that has the byte at `offset`: twice as long as the last one where the reads run on from it, else the
-// page that the byte is in, and the next one where little of that is left.
+// least, from a multiple of its length on, or two where little would be left.
 OSStatus forkStreamReadPiece(ForkStream& storage, int64_t offset)
 {
-    constexpr int64_t kPage = kLeastPiece, kLittle = 64;
-    int64_t start = offset / kPage * kPage;
-    size_t length = start + kPage - offset < kLittle ? 2 * kLeastPiece : kLeastPiece;
+    constexpr int64_t kLeast = kLeastPiece, kLittle = 64;
+    int64_t start = offset / kLeast * kLeast;
+    size_t length = start + kLeast - offset < kLittle ? 2 * kLeastPiece : kLeastPiece;
     if (storage.pieceLength > 0 && offset == storage.pieceStart + static_cast<int64_t>(storage.pieceLength)) {
         start = offset;
         length = std::min(2 * storage.pieceAsked, kMostPiece);

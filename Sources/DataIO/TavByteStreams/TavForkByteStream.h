@@ -1,4 +1,4 @@
-// The byte stream over a fork. Small reads come from a piece of the file that was read at once, of 4 KiB where reads
+// The byte stream over a fork. Small reads come from a piece of the file that was read at once, of 1 KiB where reads
 // jump and of up to 64 KiB where they follow one another; large ones go to the file. So what others write to the file
 // may be seen late, a file that shrinks ends earlier, and memory does not grow with the file.
 // As with every stream, reads and writes of one stream are serialised by the caller.

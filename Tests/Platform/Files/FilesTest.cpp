@@ -246,9 +246,10 @@ TEST(FileServices, replaceFilesAsAWhole)
     const TemporaryFolder folder;
     const std::string contents[] = {std::string(200000, 'a'), std::string(100000, 'b')};
     const auto target = fileURL(folder.write("target", contents[0]));
+    const pid_t parent = getpid();
     for (int round = 0; round < 5; ++round) {
         const pid_t child = fork();
-        for (int i = 0; child == 0; i = !i) {
+        for (int i = 0; getpid() != parent; i = !i) {
             ZoRef<ZoURLRef> url;
             TavFileForkRef fork = nullptr;
             TavFileCreateTempFileAtURL(fileURL(folder.folder, true).get(), ZOSTR("new"), url.outParam(), &fork);
