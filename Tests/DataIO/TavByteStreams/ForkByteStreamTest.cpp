@@ -3,13 +3,13 @@
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
 #include "DataIO/TavByteStreams/TavForkByteStream.h"
-#include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/FileURLs.h"
 
 using namespace luvia_test;
 
 namespace {
 
-ZoRef<LuByteStreamRef> streamOver(const std::string& path, uint32_t options)
+ZoRef<LuByteStreamRef> streamOver(const std::filesystem::path& path, uint32_t options)
 {
     TavFileForkRef fork = nullptr;
     ZoRef<LuByteStreamRef> stream;
@@ -26,7 +26,7 @@ TEST(ForkByteStream, agreesWithAString)
     const TemporaryFolder folder;
     std::string model(300000, '\0');
     for (char& c : model) c = static_cast<char>(random());
-    const auto stream = streamOver(folder.write("file", model), kTavFileOpen_ReadAndWrite);
+    const auto stream = streamOver(madeFile(folder / "file", model), kTavFileOpen_ReadAndWrite);
     size_t at = 0;
     for (int turn = 0; turn < 5000; ++turn) {
         const size_t kind = upTo(9);
@@ -48,13 +48,13 @@ TEST(ForkByteStream, agreesWithAString)
         }
         at += size;
     }
-    EXPECT_EQ(contentOf(folder.path("file")), model);
+    EXPECT_EQ(contentsOf(folder / "file"), model);
 }
 
 TEST(ForkByteStream, endsWhereTheFileEndsNow)
 {
     const TemporaryFolder folder;
-    const std::string path = folder.write("file", std::string(10000, 'x'));
+    const std::filesystem::path path = madeFile(folder / "file", std::string(10000, 'x'));
     const auto stream = streamOver(path, kTavFileOpen_Read);
     char byte;
     size_t count = 0;

@@ -3,6 +3,7 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <atomic>
 #include <csignal>
@@ -11,8 +12,8 @@
 #include "Platform/Common/TavFilePath.h"
 #include "Platform/Common/TavFileServices.h"
 #include "Platform/Linux/TavLinuxHelpers.h"
+#include "Tests/Support/FileURLs.h"
 #include "Tests/Support/SignalProbe.h"
-#include "Tests/Support/TemporaryFolder.h"
 #include "Utilities/TavZoUtilities_ForkPropertyLists.h"
 
 using namespace luvia_test;
@@ -22,21 +23,34 @@ namespace {
 struct Fork {
     TavFileForkRef fork = nullptr;
     OSStatus status;
-    Fork(const std::string& path, uint32_t options)
+    Fork(const std::filesystem::path& path, uint32_t options)
         : status(TavFileForkOpenMainByZoURL(fileURL(path).get(), options, &fork))
     {}
     ~Fork() { TavFileForkClose(fork); }
     operator TavFileForkRef() const { return fork; }
 };
+// Whether `body` holds in a process of its own, which may limit and unprivilege itself.
+template <typename Body>
+bool holdsInChild(Body body)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        body();
+        _exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
 constexpr uint32_t kReadAndWrite = kTavFileOpen_ReadAndWrite, kCreate = kTavFileOpen_Create | kReadAndWrite;
 
 TEST(Fork, mapsWhatOpeningSays)
 {
     const TemporaryFolder folder;
-    chmod(folder.folder.c_str(), 0755);
-    chmod(folder.write("file", "x").c_str(), 0600);
-    symlink("loop", folder.path("loop").c_str());
-    symlink("nowhere", folder.path("dangling").c_str());
+    chmod(folder.path().c_str(), 0755);
+    chmod(madeFile(folder / "file", "x").c_str(), 0600);
+    symlink("loop", (folder / "loop").c_str());
+    symlink("nowhere", (folder / "dangling").c_str());
     struct Row {
         std::string name;
         uint32_t options;
@@ -55,32 +69,32 @@ TEST(Fork, mapsWhatOpeningSays)
         {"file", kCreate | kTavFileOpen_CreateNew, EEXIST, EEXIST},
         {"new", kCreate | kTavFileOpen_CreateNew, 0, EEXIST},
     };
-    for (const Row& row : rows) EXPECT_EQ(Fork(folder.path(row.name), row.options).status, row.status) << row.name;
+    for (const Row& row : rows) EXPECT_EQ(Fork(folder / row.name, row.options).status, row.status) << row.name;
     EXPECT_TRUE(holdsInChild([&] {
-        ASSERT_EQ(unlink(folder.path(std::string(255, 'n')).c_str()), 0);
+        ASSERT_EQ(unlink((folder / std::string(255, 'n')).c_str()), 0);
         ASSERT_EQ(setuid(65534), 0);
         for (const Row& row : rows)
-            EXPECT_EQ(Fork(folder.path(row.name), row.options).status, row.unprivileged) << row.name;
+            EXPECT_EQ(Fork(folder / row.name, row.options).status, row.unprivileged) << row.name;
         const rlimit none = {3, 3};
         setrlimit(RLIMIT_NOFILE, &none);
-        EXPECT_EQ(Fork(folder.path("new"), 0).status, EMFILE);
+        EXPECT_EQ(Fork(folder / "new", 0).status, EMFILE);
     }));
 }
 
 TEST(Fork, locksAndUnblocks)
 {
     const TemporaryFolder folder;
-    mkfifo(folder.path("fifo").c_str(), 0600);
-    const Fork fifo(folder.path("fifo"), kTavFileOpen_NonBlocking);
+    mkfifo((folder / "fifo").c_str(), 0600);
+    const Fork fifo(folder / "fifo", kTavFileOpen_NonBlocking);
     ASSERT_EQ(fifo.status, 0) << "without waiting for a writer";
     EXPECT_EQ(fcntl(TavFileGetOstraFileDesc(fifo), F_GETFL) & O_NONBLOCK, 0);
     EXPECT_EQ(fcntl(TavFileGetOstraFileDesc(fifo), F_GETFD), FD_CLOEXEC);
 
-    const Fork other(folder.write("file", "old"), 0);
+    const Fork other(madeFile(folder / "file", "old"), 0);
     const SignalProbe probe;
     {
-        const Fork locked(folder.path("file"), kReadAndWrite | kTavFileOpen_Truncate | kTavFileOpen_ExclusiveLock);
-        EXPECT_EQ(contentOf(folder.path("file")), "");
+        const Fork locked(folder / "file", kReadAndWrite | kTavFileOpen_Truncate | kTavFileOpen_ExclusiveLock);
+        EXPECT_EQ(contentsOf(folder / "file"), "");
         EXPECT_EQ(TavFileLock(other, LOCK_SH | LOCK_NB), kTavFilePlatformError_LockWouldBlock);
     }
     EXPECT_EQ(TavFileLock(other, LOCK_SH | LOCK_NB), 0) << "a lock goes with its fork";
@@ -91,7 +105,7 @@ TEST(Fork, locksAndUnblocks)
     struct sigaction action = {};
     action.sa_handler = [](int) { ++sCaught; };  // and no SA_RESTART
     sigaction(SIGUSR2, &action, nullptr);
-    const Fork waiting(folder.path("file"), 0);
+    const Fork waiting(folder / "file", 0);
     ASSERT_EQ(TavFileLock(other, LOCK_EX), 0);
     OSStatus status = -1;
     std::thread waiter([&] { status = TavFileLock(waiting, LOCK_EX); });
@@ -107,7 +121,7 @@ TEST(Fork, locksAndUnblocks)
 TEST(Fork, readsAndWritesAtOffsets)
 {
     const TemporaryFolder folder;
-    const Fork fork(folder.path("file"), kCreate);
+    const Fork fork(folder / "file", kCreate);
     constexpr int64_t kFar = int64_t{5} << 30;  // sparse
     char bytes[8] = {};
     size_t count = 99;
@@ -130,7 +144,7 @@ TEST(Fork, survivesAFullDiskAndALimit)
     const TemporaryFolder folder;
     const std::string content(1 << 20, 'x');
     const auto fill = [&](size_t room, OSStatus refusal) {
-        const Fork fork(folder.path("file"), kCreate);
+        const Fork fork(folder / "file", kCreate);
         size_t count = 0;
         EXPECT_EQ(TavFileForkWrite(fork, content.data(), content.size(), 0, &count), 0);
         EXPECT_LE(count, room) << "short, which is no error";
@@ -147,7 +161,7 @@ TEST(Fork, survivesAFullDiskAndALimit)
     EXPECT_TRUE(holdsInChild([&] {
         const bool mayMount =
             unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-        if (mayMount && mount("none", folder.folder.c_str(), "tmpfs", 0, "size=64k") == 0) fill(65536, ENOSPC);
+        if (mayMount && mount("none", folder.path().c_str(), "tmpfs", 0, "size=64k") == 0) fill(65536, ENOSPC);
     }));
 }
 
@@ -167,13 +181,13 @@ std::string pathFrom(const std::string& text)
 TEST(FilePath, isResolvedWhereItLeadsSomewhere)
 {
     const TemporaryFolder folder;
-    folder.write("file", "");
-    symlink("file", folder.path("link").c_str());
-    symlink("nowhere", folder.path("dangling").c_str());
+    madeFile(folder / "file", "");
+    symlink("file", (folder / "link").c_str());
+    symlink("nowhere", (folder / "dangling").c_str());
     const std::string longest(4095, 'a');
     const std::pair<std::string, std::string> rows[] = {
-        {folder.path("./link"), folder.path("file")},
-        {folder.path("dangling"), folder.path("dangling")},  // as given, not half resolved
+        {folder / "./link", folder / "file"},
+        {folder / "dangling", folder / "dangling"},  // as given, not half resolved
         {"FILE:///no/x%20", "/no/x%20"},
         {"file://" + longest, longest},
         {longest + "a", std::to_string(kTavFilePlatformError_InvalidParameter)},
@@ -186,12 +200,12 @@ TEST(FilePath, isResolvedWhereItLeadsSomewhere)
 TEST(FileServices, makeTemporaryFiles)
 {
     const TemporaryFolder folder;
-    chmod(folder.folder.c_str(), 0755);
+    chmod(folder.path().c_str(), 0755);
     const auto create = [&](const std::string& prefix) {
         ZoRef<ZoURLRef> url;
         TavFileForkRef fork = nullptr;
         const OSStatus status =
-            TavFileCreateTempFileAtURL(fileURL(folder.folder, true).get(), textOf(prefix).get(), url.outParam(), &fork);
+            TavFileCreateTempFileAtURL(fileURL(folder.path(), true).get(), textOf(prefix).get(), url.outParam(), &fork);
         EXPECT_EQ(status == 0, url && fork && TavFileDoesFileExist(url.get()));
         TavFileForkClose(fork);
         return status;
@@ -206,7 +220,7 @@ TEST(FileServices, makeTemporaryFiles)
     }));
 }
 
-std::string wholeFile(const std::string& path)
+std::string wholeFile(const std::filesystem::path& path)
 {
     ZoRef<ZoDataRef> data;
     if (TavFileReadURLAndCreateZoData(fileURL(path).get(), data.outParam()) != 0) return "failed";
@@ -217,26 +231,26 @@ std::string wholeFile(const std::string& path)
 TEST(FileServices, moveReadAndDelete)
 {
     const TemporaryFolder folder;
-    const auto file = fileURL(folder.write("file", "12345")), odd = fileURL(folder.path("\xFF %"));  // not UTF-8
-    symlink("nowhere", folder.path("dangling").c_str());
+    const auto file = fileURL(madeFile(folder / "file", "12345")), odd = fileURL(folder / "\xFF %");  // not UTF-8
+    symlink("nowhere", (folder / "dangling").c_str());
     TavFileInfo before, after;
     ASSERT_EQ(TavFileGetFileInfo(file.get(), &before), 0);
     EXPECT_EQ(TavFileRename(file.get(), odd.get()), 0);
     ASSERT_EQ(TavFileGetFileInfo(odd.get(), &after), 0);
     EXPECT_TRUE(TavFileInfoEqual(&before, &after));
     for (const char* name : {"file", "\xFF %", "dangling"})
-        EXPECT_EQ(TavFileDeleteFile(fileURL(folder.path(name)).get()), 0);
-    EXPECT_TRUE(std::filesystem::is_empty(folder.folder));
-    EXPECT_EQ(TavFileDeleteFile(fileURL(folder.folder).get()), -1);
+        EXPECT_EQ(TavFileDeleteFile(fileURL(folder / name).get()), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_EQ(TavFileDeleteFile(fileURL(folder.path()).get()), -1);
 
     for (const std::string& content : {std::string(), std::string("short"), std::string(5 << 20, 'b')})
-        EXPECT_EQ(wholeFile(folder.write("file", content)), content);
-    mkfifo(folder.path("fifo").c_str(), 0600);
-    EXPECT_EQ(wholeFile(folder.path("fifo")), "") << "and nobody waits";
+        EXPECT_EQ(wholeFile(madeFile(folder / "file", content)), content);
+    mkfifo((folder / "fifo").c_str(), 0600);
+    EXPECT_EQ(wholeFile(folder / "fifo"), "") << "and nobody waits";
     // Says 4,096 bytes and gives fewer, as a file does that shrinks.
     const std::string shrinking = "/sys/kernel/mm/transparent_hugepage/enabled";
     if (std::filesystem::exists(shrinking)) {
-        EXPECT_EQ(wholeFile(shrinking), contentOf(shrinking));
+        EXPECT_EQ(wholeFile(shrinking), contentsOf(shrinking));
     }
 }
 
@@ -245,21 +259,21 @@ TEST(FileServices, replaceFilesAsAWhole)
 {
     const TemporaryFolder folder;
     const std::string contents[] = {std::string(200000, 'a'), std::string(100000, 'b')};
-    const auto target = fileURL(folder.write("target", contents[0]));
+    const auto target = fileURL(madeFile(folder / "target", contents[0]));
     const pid_t parent = getpid();
     for (int round = 0; round < 5; ++round) {
         const pid_t child = fork();
         for (int i = 0; getpid() != parent; i = !i) {
             ZoRef<ZoURLRef> url;
             TavFileForkRef fork = nullptr;
-            TavFileCreateTempFileAtURL(fileURL(folder.folder, true).get(), ZOSTR("new"), url.outParam(), &fork);
+            TavFileCreateTempFileAtURL(fileURL(folder.path(), true).get(), ZOSTR("new"), url.outParam(), &fork);
             TavFileForkWrite(fork, contents[i].data(), contents[i].size(), 0, nullptr);
             TavFileForkClose(fork);
             TavFileRename(url.get(), target.get());
         }
         for (int i = 0; i < 100; ++i) {
             if (i == 99) kill(child, SIGKILL);
-            const std::string found = wholeFile(folder.path("target"));
+            const std::string found = wholeFile(folder / "target");
             ASSERT_TRUE(found == contents[0] || found == contents[1]) << found.size();
         }
         waitpid(child, nullptr, 0);
@@ -282,7 +296,7 @@ TEST(Resources, areFoundBesideTheProgramThenHereThenInShare)
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     const std::filesystem::path share = program / "../share", before = std::filesystem::current_path();
     std::filesystem::create_directory(share);
-    std::filesystem::current_path(here.folder);
+    std::filesystem::current_path(here.path());
     const std::string name = "luvia-resource-" + std::to_string(getpid());
     const auto found = [](const std::string& wanted) -> std::string {
         TavFileForkRef fork = nullptr;
@@ -296,7 +310,7 @@ TEST(Resources, areFoundBesideTheProgramThenHereThenInShare)
     EXPECT_EQ(found(name) + found(""), "nonenone");
     std::ofstream(share / name) << "share";
     EXPECT_EQ(found(name), "share");
-    EXPECT_EQ(found(here.write(name, "here")), "here");
+    EXPECT_EQ(found(madeFile(here / name, "here")), "here");
     EXPECT_EQ(found(name), "here");
     std::ofstream(program / name) << "program";
     EXPECT_EQ(found(name), "program");
@@ -309,18 +323,19 @@ TEST(ForkPropertyLists, goToForksAndComeBack)
 {
     const TemporaryFolder folder;
     TavFileForkRef fork = nullptr;
-    ASSERT_EQ(
-        TavFileForkOpenMainByZoURL(fileURL(folder.write("list.plist", "")).get(), kTavFileOpen_ReadAndWrite, &fork), 0);
+    ASSERT_EQ(TavFileForkOpenMainByZoURL(fileURL(madeFile(folder / "list.plist", "")).get(), kTavFileOpen_ReadAndWrite,
+                                         &fork),
+              0);
     for (const std::string& text : {std::string(500, 'x'), std::string("short")}) {
-        const auto list = textOf(text), name = textOf(folder.path("list"));
+        const auto list = textOf(text), name = textOf(folder / "list");
         TavZoPropertyListWriteToTavFileFork(list.get(), fork, kZoPropertyListXMLFormat_v1_0, 0, nullptr);
         const auto back =
             zoAdopt(TavCreatePropertyListFromBundleIdentifierOnPlatform(nullptr, name.get(), ZOSTR("plist")));
         EXPECT_TRUE(back && ZoEqual(back.get(), list.get()));
     }
-    const auto url = fileURL(folder.folder);  // no value of a property list
+    const auto url = fileURL(folder.path());  // no value of a property list
     EXPECT_EQ(TavZoPropertyListWriteToTavFileFork(url.get(), fork, kZoPropertyListXMLFormat_v1_0, 0, nullptr), 0);
-    EXPECT_GT(std::filesystem::file_size(folder.path("list.plist")), 0u) << "what was there stays";
+    EXPECT_GT(std::filesystem::file_size(folder / "list.plist"), 0u) << "what was there stays";
     TavFileForkClose(fork);
 }
 
