@@ -7,7 +7,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "Foundation/Objects/ZoRef.h"
 #include "Platform/Common/TavNote.h"
+#include "Utilities/TavBlockBufferUtilities.h"
 #include "inspect/Inspection.h"
 
 namespace {
@@ -83,8 +85,13 @@ private:
 struct Output {
     explicit Output(bool json, const uint8_t* data, size_t size)
     {
+        ZoRef<LuBlockBufferRef> buffer;
+        ZoRef<LuByteStreamRef> stream;
+        if (TavCreateBlockBufferCopyingMemoryBlock(nullptr, data, size, buffer.outParam()) != 0 ||
+            LuByteStreamCreateForBlockBuffer(nullptr, buffer.get(), 0, stream.outParam()) != 0)
+            abort();
         FILE* const file = open_memstream(&text, &length);
-        result = inspectBoxes({data, size}, {.json = json, .name = "a \"name\"\n\xff"}, file);
+        result = inspectBoxes(stream.get(), {.json = json, .name = "a \"name\"\n\xff"}, file);
         fclose(file);
     }
     ~Output() { free(text); }

@@ -1,13 +1,16 @@
 #include "inspect/Inspection.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 
+#include "DataIO/TavByteStreams/TavByteStream.h"
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoNumber.h"
+#include "Memory/Containers.h"
 #include "Utilities/TavAtomLayout.h"
 #include "Utilities/TavAtomStream.h"
 #include "Utilities/TavBigEndian.h"
@@ -18,9 +21,11 @@
 namespace {
 
 constexpr int kDeepest = 32;
-constexpr size_t kBoxesBetweenReleases = 2048;
+// Of a box's data: what tells its layout, and the most that a reader gets.
+constexpr size_t kLayoutLength = 16, kMostRead = size_t{16} << 20;
 constexpr OSType kTrack = LU_FOURCC('t', 'r', 'a', 'k'), kMedia = LU_FOURCC('m', 'd', 'i', 'a');
 constexpr OSType kHandler = LU_FOURCC('h', 'd', 'l', 'r');
+constexpr OSType kSampleDescriptions = LU_FOURCC('s', 't', 's', 'd');
 
 // What files start with, also where the first box is cut or its length is wrong.
 constexpr OSType kFirstBoxes[] = {
@@ -30,8 +35,8 @@ constexpr OSType kFirstBoxes[] = {
     LU_FOURCC('u', 'u', 'i', 'd'), LU_FOURCC('m', 'e', 't', 'a'), LU_FOURCC('s', 'i', 'd', 'x'),
 };
 
-// Any other type must be printable, and its box end inside of the file.
-bool startsWithBox(std::span<const uint8_t> bytes)
+// Any other type must be printable, and its box end inside of the file, of which `bytes` are the first.
+bool startsWithBox(std::span<const uint8_t> bytes, uint64_t fileSize)
 {
     if (bytes.size() < kTavAtomHeaderSize) return false;
     const OSType type = loadBE32(&bytes[4]);
@@ -40,8 +45,47 @@ bool startsWithBox(std::span<const uint8_t> bytes)
         std::all_of(&bytes[4], &bytes[8], [](uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
     uint64_t size = loadBE32(bytes.data());
     if (size == 1) size = bytes.size() < 16 ? 0 : loadBE64(&bytes[8]);
-    return isPrintable && size >= kTavAtomHeaderSize && size <= bytes.size();
+    return isPrintable && size >= kTavAtomHeaderSize && size <= fileSize;
 }
+
+// The file behind the stream: what it gives less than it had is latched, and no later look makes up for it.
+class BoxFile {
+public:
+    explicit BoxFile(LuByteStreamRef stream) : stream_(stream)
+    {
+        noteStatus(TavByteStreamGetEntireLength(stream, &length_));
+    }
+
+    LuByteStreamRef stream() const { return stream_; }
+    uint64_t length() const { return static_cast<uint64_t>(length_); }
+
+    /// Valid until the next call.
+    std::span<const uint8_t> read(int64_t offset, size_t count)
+    {
+        if (count > bytes_.size() && !bytes_.resize(count)) memory::stop();
+        size_t got = 0;
+        if (count > 0) noteStatus(TavByteStreamRead(stream_, count, offset, bytes_.data(), &got));
+        return {bytes_.data(), got};
+    }
+    /// Reading came to this on the way, here or in the atom stream.
+    void noteStatus(OSStatus status)
+    {
+        if (status > 0 && error_ == 0) error_ = status;
+    }
+    /// The errno of the first failure, or 0.
+    int error() const { return error_; }
+    bool hasShrunk() const
+    {
+        int64_t now = 0;
+        return TavByteStreamGetEntireLength(stream_, &now) != 0 || now < length_;
+    }
+
+private:
+    LuByteStreamRef stream_;
+    int64_t length_ = 0;
+    int error_ = 0;
+    memory::ReportingArray<uint8_t> bytes_;
+};
 
 // How many boxes of each type stood on one level so far; types beyond the first few are not told apart by number.
 class TypeCounts {
@@ -72,8 +116,8 @@ private:
 
 class Walk {
 public:
-    Walk(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out)
-        : bytes_(bytes),
+    Walk(BoxFile& file, const InspectionOptions& options, FILE* out)
+        : file_(file),
           options_(options),
           writer_(out, options.json ? ValueWriter::Form::kJSON : ValueWriter::Form::kText)
     {}
@@ -83,12 +127,11 @@ public:
         writer_.beginObject();
         writer_.key("boxes").beginArray(ValueWriter::Layout::kLines);
         TavAtomStream top;
-        const OSStatus status =
-            TavAtomStreamInitWithMemoryBlockAndReporter(bytes_.data(), bytes_.size(), 0, true, reporter(), &top);
+        const OSStatus status = TavAtomStreamInitWithByteStreamAndReporter(file_.stream(), 0, true, reporter(), &top);
         if (status == 0)
             walkSiblings(top, {}, 0);
         else
-            noteEnd(status, {}, 0, bytes_, false);
+            noteEnd(status, {}, 0, static_cast<int64_t>(file_.length()), false);
         writer_.endArray();
         if (options_.json) writeSummary();
         findings_.write(writer_);
@@ -135,16 +178,16 @@ private:
         }
         const int64_t end = stream.containerOffset + stream.dataOffset + stream.dataLength;
         const int64_t containerEnd = stream.containerOffset + stream.containerLength;
-        noteEnd(status, counts, end, bytes_.subspan(static_cast<size_t>(end), static_cast<size_t>(containerEnd - end)),
-                true);
+        noteEnd(status, counts, end, containerEnd, true);
     }
 
     // What stands behind the last box: nothing, a terminator of zeros as movie files have it, or what cannot be read.
-    void noteEnd(OSStatus status, const TypeCounts& counts, int64_t offset, std::span<const uint8_t> rest,
-                 bool mayBeTerminator)
+    void noteEnd(OSStatus status, const TypeCounts& counts, int64_t offset, int64_t end, bool mayBeTerminator)
     {
+        file_.noteStatus(status);
         if (status == kTavAtomStream_AtEnd) return;
-        if (rest.size() >= kTavAtomHeaderSize) return noteRefusal(status, counts, offset);
+        if (end - offset >= static_cast<int64_t>(kTavAtomHeaderSize)) return noteRefusal(status, counts, offset);
+        const auto rest = file_.read(offset, static_cast<size_t>(end - offset));
         if (mayBeTerminator && std::all_of(rest.begin(), rest.end(), [](uint8_t byte) { return byte == 0; })) return;
         char text[64];
         snprintf(text, sizeof(text), "%zu stray bytes at offset %lld", rest.size(), static_cast<long long>(offset));
@@ -156,13 +199,12 @@ private:
         int64_t offset = 0, size = 0, headerSize = 0;
         TavAtomStreamGetCurrentAtomGlobalOffset(&stream, &offset, &size);
         TavAtomStreamGetCurrentAtomHeaderSize(&stream, &headerSize);
-        if (++boxes_ % kBoxesBetweenReleases == 0 && options_.releasePages)
-            options_.releasePages(options_.context, static_cast<size_t>(offset));
         findings_.enter({stream.type, counts.of(stream.type), offset});
         counts.add(stream.type);
 
-        const auto data =
-            bytes_.subspan(static_cast<size_t>(offset + headerSize), static_cast<size_t>(stream.dataLength));
+        const bool isWholeRead = hasPayloadReader(stream.type) || parent.type == kSampleDescriptions;
+        const uint64_t wanted = isWholeRead ? kMostRead : kLayoutLength;
+        const auto data = file_.read(offset + headerSize, std::min(static_cast<uint64_t>(stream.dataLength), wanted));
         const TavAtomLayout layout = TavAtomLayoutOf(stream.type, parent, data);
         writer_.beginObject();
         writer_.key("type").code(stream.type);
@@ -222,7 +264,7 @@ private:
         } else if (const OSStatus status = TavAtomStreamInitWithParent(&parent, childrenOffset, &child); status == 0) {
             walkSiblings(child, self, depth + 1);
         } else {
-            noteEnd(status, {}, start, bytes_.subspan(static_cast<size_t>(start), dataLength - childrenOffset), true);
+            noteEnd(status, {}, start, start + static_cast<int64_t>(dataLength - childrenOffset), true);
         }
         writer_.endArray();
     }
@@ -231,7 +273,7 @@ private:
     {
         writer_.key("file").beginObject();
         writer_.key("name").string(options_.name);
-        writer_.key("size").unsignedInteger(bytes_.size());
+        writer_.key("size").unsignedInteger(file_.length());
         writer_.key("wellFormed").boolean(findings_.count() == 0);
         if (const auto& brands = summary_.brands) {
             writer_.key("brands").beginObject();
@@ -252,19 +294,24 @@ private:
         }
     }
 
-    std::span<const uint8_t> bytes_;
+    BoxFile& file_;
     const InspectionOptions& options_;
     ValueWriter writer_;
     Findings findings_;
     FileSummary summary_;
     ZoRef<TavAssetAnalysisReporterRef> reporter_;
-    size_t boxes_ = 0;
 };
 
 }  // namespace
 
-Inspected inspectBoxes(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out)
+Inspected inspectBoxes(LuByteStreamRef stream, const InspectionOptions& options, FILE* out)
 {
-    if (!startsWithBox(bytes)) return Inspected::kNotAMovie;
-    return Walk(bytes, options, out).run() ? Inspected::kWellFormed : Inspected::kMalformed;
+    BoxFile file(stream);
+    const bool isMovie = startsWithBox(file.read(0, 16), file.length());
+    const bool isWellFormed = isMovie && Walk(file, options, out).run();
+    errno = file.error();
+    if (file.error() != 0) return Inspected::kUnreadable;
+    if (file.hasShrunk()) return Inspected::kCut;
+    if (!isMovie) return Inspected::kNotAMovie;
+    return isWellFormed ? Inspected::kWellFormed : Inspected::kMalformed;
 }

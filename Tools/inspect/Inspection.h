@@ -3,24 +3,23 @@
 
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
-#include <span>
+
+#include "DataIO/TavByteStreams/LuByteStream.h"
 
 struct InspectionOptions {
     bool json = false;
     const char* name = "";  ///< of the file
-    /// Told now and then how many bytes will not be looked at again, so that memory behind them can be given back.
-    void (*releasePages)(void* context, size_t passed) = nullptr;
-    void* context = nullptr;
 };
 
 enum class Inspected {
     kWellFormed,
-    kMalformed,  ///< something was found wrong, and is written behind the tree
-    kNotAMovie,  ///< it does not start with a box; nothing was written
+    kMalformed,   ///< something was found wrong, and is written behind the tree
+    kNotAMovie,   ///< it does not start with a box; nothing was written
+    kCut,         ///< it became shorter than it was at first; what was written tells of what was still there
+    kUnreadable,  ///< reading failed, with errno; what was written is not to be trusted
 };
 
-/// Writes the tree of boxes in `bytes` to `out`, and behind it what is said of the whole file and what is wrong with
+/// Writes the tree of boxes in `stream` to `out`, and behind it what is said of the whole file and what is wrong with
 /// it.
-Inspected inspectBoxes(std::span<const uint8_t> bytes, const InspectionOptions& options, FILE* out);
+Inspected inspectBoxes(LuByteStreamRef stream, const InspectionOptions& options, FILE* out);

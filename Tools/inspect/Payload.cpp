@@ -1,5 +1,8 @@
 #include "inspect/Payload.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "Utilities/TavBigEndian.h"
 
 namespace {
@@ -54,6 +57,12 @@ constexpr Reader kReaders[] = {
 };
 
 }  // namespace
+
+bool hasPayloadReader(OSType type)
+{
+    return std::any_of(std::begin(kReaders), std::end(kReaders),
+                       [type](const Reader& reader) { return reader.type == type; });
+}
 
 void readPayload(const PayloadBox& box)
 {

@@ -38,6 +38,8 @@ struct PayloadBox {
     FileSummary& summary;
 };
 
+/// Whether boxes of this type have a reader, which wants all of their data.
+bool hasPayloadReader(OSType type);
 /// Writes the values inside the box; nothing for a type without a reader.
 void readPayload(const PayloadBox& box);
 

@@ -3,14 +3,14 @@
 
 #include <fcntl.h>
 #include <getopt.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
+#include "DataIO/TavByteStreams/TavForkByteStream.h"
+#include "Foundation/Objects/ZoRef.h"
+#include "Memory/Containers.h"
 #include "Platform/Ostra/OstraDebugPrivate.h"
 #include "inspect/Inspection.h"
 
@@ -37,54 +37,14 @@ int refuse(const char* name, const char* reason)
     return kUnreadable;
 }
 
-// The file became shorter while it was mapped: what was read of it is all there is.
-void tellThatPagesAreGone(int)
+int inspectStream(const char* name, LuByteStreamRef stream, bool json)
 {
-    static constexpr char kText[] = "luvia-inspect: the file became shorter while it was read\n";
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof(kText) - 1);
-    _exit(kUnreadable);
-}
-
-// What the walk has passed is given back to the system.
-struct MappedFile {
-    char* memory;
-    size_t released;
-    size_t pageSize;
-};
-
-void releasePages(void* context, size_t passed)
-{
-    auto& file = *static_cast<MappedFile*>(context);
-    const size_t end = passed / file.pageSize * file.pageSize;
-    if (end <= file.released) return;
-    madvise(file.memory + file.released, end - file.released, MADV_DONTNEED);
-    file.released = end;
-}
-
-int inspectMapped(const char* name, void* memory, size_t size, bool json)
-{
-    signal(SIGBUS, tellThatPagesAreGone);
-    madvise(memory, size, MADV_RANDOM);
-    MappedFile file = {static_cast<char*>(memory), 0, static_cast<size_t>(sysconf(_SC_PAGESIZE))};
-    const InspectionOptions options = {.json = json, .name = name, .releasePages = releasePages, .context = &file};
-    const Inspected result = inspectBoxes({static_cast<const uint8_t*>(memory), size}, options, stdout);
+    const Inspected result = inspectBoxes(stream, {.json = json, .name = name}, stdout);
+    if (result == Inspected::kUnreadable) return refuse(name, strerror(errno));
     if (result == Inspected::kNotAMovie) return refuse(name, "not a movie or ISO file");
+    if (result == Inspected::kCut) return refuse(name, "became shorter while it was read");
     if (fflush(stdout) != 0 || ferror(stdout)) return refuse(name, "the tree cannot be written");
     return result == Inspected::kWellFormed ? 0 : kMalformed;
-}
-
-int inspectDescriptor(const char* name, int descriptor, bool json)
-{
-    struct stat info;
-    if (fstat(descriptor, &info) != 0) return refuse(name, strerror(errno));
-    if (!S_ISREG(info.st_mode)) return refuse(name, S_ISDIR(info.st_mode) ? "is a directory" : "is not a regular file");
-    if (info.st_size == 0) return refuse(name, "is empty");
-    const auto size = static_cast<size_t>(info.st_size);
-    void* const memory = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
-    if (memory == MAP_FAILED) return refuse(name, strerror(errno));
-    const int status = inspectMapped(name, memory, size, json);
-    munmap(memory, size);
-    return status;
 }
 
 int inspectFile(const char* name, bool json)
@@ -92,9 +52,16 @@ int inspectFile(const char* name, bool json)
     // A FIFO without a writer must not hold the open up.
     const int descriptor = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (descriptor < 0) return refuse(name, strerror(errno));
-    const int status = inspectDescriptor(name, descriptor, json);
-    close(descriptor);
-    return status;
+    TavFileForkRef fork = nullptr;
+    ZoRef<LuByteStreamRef> stream;  // owns the fork
+    if (TavFileWrapOstraFileDesc(descriptor, &fork) != 0 ||
+        TavByteStreamCreateForTavFileFork(fork, 0, nullptr, stream.outParam()) != 0)
+        memory::stop();
+    struct stat info;
+    if (fstat(descriptor, &info) != 0) return refuse(name, strerror(errno));
+    if (!S_ISREG(info.st_mode)) return refuse(name, S_ISDIR(info.st_mode) ? "is a directory" : "is not a regular file");
+    if (info.st_size == 0) return refuse(name, "is empty");
+    return inspectStream(name, stream.get(), json);
 }
 
 }  // namespace

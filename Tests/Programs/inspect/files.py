@@ -236,6 +236,16 @@ class Files(unittest.TestCase):
             self.assertLess(usage.ru_maxrss, 64 << 10)
         name.unlink()
 
+    def test_shrinking(self):
+        """A file that becomes shorter while the walk waits for its reader."""
+        name = self.folder / "shrinking.mp4"
+        name.write_bytes(struct.pack(">I4s", 8, b"free") * 50000)
+        with subprocess.Popen([TOOL, name], stdout=subprocess.PIPE, stderr=subprocess.PIPE) as child:
+            child.stdout.read(1)
+            os.truncate(name, 8 * 20000)
+            self.assertIn(b"became shorter", child.communicate(timeout=60)[1])
+        self.assertEqual(child.returncode, 2)
+
     def test_refusals(self):
         (self.folder / "empty").write_bytes(b"")
         for name, data in (("text", b"no boxes at all, but text"), ("h264", b"\0\0\0\1\x67\x42\0\x0a" + bytes(90)),
