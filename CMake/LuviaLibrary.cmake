@@ -12,7 +12,7 @@ foreach(header
     Core/TavFormatDescription/TavFormatDescriptionKeys.h
     Core/TavFormatDescription/FormatDescriptionBridge_Common/TavBridgeErrors.h
     Core/TavFormatDescription/FormatDescriptionBridge_Common/TavCommonEncryption.h
-    Core/TavBlockBuffer/TavBlockBuffer.h Core/TavBlockBuffer/TavWalkStack.h
+    Core/TavBlockBuffer/TavBlockBuffer.h
     Platform/Common/TavLog.h Platform/Common/TavNote.h
     Utilities/TavAssetAnalysisSupport.h Utilities/TavAtomStream.h Utilities/TavAtomWriter.h Utilities/TavDigestSHA1.h)
     list(APPEND luvia_public_headers ${sources}/${header})

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "Core/TavBlockBuffer/TavBlockBuffer.h"
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "DataIO/TavByteStreams/TavByteStream.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Utilities/TavAtomStreamPrivate.h"

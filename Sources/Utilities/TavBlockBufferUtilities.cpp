@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoData.h"

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "Foundation/Text/ZoString.h"
 #include "Utilities/TavBlockBufferUtilities.h"
 

@@ -1,5 +1,6 @@
 // Reaching the bytes: contiguity, direct access, and memory on demand.
 
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/Objects/ZoAllocatorSourcePrivate.h"
 

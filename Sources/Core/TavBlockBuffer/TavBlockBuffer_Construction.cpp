@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
+#include "Core/TavBlockBuffer/TavWalkStack.h"
 #include "Foundation/Objects/ZoRef.h"
 
 // Gives the last table of the chain, which is full, an overflow table.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "Core/TavBlockBuffer/TavBlockBufferPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 

@@ -12,6 +12,7 @@
 #include <functional>
 #include <vector>
 
+#include "Core/TavBlockBuffer/TavBlockBufferCursorPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Tests/Core/TavBlockBuffer/BlockSource.h"
 #include "Utilities/TavBlockBufferUtilities.h"

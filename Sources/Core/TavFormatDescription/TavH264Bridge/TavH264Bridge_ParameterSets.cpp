@@ -1,38 +1,60 @@
 #define TAV_SUBSYSTEM "<<<< H264Bridge >>>>"
 
-#include <algorithm>
-#include <iterator>
+#include <cstring>
+#include <utility>
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264ParameterSets.h"
 #include "Platform/Common/TavSignal.h"
 
-uint32_t TavH264BitReader::fail(const char* message, OSStatus status) noexcept
+void TavH264BitRecord::fail(const char* message, OSStatus failure, const uint8_t* next, uint32_t count) noexcept
 {
-    if (status_ != 0) return 0;
-    failedAt_ = position();
-    status_ = status;
-    bits_ = count_ = 0;
-    next_ = end_;
-    if (onFailure_ == OnFailure::kStaySilent) return 0;
-    const char* name = status == kTavBridgeInvalidSerializedSampleDescriptionErr
+    if (status != 0) return;
+    failedAt = position(next, count);
+    status = failure;
+    if (!isToSignal) return;
+    const char* name = failure == kTavBridgeInvalidSerializedSampleDescriptionErr
                            ? "kTavBridgeInvalidSerializedSampleDescriptionErr"
-                       : status == kTavBridgeInvalidSliceErr ? "kTavBridgeInvalidSliceErr"
-                       : status == kTavBridgeParameterErr    ? "kTavBridgeParameterErr"
-                                                             : "err";
-    TavSignalErrorAt3(kTavSignalFormat, 0, status, name, message, TAV_SUBSYSTEM, operation_, __FILE__, __LINE__,
+                       : failure == kTavBridgeInvalidSliceErr ? "kTavBridgeInvalidSliceErr"
+                       : failure == kTavBridgeParameterErr    ? "kTavBridgeParameterErr"
+                                                              : "err";
+    TavSignalErrorAt3(kTavSignalFormat, 0, failure, name, message, TAV_SUBSYSTEM, operation, __FILE__, __LINE__,
                       __builtin_return_address(0), 0);
-    return 0;
 }
+
+TavH264BitRun::Refill TavH264BitRun::refill(const uint8_t* next, const uint8_t* end, uint64_t bits,
+                                            uint32_t count) noexcept
+{
+    if (ZO_LIKELY(end - next >= 8)) return {next + ((63 - count) >> 3), bits | loadBE64(next) >> count};
+    for (; count < 56 && next != end; count += 8) bits |= uint64_t{*next++} << (56 - count);
+    return {next, bits};
+}
+
+// What every SPS has, or most of them, is part of PullParamSetSPS, so that the run is in registers from end to end.
+#define H264_PART __attribute__((always_inline)) static inline
 
 // 7.3.2.1.1: the profiles that tell chroma format, bit depths and scaling.
 static bool profileHasChromaInfo(uint32_t profile)
 {
-    static constexpr uint8_t kProfiles[] = {44, 83, 86, 100, 110, 118, 122, 128, 134, 135, 138, 139, 244};
-    return std::binary_search(std::begin(kProfiles), std::end(kProfiles), profile);
+    switch (profile) {
+        case 44:
+        case 83:
+        case 86:
+        case 100:
+        case 110:
+        case 118:
+        case 122:
+        case 128:
+        case 134:
+        case 135:
+        case 138:
+        case 139:
+        case 244: return true;
+        default: return false;
+    }
 }
 
 // 7.3.2.1.1.1
-static void skipScalingList(TavH264BitReader& r, int sizeOfScalingList)
+static void skipScalingList(TavH264BitRun& r, int sizeOfScalingList)
 {
     int32_t lastScale = 8, nextScale = 8;
     for (int j = 0; j < sizeOfScalingList && nextScale != 0 && r.ok(); ++j) {
@@ -42,7 +64,7 @@ static void skipScalingList(TavH264BitReader& r, int sizeOfScalingList)
     }
 }
 
-static void pullChromaInfo(TavH264BitReader& r, SeqParamSet& sps)
+H264_PART void pullChromaInfo(TavH264BitRun& r, SeqParamSet& sps)
 {
     const uint32_t chroma_format_idc = r.ue();
     r.require(chroma_format_idc < 4, "PullParamSetSPS: chroma_format_idc too large");
@@ -56,14 +78,14 @@ static void pullChromaInfo(TavH264BitReader& r, SeqParamSet& sps)
     if (sps.seq_scaling_matrix_present_flag) {
         const int listCount = chroma_format_idc != 3 ? 8 : 12;
         for (int i = 0; i < listCount && r.ok(); ++i)
-            if (r.flag()) skipScalingList(r, i < 6 ? 16 : 64);
+            if (r.flag()) r.outOfLine(skipScalingList, i < 6 ? 16 : 64);
     }
     sps.chroma_format_idc = static_cast<uint8_t>(chroma_format_idc);
     sps.bit_depth_luma_minus8 = static_cast<uint8_t>(bit_depth_luma_minus8);
     sps.bit_depth_chroma_minus8 = static_cast<uint8_t>(bit_depth_chroma_minus8);
 }
 
-static void pullPicOrderCount(TavH264BitReader& r, SeqParamSet& sps)
+H264_PART void pullPicOrderCount(TavH264BitRun& r, SeqParamSet& sps)
 {
     sps.pic_order_cnt_type = r.ue();
     if (sps.pic_order_cnt_type == 0) {
@@ -83,7 +105,7 @@ static void pullPicOrderCount(TavH264BitReader& r, SeqParamSet& sps)
 }
 
 // E.1.2
-static void pullHRDParameters(TavH264BitReader& r, VUIParamSet& vui)
+static void pullHRDParameters(TavH264BitRun& r, VUIParamSet& vui)
 {
     vui.cpb_cnt_minus1 = r.ue();
     r.require(vui.cpb_cnt_minus1 < 32, "thiss->cpb_cnt_minus1 too big");
@@ -101,7 +123,7 @@ static void pullHRDParameters(TavH264BitReader& r, VUIParamSet& vui)
 }
 
 // E.1.1
-static void PullVUIParamSet(TavH264BitReader& r, VUIParamSet& vui)
+H264_PART void PullVUIParamSet(TavH264BitRun& r, VUIParamSet& vui)
 {
     constexpr uint32_t Extended_SAR = 255;
     vui.aspect_ratio_info_present_flag = r.flag();
@@ -137,9 +159,9 @@ static void PullVUIParamSet(TavH264BitReader& r, VUIParamSet& vui)
         vui.fixed_frame_rate_flag = r.flag();
     }
     vui.nal_hrd_parameters_present_flag = r.flag();
-    if (vui.nal_hrd_parameters_present_flag) pullHRDParameters(r, vui);
+    if (vui.nal_hrd_parameters_present_flag) r.outOfLine(pullHRDParameters, vui);
     vui.vcl_hrd_parameters_present_flag = r.flag();
-    if (vui.vcl_hrd_parameters_present_flag) pullHRDParameters(r, vui);
+    if (vui.vcl_hrd_parameters_present_flag) r.outOfLine(pullHRDParameters, vui);
     if (vui.nal_hrd_parameters_present_flag || vui.vcl_hrd_parameters_present_flag) vui.low_delay_hrd_flag = r.flag();
     vui.pic_struct_present_flag = r.flag();
     vui.bitstream_restriction_flag = r.flag();
@@ -154,10 +176,21 @@ static void PullVUIParamSet(TavH264BitReader& r, VUIParamSet& vui)
     }
 }
 
-// 7.3.2.1.1, from the NAL unit header (7.3.1) on
-OSStatus PullParamSetSPS(TavH264BitReader& r, SeqParamSet& sps)
+// As `sps = {}`, for which compilers choose a string instruction that takes longer to begin than this to end.
+static void clear(SeqParamSet& sps)
 {
-    sps = {};
+    constexpr size_t kPiece = 16;
+    auto* const bytes = reinterpret_cast<char*>(&sps);
+    [bytes]<size_t... kIndex>(std::index_sequence<kIndex...>) { (memset(bytes + kIndex * kPiece, 0, kPiece), ...); }
+    (std::make_index_sequence<sizeof(sps) / kPiece>());
+    memset(bytes + sizeof(sps) - kPiece, 0, kPiece);
+}
+
+// 7.3.2.1.1, from the NAL unit header (7.3.1) on
+OSStatus PullParamSetSPS(TavH264BitReader& reader, SeqParamSet& sps)
+{
+    TavH264BitRun r = reader;
+    clear(sps);
     r.require(r.u(1) == 0, "{PullParamSetSPS} ERROR: Wrong forbidden_bit in SPS NAL unit");
     r.require(r.u(2) != 0, "{PullParamSetSPS} ERROR: Wrong nal_ref_idc in SPS NAL unit");
     r.require(r.u(5) == kH264NALUnitType_SPS, "{PullParamSetSPS} ERROR: Wrong nal_unit_type in SPS NAL unit");
@@ -190,6 +223,7 @@ OSStatus PullParamSetSPS(TavH264BitReader& r, SeqParamSet& sps)
     }
     sps.vui_parameters_present_flag = r.flag();
     if (sps.vui_parameters_present_flag) PullVUIParamSet(r, sps.vui);
+    reader.goOn(r);
     return r.status();
 }
 

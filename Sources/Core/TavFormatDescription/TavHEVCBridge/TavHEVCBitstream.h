@@ -59,6 +59,9 @@ OSStatus hevcbridgeSignalSyntaxError(const char* operation, const char* message,
 /// Logs what a walker finds odd and passes over. `text` is a format for two numbers at most.
 void hevcbridgeLogRemark(const char* operation, const char* text, uint32_t first, uint32_t second) noexcept
     __attribute__((cold, noinline));
+/// The same, while this bridge's trace is on.
+void hevcbridgeTraceRemark(const char* operation, const char* text, uint32_t first, uint32_t second) noexcept
+    __attribute__((cold, noinline));
 
 /// Moves the read position forward and refreshes `bits`; by 0 bits it primes a fresh reader. To stand exactly at the
 /// end is no failure. "end of bitstream"

@@ -44,6 +44,12 @@ void hevcbridgeLogRemark(const char* operation, const char* text, uint32_t first
     tav_log(kTavLogType_Notice, kTavLogFlag_LocalTime, 0, 0, TAV_SUBSYSTEM " %s: %s", operation, remark);
 }
 
+void hevcbridgeTraceRemark(const char* operation, const char* text, uint32_t first, uint32_t second) noexcept
+{
+    hevcbridgeRegisterTrace();
+    if (tavTraceIsOn(&gTavHEVCBridgeTrace)) hevcbridgeLogRemark(operation, text, first, second);
+}
+
 static uint64_t bytesFrom(const HEVCBitstream* reader, const uint8_t* place)
 {
     return reader->size - static_cast<uint64_t>(place - reader->data);

@@ -192,6 +192,11 @@ public:
     {
         if (ok() && ZO_UNLIKELY(!condition)) hevcbridgeLogRemark(operation_, text, first, second);
     }
+    /// As remark, for whoever has set the note "hevc_bridge_trace".
+    void trace(bool condition, const char* text, uint32_t first = 0, uint32_t second = 0) const
+    {
+        if (ok() && ZO_UNLIKELY(!condition)) hevcbridgeTraceRemark(operation_, text, first, second);
+    }
     /// Ends the walk, without a signal.
     void end(OSStatus status)
     {

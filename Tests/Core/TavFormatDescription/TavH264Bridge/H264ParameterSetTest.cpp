@@ -254,6 +254,29 @@ TEST(H264BitReader, failsWithTheStatusGivenAndTellsItsPlace)
     }
 }
 
+// Wherever a code word stands in the words that are read, up to the last bit, and one byte short of that.
+TEST(H264BitReader, readsCodeWordsAtEachPlace)
+{
+    for (uint32_t before = 0; before < 128; ++before) {
+        for (uint32_t zeros = 0; zeros < 14; ++zeros) {
+            BitWriter w;
+            for (uint32_t i = 0; i < before; ++i) w.flag(1);
+            w.zeros(static_cast<int>(zeros)).u(static_cast<int>(zeros) + 1, (2u << zeros) - 1);
+            const uint32_t length = before + 2 * zeros + 1;
+            const std::string data = w.bytes();
+            SignalProbe probe;
+            TavH264BitReader r(bytes(data), data.size(), "operation");
+            r.skip(before);
+            EXPECT_EQ(r.ue(), zeros <= 12 ? (2u << zeros) - 2 : 0);
+            EXPECT_TRUE(zeros <= 12 ? 8 * r.byteOffset() + r.bitOffset() == length && r.u(8) == 0 : !r.ok());
+            TavH264BitReader cut(bytes(data), (length - 1) / 8, "operation");
+            cut.skip(before);
+            EXPECT_EQ(cut.ue(), 0u) << before << " " << zeros;
+            EXPECT_FALSE(cut.ok());
+        }
+    }
+}
+
 TEST(H264Ids, standAtTheirPlacesInTheUnescapedUnit)
 {
     const std::string sps = H264SPS{.id = 31}.unit();

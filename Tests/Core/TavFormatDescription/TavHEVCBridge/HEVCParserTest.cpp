@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <utility>
 
+#include "Core/TavFormatDescription/TavHEVCBridge/TavHEVCBridgeTrace.h"
 #include "HEVCRecorder.h"
 #include "Tests/Support/BitWriter.h"
 #include "Tests/Support/SignalProbe.h"
@@ -319,6 +321,35 @@ TEST(HEVCWalker, failsWithTheStatusAndInTheNameThatItsFunctionGives)
         EXPECT_EQ(probe.errorName(), status < 0 ? "err = kTavBridgeParameterErr" : "");
         EXPECT_TRUE(recorder.reports.empty());
     }
+}
+
+TEST(HEVCWalker, tracesWhileTheNoteIsSetAndGoesOn)
+{
+    hevcbridgeRegisterTrace();
+    TavNote_RefreshControlPreferences();
+    const int32_t control = std::exchange(gTavLogControl, kTavLogControl_StandardOutput);
+    for (const int32_t level : {0, 1}) {
+        gTavHEVCBridgeTrace.level = level;
+        HEVCRecorder recorder;
+        recorder.request(419, 419);
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(recorder.over("\xBF"s,
+                                [](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
+                                    HEVCWalker w(reader, context, "walkThis");
+                                    const uint32_t type = w.needU(2, HEVCField::coefficient_data_type);
+                                    w.trace(type == 2, "not traced");
+                                    w.trace(type < 2, "type %d is reserved", type);
+                                    return w.pull(6) == 0x3F ? w.status() : kInvalid;
+                                }),
+                  0);
+        fflush(stdout);
+        const std::string logged = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(logged.find("not traced"), std::string::npos);
+        EXPECT_EQ(logged.find("<<<< HEVCBridge >>>> walkThis: type 2 is reserved") != std::string::npos, level != 0);
+        EXPECT_EQ(recorder.reports.size(), 1u);
+    }
+    gTavHEVCBridgeTrace.level = 0;
+    gTavLogControl = control;
 }
 
 // A callback may look at the record and ask for what is still to come.
