@@ -15,8 +15,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <span>
 #include <string>
-#include <vector>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
 #include "DataIO/TavByteStreams/TavForkByteStream.h"
@@ -57,18 +57,20 @@ struct File {
     }
 };
 
-// One for all that go through it in pieces: where its pages lie in memory shows in the times.
+// One file, and one piece, for all that go through it in pieces: where they lie in memory shows in the times.
 const File& sharedFile()
 {
     static const File file(kFileLength);
     return file;
 }
 
+alignas(4096) char sPiece[1 << 20];
+
 // One piece after the other, from the start again where the file ends.
 template <typename Transfer>
 void inPieces(benchmark::State& state, Transfer transfer)
 {
-    std::vector<char> piece(static_cast<size_t>(state.range(0)), 'y');
+    const std::span<char> piece(sPiece, static_cast<size_t>(state.range(0)));
     int64_t offset = 0;
     for (auto _ : state) {
         if (!transfer(piece, offset)) state.SkipWithError("transfer");
@@ -81,7 +83,7 @@ void ForkRead_luvia(benchmark::State& state)
 {
     const TavFileForkRef fork = sharedFile().open();
     size_t count = 0;
-    inPieces(state, [&](auto& piece, int64_t offset) {
+    inPieces(state, [&](std::span<char> piece, int64_t offset) {
         return TavFileForkRead(fork, piece.data(), piece.size(), offset, &count) == 0 && count == piece.size();
     });
     TavFileForkClose(fork);
@@ -89,7 +91,7 @@ void ForkRead_luvia(benchmark::State& state)
 void ForkRead_pread(benchmark::State& state)
 {
     const int descriptor = sharedFile().descriptor;
-    inPieces(state, [&](auto& piece, int64_t offset) {
+    inPieces(state, [&](std::span<char> piece, int64_t offset) {
         return pread(descriptor, piece.data(), piece.size(), offset) == static_cast<ssize_t>(piece.size());
     });
 }
@@ -97,7 +99,7 @@ void ForkWrite_luvia(benchmark::State& state)
 {
     const TavFileForkRef fork = sharedFile().open();
     size_t count = 0;
-    inPieces(state, [&](auto& piece, int64_t offset) {
+    inPieces(state, [&](std::span<char> piece, int64_t offset) {
         return TavFileForkWrite(fork, piece.data(), piece.size(), offset, &count) == 0 && count == piece.size();
     });
     TavFileForkClose(fork);
@@ -105,7 +107,7 @@ void ForkWrite_luvia(benchmark::State& state)
 void ForkWrite_pwrite(benchmark::State& state)
 {
     const int descriptor = sharedFile().descriptor;
-    inPieces(state, [&](auto& piece, int64_t offset) {
+    inPieces(state, [&](std::span<char> piece, int64_t offset) {
         return pwrite(descriptor, piece.data(), piece.size(), offset) == static_cast<ssize_t>(piece.size());
     });
 }
@@ -114,7 +116,7 @@ void StreamRead_luvia(benchmark::State& state)
     ZoRef<LuByteStreamRef> stream;
     TavByteStreamCreateForTavFileFork(sharedFile().open(), 0, nullptr, stream.outParam());
     size_t count = 0;
-    inPieces(state, [&](auto& piece, int64_t offset) {
+    inPieces(state, [&](std::span<char> piece, int64_t offset) {
         return TavByteStreamRead(stream.get(), piece.size(), offset, piece.data(), &count) == 0;
     });
 }
