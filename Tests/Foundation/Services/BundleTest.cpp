@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "Foundation/Services/ZoBundle.h"
 
 #include "Tests/Support/Objects.h"

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "Foundation/Services/ZoPreferences.h"
 
 #include <sys/stat.h>

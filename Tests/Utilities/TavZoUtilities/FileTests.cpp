@@ -5,6 +5,7 @@
 
 #include "Foundation/URLs/ZoURL.h"
 #include "Tests/Support/Objects.h"
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 #include "Utilities/TavZoUtilities_TemporaryNames.h"
 #include "Utilities/TavZoUtilities_URLs.h"
