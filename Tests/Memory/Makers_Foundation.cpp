@@ -130,12 +130,31 @@ Made makeURLs(ZoAllocatorRef allocator)
     return made(true, isText(ZoURLGetString(deeper.get()), "file:///tmp/a%20b/c%25"));
 }
 
+Made escapeText(ZoAllocatorRef allocator)
+{
+    const ZoStringRef text = ZOSTR("a b, c d, e f, g h, i j and %25 without an end");
+    const auto escaped =
+        zoAdopt(ZoURLCreateStringByAddingPercentEscapes(allocator, text, nullptr, ZOSTR(","), kZoStringEncodingUTF8));
+    if (!escaped) return Made::kRefused;
+    const auto back = zoAdopt(ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(
+        allocator, escaped.get(), ZOSTR("%"), kZoStringEncodingUTF8));
+    return madeText(back, "a b, c d, e f, g h, i j and %2525 without an end");
+}
+
 Made makeDates(ZoAllocatorRef allocator)
 {
     const auto date = zoAdopt(ZoDateCreate(allocator, 86400));
     const auto calendar = zoAdopt(ZoCalendarCreateWithIdentifier(allocator, kZoGregorianCalendar));
+    int day = 0;
+    if (!date || !calendar) return Made::kRefused;
+    const bool isThere = ZoCalendarDecomposeAbsoluteTime(calendar.get(), 86400 * 1.5, "d", &day);
+    return made(isThere, day == 2 || day == 3);
+}
+
+Made formatDate(ZoAllocatorRef allocator)
+{
     const auto locale = zoAdopt(ZoLocaleCreate(allocator, ZOSTR("en_US_POSIX")));
-    if (!date || !calendar || !locale) return Made::kRefused;
+    if (!locale) return Made::kRefused;
     const auto formatter =
         zoAdopt(ZoDateFormatterCreate(allocator, locale.get(), kZoDateFormatterShortStyle, kZoDateFormatterNoStyle));
     if (!formatter) return Made::kRefused;
@@ -190,7 +209,13 @@ Made attributeString(ZoAllocatorRef allocator)
 {
     const auto string = zoAdopt(ZoAttributedStringCreate(allocator, ZOSTR("text"), nullptr));
     const auto copy = zoAdopt(string ? ZoAttributedStringCreateMutableCopy(allocator, 0, string.get()) : nullptr);
-    return made(bool(copy), copy && ZoAttributedStringGetLength(copy.get()) == 4);
+    if (!copy) return Made::kRefused;
+    ZoAttributedStringSetAttribute(copy.get(), {1, 2}, ZOSTR("name"), ZOSTR("value"));
+    ZoAttributedStringReplaceString(copy.get(), {2, 1}, ZOSTR("xyz"));
+    ZoRange range;
+    const ZoTypeRef value = ZoAttributedStringGetAttribute(copy.get(), 3, ZOSTR("name"), &range);
+    return made(true, isText(static_cast<ZoStringRef>(value), "value") && range.location == 1 && range.length == 4 &&
+                          isText(ZoAttributedStringGetString(copy.get()), "texyzt"));
 }
 
 constexpr Maker kRows[] = {
@@ -204,7 +229,9 @@ constexpr Maker kRows[] = {
     {"xmlPropertyList", roundTripPropertyList<kZoPropertyListXMLFormat_v1_0>, 10},
     {"binaryPropertyList", roundTripPropertyList<kZoPropertyListBinaryFormat_v1_0>, 10},
     {"urls", makeURLs, 3},
-    {"dates", makeDates, 4},
+    {"escapes", escapeText, 2},
+    {"dates", makeDates, 2, true},
+    {"formattedDate", formatDate, 2, true},
     {"uuid", makeUUID, 1},
     {"preferences", readPreferences},
     {"notification", notify},
