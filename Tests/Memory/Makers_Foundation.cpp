@@ -1,3 +1,8 @@
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Collections/ZoSet.h"
@@ -177,6 +182,44 @@ Made readPreferences(ZoAllocatorRef)
     return made(true, !isThere && !value);
 }
 
+// A file of preferences that somebody else has put something in.
+class StoredPreferences {
+public:
+    StoredPreferences()
+    {
+        if (!mkdtemp(folder_) || setenv("LUVIA_PREFERENCES_DIR", folder_, 1) != 0) std::abort();
+        const std::string path = std::string(folder_) + "/org.example.stored.plist";
+        if (std::FILE* file = std::fopen(path.c_str(), "w")) {
+            std::fputs("<plist><dict><key>theirs</key><string>kept</string></dict></plist>", file);
+            std::fclose(file);
+        }
+    }
+    ~StoredPreferences() { std::filesystem::remove_all(folder_); }
+    static ZoStringRef domain() { return ZOSTR("org.example.stored"); }
+
+private:
+    char folder_[32] = "/tmp/luvia_shortage_XXXXXX";
+} sStored;
+
+Made storePreferences(ZoAllocatorRef)
+{
+    const ZoStringRef domain = sStored.domain();
+    const auto number = zoAdopt(ZoStringCreateWithCString(nullptr, "1234567890", kZoStringEncodingUTF8));
+    const void *key = ZOSTR("ours"), *value = number.get();
+    const auto pairs = zoAdopt(number ? ZoDictionaryCreate(nullptr, &key, &value, 1, &kZoTypeDictionaryKeyCallBacks,
+                                                           &kZoTypeDictionaryValueCallBacks)
+                                      : nullptr);
+    if (!pairs) return Made::kRefused;
+    ZoPreferencesSetMultiple(pairs.get(), nullptr, domain, kZoPreferencesCurrentUser, kZoPreferencesAnyHost);
+    int done = 0;  // written, and read again; what could not be written waits, and goes the next time
+    for (int i = 0; i < 2; ++i) done += ZoPreferencesSynchronize(domain, nullptr, nullptr);
+    if (done < 2) return Made::kRefused;
+    const auto ours = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("ours"), domain));
+    const auto theirs = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("theirs"), domain));
+    return made(true, isText(static_cast<ZoStringRef>(ours.get()), "1234567890") &&
+                          isText(static_cast<ZoStringRef>(theirs.get()), "kept"));
+}
+
 Made notify(ZoAllocatorRef)
 {
     int told = 0;
@@ -234,6 +277,7 @@ constexpr Maker kRows[] = {
     {"formattedDate", formatDate, 2, true},
     {"uuid", makeUUID, 1},
     {"preferences", readPreferences},
+    {"storedPreferences", storePreferences},
     {"notification", notify},
     {"timer", fireTimer, 1},
     {"attributedString", attributeString, 2},

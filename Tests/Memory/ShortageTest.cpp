@@ -70,7 +70,7 @@ std::string outcomeOf(Way run, const Maker& maker, int64_t n, bool* done)
         setrlimit(RLIMIT_CORE, &kNoCore);
         dup2(errors, STDERR_FILENO);
         dup2(errors, STDOUT_FILENO);
-        alarm(3);
+        alarm(10);
         if (maker.sparesICU) failing_heap::spareCallsFrom("/libicu");
         _exit(run(maker, n));
     }
