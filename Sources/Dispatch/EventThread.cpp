@@ -21,7 +21,7 @@ EventThread::EventThread() : wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     if (wakeUp_ < 0) stop("no event counter");
     if (!startThread(
             "dispatch.events", [](void* self) { static_cast<EventThread*>(self)->run(); }, this))
-        stop("no thread for events");
+        stop("no thread for events, or no memory");
 }
 
 void EventThread::wake() const

@@ -74,7 +74,7 @@ void WorkerPool::startWorkers(unsigned count)
         std::lock_guard guard(lock_);
         threads_ -= count;
         starting_ -= count;
-        if (threads_ == 0) stop("no thread for work");
+        if (threads_ == 0) stop("no thread for work, or no memory");
         return lookSoon();
     }
 }

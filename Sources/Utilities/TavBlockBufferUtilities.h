@@ -31,6 +31,7 @@ void TavBlockBufferHexDumpWithEmitter(LuBlockBufferRef buffer, size_t offset, si
 /// To standard error.
 void TavBlockBufferHexDump(LuBlockBufferRef buffer, size_t offset, size_t length, size_t maxLines, size_t bytesPerLine,
                            TavBlockBufferHexDumpFlags flags);
+/// Appends all lines; as with any text that is appended, the process stops with one line where there is no memory.
 void TavBlockBufferAppendHexDumpToZoString(LuBlockBufferRef buffer, size_t offset, size_t length, size_t maxLines,
                                            size_t bytesPerLine, TavBlockBufferHexDumpFlags flags,
                                            ZoMutableStringRef string);

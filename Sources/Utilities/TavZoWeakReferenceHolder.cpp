@@ -11,6 +11,7 @@
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Ostra/OstraLockGuard.h"
+#include "Platform/Ostra/OstraSynchronizationPrivate.h"
 #include "Utilities/TavZoWeakReference.h"
 
 struct TavZoWeakReferenceHolder {
@@ -23,7 +24,8 @@ static TavTraceNote sTrace;
 
 // One holder for each object that lives: disguised addresses to holders, neither retained.
 static ZoMutableDictionaryRef sTavZoWeakReferenceHolderDictionary;
-static TavSimpleMutexRef sTavZoWeakReferenceHolderDictionaryMutex;  // guards it
+static TavMutex_ sMutex = {PTHREAD_MUTEX_INITIALIZER, nullptr};
+static const TavSimpleMutexRef sTavZoWeakReferenceHolderDictionaryMutex = &sMutex;  // guards it
 static bool sTavZoWeakReferenceHolderUseCache;
 
 static TavZoWeakReferenceHolderRef weakHolder(ZoTypeRef object)
@@ -83,9 +85,7 @@ ZoTypeID TavZoWeakReferenceHolderGetTypeID(void)
     dispatch_once_f(&sOnce, &sTypeID, [](void* typeID) {
         tavTraceNoteRegister(&sTrace, "weakholder_trace", 0);
         sTavZoWeakReferenceHolderDictionary = ZoDictionaryCreateMutable(kZoAllocatorDefault, 0, nullptr, nullptr);
-        sTavZoWeakReferenceHolderDictionaryMutex = TavSimpleMutexCreate();
-        sTavZoWeakReferenceHolderUseCache =
-            sTavZoWeakReferenceHolderDictionary && sTavZoWeakReferenceHolderDictionaryMutex;
+        sTavZoWeakReferenceHolderUseCache = sTavZoWeakReferenceHolderDictionary;
         *static_cast<ZoTypeID*>(typeID) = _ZoRuntimeRegisterClass(&sHolderClass);
     });
     return sTypeID;

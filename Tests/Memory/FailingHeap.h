@@ -11,6 +11,8 @@ namespace failing_heap {
 bool isThere();
 /// From now on the n-th allocation of any thread gives nothing, and with `andAfter` all that follow.
 void failAt(int64_t n, bool andAfter);
+/// Calls from libraries with `part` in their paths do not fail.
+void spareCallsFrom(const char* part);
 /// Allocations succeed again; whether one was refused.
 bool stopFailing();
 /// How many blocks are out.

@@ -2,6 +2,7 @@
 #include "Core/TavBaseObject/TavBaseObject.h"
 #include "Core/TavFormatDescription/LuFormatDescription.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
+#include "Core/TavNotificationCenter/TavNotificationCenter.h"
 #include "Core/TavTag/TavTagCollection.h"
 #include "Core/TavTime/LuTimeRange.h"
 #include "DataIO/TavByteStreams/TavByteStream.h"
@@ -15,8 +16,11 @@
 #include "Utilities/TavBlockBufferUtilities.h"
 #include "Utilities/TavDigestSHA1.h"
 #include "Utilities/TavZoUtilities.h"
+#include "Utilities/TavZoUtilities_Boxing.h"
 #include "Utilities/TavZoUtilities_Geometry.h"
 #include "Utilities/TavZoUtilities_Times.h"
+#include "Utilities/TavZoWeakReferenceHolder.h"
+#include "Utilities/TavZoWeakReferenceTable.h"
 
 using namespace luvia_test;
 
@@ -172,7 +176,8 @@ Made makeBaseObject(ZoAllocatorRef allocator)
     if (LuDerivedObjectCreate(allocator, &kTable, LuByteStreamGetClassID(), &object) != 0) return Made::kRefused;
     const auto owner = zoAdopt(object);
     const auto text = zoAdopt(ZoCopyDescription(object));
-    return made(bool(text), text && ZoStringGetLength(text.get()) > 20);
+    if (!text || isText(text.get(), "<TavByteStream>")) return Made::kRefused;
+    return made(true, ZoStringGetLength(text.get()) > 20);
 }
 
 // MARK: block buffers, streams, atoms
@@ -208,8 +213,8 @@ Made dumpBuffer(ZoAllocatorRef)
     const auto text = zoAdopt(ZoStringCreateMutable(nullptr, 0));
     if (!text || TavCreateBlockBufferCopyingMemoryBlock(nullptr, "0123456789", 10, buffer.outParam()) != 0)
         return Made::kRefused;
-    TavBlockBufferAppendHexDumpToZoString(buffer.get(), 0, 0, 0, 0, 0, text.get());
-    return made(true, ZoStringGetLength(text.get()) > 40);
+    TavBlockBufferAppendHexDumpToZoString(buffer.get(), 0, 0, 0, 128, kTavBlockBufferHexDump_CArray, text.get());
+    return made(true, ZoStringGetLength(text.get()) > 6 * 128);
 }
 
 Made stream(ZoAllocatorRef allocator)
@@ -275,8 +280,9 @@ Made report(ZoAllocatorRef allocator)
         TavAssetAnalysisReporterCopyMessages(reporter.get(), messages.outParam()) != 0)
         return Made::kRefused;
     const auto* newest = static_cast<ZoDictionaryRef>(TavZoArrayGetFirstValue(messages.get()));
-    return made(true, TavZoArrayGetLastValue(messages.get()) == newest &&
-                          TavZoDictionaryGetArrayValue(newest, kTavAssetAnalysisMovieMessageKey_AtomContainer));
+    // A message that cannot be edited stays as it was.
+    const auto container = TavZoDictionaryGetArrayValue(newest, kTavAssetAnalysisMovieMessageKey_AtomContainer);
+    return made(container, container && ZoArrayGetCount(messages.get()) == 1 && ZoArrayGetCount(container) == 1);
 }
 
 Made digest(ZoAllocatorRef)
@@ -288,6 +294,89 @@ Made digest(ZoAllocatorRef)
     TavDigestSHA1GetDigest(context, bytes);
     TavDigestSHA1Destroy(context);
     return made(true, bytes[0] == 0xA9 && bytes[19] == 0x9D);
+}
+
+// MARK: notifications, weak references, boxes
+
+int sHeard;  // atomic
+
+void hear(ZoNotificationCenterRef, void*, ZoStringRef, const void*, ZoDictionaryRef)
+{
+    __atomic_add_fetch(&sHeard, 1, __ATOMIC_RELAXED);
+}
+
+// Names that are made: a constant one is never copied.
+Made listen(ZoAllocatorRef)
+{
+    const LuNotificationCenterRef center = LuNotificationCenterGetDefaultLocalCenter();
+    const auto listener = dictionaryOf<ZoMutableDictionaryRef>(nullptr);
+    const auto name = zoAdopt(ZoStringCreateMutableCopy(nullptr, 0, ZOSTR("the news of the day")));
+    if (!listener || !name) return Made::kRefused;
+    sHeard = 0;
+    if (TavNotificationCenterAddWeakListener(center, listener.get(), hear, name.get(), nullptr, 0, nullptr) != 0)
+        return Made::kRefused;
+    OSStatus status = LuNotificationCenterAddListener(center, &sHeard, hear, name.get(), nullptr, 0);
+    status |= LuNotificationCenterPostNotification(center, name.get(), &sHeard, nullptr, 0);
+    status |= LuNotificationCenterPostNotification(center, ZOSTR("other news"), &sHeard, nullptr, 0);
+    status |= LuNotificationCenterRemoveListener(center, &sHeard, hear, name.get(), nullptr);
+    const int heard = sHeard;
+    OSStatus removed = kTavNotificationAllocationFailedError;
+    for (int i = 0; i < 2 && removed == kTavNotificationAllocationFailedError; ++i)
+        removed = TavNotificationCenterRemoveWeakListener(center, listener.get(), hear, name.get(), nullptr);
+    if (removed == kTavNotificationAllocationFailedError) return Made::kRefused;  // it goes with the listener
+    return made(true, status == 0 && removed == 0 && heard == 2);
+}
+
+Made deferNotification(ZoAllocatorRef allocator)
+{
+    const LuNotificationCenterRef center = LuNotificationCenterGetDefaultLocalCenter();
+    const dispatch_queue_t queue = dispatch_queue_create("org.example.news", DISPATCH_QUEUE_SERIAL);
+    const ZoStringRef name = ZOSTR("news");
+    sHeard = 0;
+    const OSStatus toQueue =
+        TavDeferNotificationToDispatchQueue(hear, center, nullptr, name, nullptr, nullptr, queue, allocator);
+    dispatch_sync_f(queue, nullptr, [](void*) {});
+    dispatch_release(queue);
+    const OSStatus toLoop =
+        TavDeferNotificationToRunLoop(hear, center, nullptr, name, nullptr, nullptr, ZoRunLoopGetCurrent(), allocator);
+    TavRunDeferredNotificationsOnCurrentRunLoop();
+    const int expected = (toQueue == 0) + (toLoop == 0);
+    return sHeard != expected ? Made::kWrong : made(expected == 2, true);
+}
+
+Made useBarrier(ZoAllocatorRef)
+{
+    const LuNotificationCenterRef center = LuNotificationCenterGetDefaultLocalCenter();
+    const int object = 0;
+    if (LuNotificationCenterRegisterForBarrierSupport(center, &object) != 0) return Made::kRefused;
+    const OSStatus status = LuNotificationCenterBarrier(center, &object);
+    return made(true, LuNotificationCenterUnregisterForBarrierSupport(center, &object) == 0 && status == 0);
+}
+
+// More references than an entry has room for.
+Made holdWeakly(ZoAllocatorRef allocator)
+{
+    const auto object = dictionaryOf<ZoMutableDictionaryRef>(nullptr);
+    ZoRef<TavZoWeakReferenceTableRef> table;
+    if (!object || TavZoWeakReferenceTableCreate(allocator, 0, table.outParam()) != 0) return Made::kRefused;
+    uint64_t key = 0;
+    for (int i = 0; i < 12; ++i)
+        if (TavZoWeakReferenceTableAddValueAndGetKey(table.get(), object.get(), &key) != 0) return Made::kRefused;
+    ZoRef<ZoDictionaryRef> values;
+    const auto holder = zoAdopt(TavZoWeakReferenceHolderCreateWithReferencedObject(object.get()));
+    if (!holder || TavZoWeakReferenceTableCopyValues(table.get(), values.outParam()) != 0) return Made::kRefused;
+    const auto found = zoAdopt(TavZoWeakReferenceTableCopyValue(table.get(), key));
+    const auto held = zoAdopt(TavZoWeakReferenceHolderCopyReferencedObject(holder.get()));
+    return made(true,
+                ZoDictionaryGetCount(values.get()) == 12 && found.get() == object.get() && held.get() == object.get());
+}
+
+Made box(ZoAllocatorRef allocator)
+{
+    const auto large = zoAdopt(TavZoNumberCreateUInt64(allocator, UINT64_MAX));
+    const auto real = zoAdopt(TavZoNumberCreateFloat64(allocator, 1e300));
+    return made(large && real,
+                TavZoNumberGetUInt64(large.get()) == UINT64_MAX && TavZoNumberGetFloat64(real.get()) == 1e300);
 }
 
 // MARK: descriptions of formats
@@ -306,8 +395,8 @@ Made describeFormat(ZoAllocatorRef allocator)
         return Made::kRefused;
     const auto owner = zoAdopt(description);
     const auto text = zoAdopt(ZoCopyDescription(description));
-    return made(true, text && ZoEqual(LuFormatDescriptionGetExtension(description, ZOSTR("key")), ZOSTR("value")) &&
-                          ZoEqual(LuFormatDescriptionGetExtensions(description), outer.get()));
+    return made(bool(text), ZoEqual(LuFormatDescriptionGetExtension(description, ZOSTR("key")), ZOSTR("value")) &&
+                                ZoEqual(LuFormatDescriptionGetExtensions(description), outer.get()));
 }
 
 const std::string kSPS = H264SPS().unit(), kPPS = h264PPS(0, 0);
@@ -343,6 +432,11 @@ constexpr Maker kRows[] = {
     {"atoms", writeAtoms, 1},
     {"analysisReport", report, 5},
     {"digest", digest},
+    {"weakListener", listen},
+    {"deferredNotification", deferNotification, 2},
+    {"notificationBarrier", useBarrier},
+    {"weakReferences", holdWeakly, 2},
+    {"boxes", box, 2},
     {"formatDescription", describeFormat, 3},
     {"avcC", makeAVCC},
 };

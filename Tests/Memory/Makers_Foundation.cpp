@@ -1,3 +1,8 @@
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
 #include "Foundation/Collections/ZoArray.h"
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Collections/ZoSet.h"
@@ -130,12 +135,31 @@ Made makeURLs(ZoAllocatorRef allocator)
     return made(true, isText(ZoURLGetString(deeper.get()), "file:///tmp/a%20b/c%25"));
 }
 
+Made escapeText(ZoAllocatorRef allocator)
+{
+    const ZoStringRef text = ZOSTR("a b, c d, e f, g h, i j and %25 without an end");
+    const auto escaped =
+        zoAdopt(ZoURLCreateStringByAddingPercentEscapes(allocator, text, nullptr, ZOSTR(","), kZoStringEncodingUTF8));
+    if (!escaped) return Made::kRefused;
+    const auto back = zoAdopt(ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(
+        allocator, escaped.get(), ZOSTR("%"), kZoStringEncodingUTF8));
+    return madeText(back, "a b, c d, e f, g h, i j and %2525 without an end");
+}
+
 Made makeDates(ZoAllocatorRef allocator)
 {
     const auto date = zoAdopt(ZoDateCreate(allocator, 86400));
     const auto calendar = zoAdopt(ZoCalendarCreateWithIdentifier(allocator, kZoGregorianCalendar));
+    int day = 0;
+    if (!date || !calendar) return Made::kRefused;
+    const bool isThere = ZoCalendarDecomposeAbsoluteTime(calendar.get(), 86400 * 1.5, "d", &day);
+    return made(isThere, day == 2 || day == 3);
+}
+
+Made formatDate(ZoAllocatorRef allocator)
+{
     const auto locale = zoAdopt(ZoLocaleCreate(allocator, ZOSTR("en_US_POSIX")));
-    if (!date || !calendar || !locale) return Made::kRefused;
+    if (!locale) return Made::kRefused;
     const auto formatter =
         zoAdopt(ZoDateFormatterCreate(allocator, locale.get(), kZoDateFormatterShortStyle, kZoDateFormatterNoStyle));
     if (!formatter) return Made::kRefused;
@@ -156,6 +180,44 @@ Made readPreferences(ZoAllocatorRef)
     ZoPreferencesGetAppIntegerValue(ZOSTR("nothing"), ZOSTR("org.example.nothing"), &isThere);
     const auto value = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("nothing"), ZOSTR("org.example.nothing")));
     return made(true, !isThere && !value);
+}
+
+// A file of preferences that somebody else has put something in.
+class StoredPreferences {
+public:
+    StoredPreferences()
+    {
+        if (!mkdtemp(folder_) || setenv("LUVIA_PREFERENCES_DIR", folder_, 1) != 0) std::abort();
+        const std::string path = std::string(folder_) + "/org.example.stored.plist";
+        if (std::FILE* file = std::fopen(path.c_str(), "w")) {
+            std::fputs("<plist><dict><key>theirs</key><string>kept</string></dict></plist>", file);
+            std::fclose(file);
+        }
+    }
+    ~StoredPreferences() { std::filesystem::remove_all(folder_); }
+    static ZoStringRef domain() { return ZOSTR("org.example.stored"); }
+
+private:
+    char folder_[32] = "/tmp/luvia_shortage_XXXXXX";
+} sStored;
+
+Made storePreferences(ZoAllocatorRef)
+{
+    const ZoStringRef domain = sStored.domain();
+    const auto number = zoAdopt(ZoStringCreateWithCString(nullptr, "1234567890", kZoStringEncodingUTF8));
+    const void *key = ZOSTR("ours"), *value = number.get();
+    const auto pairs = zoAdopt(number ? ZoDictionaryCreate(nullptr, &key, &value, 1, &kZoTypeDictionaryKeyCallBacks,
+                                                           &kZoTypeDictionaryValueCallBacks)
+                                      : nullptr);
+    if (!pairs) return Made::kRefused;
+    ZoPreferencesSetMultiple(pairs.get(), nullptr, domain, kZoPreferencesCurrentUser, kZoPreferencesAnyHost);
+    int done = 0;  // written, and read again; what could not be written waits, and goes the next time
+    for (int i = 0; i < 2; ++i) done += ZoPreferencesSynchronize(domain, nullptr, nullptr);
+    if (done < 2) return Made::kRefused;
+    const auto ours = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("ours"), domain));
+    const auto theirs = zoAdopt(ZoPreferencesCopyAppValue(ZOSTR("theirs"), domain));
+    return made(true, isText(static_cast<ZoStringRef>(ours.get()), "1234567890") &&
+                          isText(static_cast<ZoStringRef>(theirs.get()), "kept"));
 }
 
 Made notify(ZoAllocatorRef)
@@ -190,7 +252,13 @@ Made attributeString(ZoAllocatorRef allocator)
 {
     const auto string = zoAdopt(ZoAttributedStringCreate(allocator, ZOSTR("text"), nullptr));
     const auto copy = zoAdopt(string ? ZoAttributedStringCreateMutableCopy(allocator, 0, string.get()) : nullptr);
-    return made(bool(copy), copy && ZoAttributedStringGetLength(copy.get()) == 4);
+    if (!copy) return Made::kRefused;
+    ZoAttributedStringSetAttribute(copy.get(), {1, 2}, ZOSTR("name"), ZOSTR("value"));
+    ZoAttributedStringReplaceString(copy.get(), {2, 1}, ZOSTR("xyz"));
+    ZoRange range;
+    const ZoTypeRef value = ZoAttributedStringGetAttribute(copy.get(), 3, ZOSTR("name"), &range);
+    return made(true, isText(static_cast<ZoStringRef>(value), "value") && range.location == 1 && range.length == 4 &&
+                          isText(ZoAttributedStringGetString(copy.get()), "texyzt"));
 }
 
 constexpr Maker kRows[] = {
@@ -204,9 +272,12 @@ constexpr Maker kRows[] = {
     {"xmlPropertyList", roundTripPropertyList<kZoPropertyListXMLFormat_v1_0>, 10},
     {"binaryPropertyList", roundTripPropertyList<kZoPropertyListBinaryFormat_v1_0>, 10},
     {"urls", makeURLs, 3},
-    {"dates", makeDates, 4},
+    {"escapes", escapeText, 2},
+    {"dates", makeDates, 2, true},
+    {"formattedDate", formatDate, 2, true},
     {"uuid", makeUUID, 1},
     {"preferences", readPreferences},
+    {"storedPreferences", storePreferences},
     {"notification", notify},
     {"timer", fireTimer, 1},
     {"attributedString", attributeString, 2},

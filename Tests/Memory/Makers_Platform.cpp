@@ -112,7 +112,7 @@ constexpr Maker kRows[] = {
     {"queueHolder", holdQueue, 1},
     {"thread", runThread},
     {"abortAction", abortAction},
-    {"log", logAndSignal},
+    {"log", logAndSignal, 0, true},
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cstdarg>
 
 #include "Foundation/Dates/ZoDate.h"
+#include "Foundation/Dates/ZoRoomForICUPrivate.h"
 #include "Foundation/Dates/ZoTimeZone.h"
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
@@ -58,8 +59,9 @@ ZoCalendarRef ZoCalendarCreateWithIdentifier(ZoAllocatorRef allocator, ZoStringR
         const_cast<void*>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDCalendar, kFields, nullptr))));
     if (!calendar) return nullptr;
     UErrorCode error = U_ZERO_ERROR;
+    if (!zoHasRoomForICU()) return nullptr;
     calendar.get()->calendar = ucal_open(nullptr, 0, "en_US_POSIX", UCAL_GREGORIAN, &error);
-    if (U_FAILURE(error)) return nullptr;
+    if (U_FAILURE(error) || !calendar.get()->calendar) return nullptr;
     auto timeZone = zoAdopt(ZoTimeZoneCopyDefault());
     if (!timeZone) return nullptr;
     ZoCalendarSetTimeZone(calendar.get(), timeZone.get());

@@ -8,6 +8,7 @@
 
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/Dates/ZoLocale.h"
+#include "Foundation/Dates/ZoRoomForICUPrivate.h"
 #include "Foundation/Dates/ZoTimeZone.h"
 #include "Foundation/Objects/ZoAssertPrivate.h"
 #include "Foundation/Objects/ZoRef.h"
@@ -64,9 +65,10 @@ ZoDateFormatterRef ZoDateFormatterCreate(ZoAllocatorRef allocator, ZoLocaleRef l
         const_cast<void*>(_ZoRuntimeCreateInstance(allocator, kZoTypeIDDateFormatter, kFields, nullptr))));
     if (!formatter) return nullptr;
     UErrorCode error = U_ZERO_ERROR;
+    if (!zoHasRoomForICU()) return nullptr;
     UDateFormat* format = udat_open(kStyles[timeStyle], kStyles[dateStyle], name, nullptr, -1, nullptr, 0, &error);
     formatter.get()->format = format;
-    if (U_FAILURE(error)) return nullptr;
+    if (U_FAILURE(error) || !format) return nullptr;
     udat_setLenient(format, false);
     // What a parsed text does not name comes from the calendar's time.
     ucal_setMillis(const_cast<UCalendar*>(udat_getCalendar(format)), 0, &error);

@@ -106,6 +106,7 @@ void ZoNotificationCenterAddObserver(ZoNotificationCenterRef center, const void*
     registration->observer = observer;
     registration->callback = callback;
     if (name) registration->name = zoAdopt(ZoStringCreateCopy(nullptr, name));
+    if (name && !registration->name) memory::stop();  // without one it would observe all names
     registration->object = object;
 
     Center& local = localCenter();

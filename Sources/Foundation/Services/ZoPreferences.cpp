@@ -66,7 +66,7 @@ bool readAgain(Domain& domain)
             ZoLog(3, ZOSTR("preferences: cannot read %@ (%s); taken as empty"), path.get(), strerror(reason));
     }
     domain.stored = std::move(contents);
-    domain.isRead = true;
+    domain.isRead = reading != Reading::unreadable || reason != ENOMEM;  // else memory may be there the next time
     return reading != Reading::unreadable;
 }
 

@@ -150,14 +150,32 @@ bool replaceFile(const memory::String& path, const uint8_t* bytes, size_t count)
 ZoRef<ZoDictionaryRef> merged(ZoDictionaryRef contents, const Changes& changes)
 {
     const auto result = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, contents));
+    if (!result) memory::stop();
     for (const auto& [name, value] : changes) {
         const auto key = zoStringFromUTF8(nullptr, name);
+        if (!key) memory::stop();
         if (value)
             ZoDictionarySetValue(result.get(), key.get(), value.get());
         else
             ZoDictionaryRemoveValue(result.get(), key.get());
     }
-    return zoAdopt(ZoDictionaryCreateCopy(nullptr, result.get()));
+    auto copy = zoAdopt(ZoDictionaryCreateCopy(nullptr, result.get()));
+    if (!copy) memory::stop();
+    return copy;
+}
+
+/// A property list of `bytes`. A shortage of memory is not a corrupt file: Reading::unreadable.
+Reading parse(memory::ReportingArray<uint8_t>& bytes, ZoRef<ZoTypeRef>& list)
+{
+    const auto data = zoAdopt(
+        ZoDataCreateWithBytesNoCopy(nullptr, bytes.data(), static_cast<ZoIndex>(bytes.size()), kZoAllocatorNull));
+    ZoErrorRef error = nullptr;
+    if (data) list.reset(ZoPropertyListCreateWithData(nullptr, data.get(), kZoPropertyListImmutable, nullptr, &error));
+    const auto reason = zoAdopt(error);
+    if (list) return Reading::ok;
+    if (reason && ZoErrorGetCode(reason.get()) != kZoPropertyListErrorAllocation) return Reading::corrupt;
+    errno = ENOMEM;
+    return Reading::unreadable;
 }
 
 }  // namespace
@@ -180,14 +198,14 @@ Reading readStore(const memory::String& path, ZoRef<ZoDictionaryRef>& contents)
 {
     contents.reset(ZoDictionaryCreate(nullptr, nullptr, nullptr, 0, &kZoTypeDictionaryKeyCallBacks,
                                       &kZoTypeDictionaryValueCallBacks));
+    if (!contents) memory::stop();
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!file) return errno == ENOENT || errno == ENOTDIR ? Reading::ok : Reading::unreadable;
     memory::ReportingArray<uint8_t> bytes;
     if (!readAll(file.get(), bytes)) return Reading::unreadable;
-    const auto data = zoAdopt(
-        ZoDataCreateWithBytesNoCopy(nullptr, bytes.data(), static_cast<ZoIndex>(bytes.size()), kZoAllocatorNull));
-    auto list = zoAdopt(ZoPropertyListCreateWithData(nullptr, data.get(), kZoPropertyListImmutable, nullptr, nullptr));
-    if (!list || ZoGetTypeID(list.get()) != ZoDictionaryGetTypeID()) return Reading::corrupt;
+    ZoRef<ZoTypeRef> list;
+    if (const Reading reading = parse(bytes, list); reading != Reading::ok) return reading;
+    if (ZoGetTypeID(list.get()) != ZoDictionaryGetTypeID()) return Reading::corrupt;
     contents.reset(static_cast<ZoDictionaryRef>(list.release()));
     return Reading::ok;
 }
@@ -232,8 +250,14 @@ bool updateStore(const memory::String& path, const Changes& changes, ZoRef<ZoDic
     if (reading == Reading::corrupt && !moveAside(target)) return false;
 
     auto changed = merged(old.get(), changes);
+    ZoErrorRef error = nullptr;
     const auto data =
-        zoAdopt(ZoPropertyListCreateData(nullptr, changed.get(), kZoPropertyListXMLFormat_v1_0, 0, nullptr));
+        zoAdopt(ZoPropertyListCreateData(nullptr, changed.get(), kZoPropertyListXMLFormat_v1_0, 0, &error));
+    const auto reason = zoAdopt(error);
+    if (!data && (!reason || ZoErrorGetCode(reason.get()) == kZoPropertyListErrorAllocation)) {
+        errno = ENOMEM;
+        return complain(target, "cannot write");
+    }
     if (!data) {
         errno = EINVAL;  // a binary file may hold what XML cannot
         return complain(target, "holds what an XML property list cannot");

@@ -14,12 +14,12 @@ using Changes = memory::Map<memory::String, ZoRef<ZoTypeRef>>;
 enum class Reading {
     ok,         // or there is no file, which is the same as an empty one
     corrupt,    // it is no property list, or its root is no dictionary
-    unreadable  // errno tells why
+    unreadable  // errno tells why; ENOMEM passes
 };
 
 /// The place of a domain's file; empty for a name that cannot be one.
 memory::String pathOfDomain(const memory::String& domain);
-/// All of the file; an empty dictionary unless it could be read.
+/// All of the file; an empty dictionary unless it could be read. The process stops where there is no memory for that.
 Reading readStore(const memory::String& path, ZoRef<ZoDictionaryRef>& contents);
 /// Merges `changes` into the file, which others may be changing at the same time, and gives what it holds then. A
 /// corrupt file is kept under another name first, and a line on standard error says so. False, with a line on standard

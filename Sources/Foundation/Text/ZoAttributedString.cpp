@@ -16,7 +16,7 @@ struct AttributeRun {
     ZoIndex end;
     ZoRef<ZoDictionaryRef> attributes;
 };
-using AttributeRuns = memory::Vector<AttributeRun>;
+using AttributeRuns = memory::ReportingArray<AttributeRun>;
 
 struct ZoAttributedString_ {
     ZoRuntimeBase base;
@@ -53,6 +53,7 @@ static ZoStringRef attributedStringCopyDescription(ZoTypeRef object)
 {
     const ZoAttributedString_* string = fields(object);
     ZoMutableStringRef description = ZoStringCreateMutable(nullptr, 0);
+    if (!description) return nullptr;
     ZoIndex start = 0;
     for (const AttributeRun& run : string->runs) {
         const auto text = zoAdopt(ZoStringCreateWithSubstring(nullptr, string->string, {start, run.end - start}));
@@ -112,22 +113,27 @@ ZoAttributedStringRef ZoAttributedStringCreate(ZoAllocatorRef allocator, ZoStrin
     if (!ZO_EXPECT(zo::isString(string), "not a string")) return nullptr;
     auto created = attributedStringAllocate(allocator, zoAdopt(ZoStringCreateCopy(allocator, string)));
     if (!created) return nullptr;
-    if (const ZoIndex length = ZoStringGetLength(string))
-        created.get()->runs.push_back({length, copyAttributes(attributes)});
+    if (const ZoIndex length = ZoStringGetLength(string)) {
+        auto copied = copyAttributes(attributes);
+        if (!copied || !created.get()->runs.append({length, std::move(copied)})) return nullptr;
+    }
     return created.release();
 }
 
-static void copyRuns(ZoAttributedString_* to, ZoAttributedStringRef from)
+/// False, and some of them, without memory.
+static bool copyRuns(AttributeRuns& to, const AttributeRuns& from)
 {
-    for (const AttributeRun& run : from->runs)
-        to->runs.push_back({run.end, ZoRef<ZoDictionaryRef>::retain(run.attributes.get())});
+    if (!to.reserve(from.size())) return false;
+    for (const AttributeRun& run : from)
+        if (!to.append({run.end, ZoRef<ZoDictionaryRef>::retain(run.attributes.get())})) return false;
+    return true;
 }
 
 ZoAttributedStringRef ZoAttributedStringCreateCopy(ZoAllocatorRef allocator, ZoAttributedStringRef string)
 {
     if (!isAttributedString(string)) return nullptr;
     auto copy = attributedStringAllocate(allocator, zoAdopt(ZoStringCreateCopy(allocator, string->string)));
-    if (copy) copyRuns(copy.get(), string);
+    if (!copy || !copyRuns(copy.get()->runs, string->runs)) return nullptr;
     return copy.release();
 }
 
@@ -147,7 +153,7 @@ ZoMutableAttributedStringRef ZoAttributedStringCreateMutableCopy(ZoAllocatorRef 
     auto copy = attributedStringAllocate(allocator, zoAdopt(text));
     if (!copy) return nullptr;
     zoSetTypeFlags(copy.get(), kAttributedStringMutable);
-    copyRuns(copy.get(), string);
+    if (!copyRuns(copy.get()->runs, string->runs)) return nullptr;
     return copy.release();
 }
 
@@ -188,15 +194,15 @@ ZoTypeRef ZoAttributedStringGetAttribute(ZoAttributedStringRef string, ZoIndex l
 
 // MARK: Change
 
-/// Makes a run start at `location`, which has characters on both sides or is an end.
+/// Makes a run start at `location`, which has characters on both sides or is an end. There is room for it.
 static void splitAt(AttributeRuns& runs, ZoIndex location)
 {
     if (location <= 0 || runs.empty() || location >= runs.back().end) return;
     const size_t index = runAt(runs, location);
     const ZoIndex start = index ? runs[index - 1].end : 0;
     if (start == location) return;
-    runs.insert(runs.begin() + static_cast<ptrdiff_t>(index),
-                {location, ZoRef<ZoDictionaryRef>::retain(runs[index].attributes.get())});
+    const bool isThere = runs.append({location, ZoRef<ZoDictionaryRef>::retain(runs[index].attributes.get())});
+    if (isThere) std::rotate(runs.begin() + index, runs.end() - 1, runs.end());
 }
 
 /// Lets neighbours with equal attributes be one run, and drops empty runs.
@@ -214,7 +220,19 @@ static void joinRuns(AttributeRuns& runs)
         if (&runs[kept] != &run) runs[kept] = std::move(run);
         ++kept;
     }
-    runs.erase(runs.begin() + static_cast<ptrdiff_t>(kept), runs.end());
+    runs.truncate(kept);
+}
+
+/// The dictionary with the attribute set, or without it where there is no value; nothing without memory.
+static ZoRef<ZoDictionaryRef> attributesWith(ZoDictionaryRef attributes, ZoStringRef name, ZoTypeRef value)
+{
+    const auto changed = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, attributes));
+    if (!changed) return nullptr;
+    if (value)
+        ZoDictionarySetValue(changed.get(), name, value);
+    else
+        ZoDictionaryRemoveValue(changed.get(), name);
+    return copyAttributes(changed.get());
 }
 
 /// Sets an attribute for the whole of `range`, or removes it where there is no value.
@@ -225,16 +243,13 @@ static void changeAttribute(ZoMutableAttributedStringRef string, ZoRange range, 
     ZO_EXPECT(within.location == range.location && within.length == range.length, "range outside of the string");
     if (within.length == 0) return;
     AttributeRuns& runs = string->runs;
+    if (!runs.reserve(runs.size() + 2)) memory::stop();
     const ZoIndex end = within.location + within.length;
     splitAt(runs, within.location);
     splitAt(runs, end);
     for (size_t index = runAt(runs, within.location); index < runs.size() && runs[index].end <= end; ++index) {
-        const auto changed = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, runs[index].attributes.get()));
-        if (value)
-            ZoDictionarySetValue(changed.get(), name, value);
-        else
-            ZoDictionaryRemoveValue(changed.get(), name);
-        runs[index].attributes = copyAttributes(changed.get());
+        runs[index].attributes = attributesWith(runs[index].attributes.get(), name, value);
+        if (!runs[index].attributes) memory::stop();
     }
     joinRuns(runs);
 }
@@ -257,7 +272,10 @@ void ZoAttributedStringReplaceString(ZoMutableAttributedStringRef string, ZoRang
     const ZoRange within = zo::rangeWithin(range, length);
     const ZoIndex newLength = ZoStringGetLength(replacement);
     AttributeRuns& runs = string->runs;
-    if (runs.empty()) runs.push_back({0, copyAttributes(nullptr)});
+    if (runs.empty()) {
+        auto none = copyAttributes(nullptr);
+        if (!none || !runs.append({0, std::move(none)})) memory::stop();
+    }
     const ZoIndex heir = within.length ? within.location : std::max<ZoIndex>(within.location - 1, 0);
     const size_t heirIndex = std::min(runAt(runs, heir), runs.size() - 1);
     const ZoIndex end = within.location + within.length;

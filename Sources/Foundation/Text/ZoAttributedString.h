@@ -1,4 +1,6 @@
 // Text with attributes: dictionaries that hold for runs of it. Immutable ones may be read by any number of threads.
+// Creation gives nothing where there is no memory, the allocator's for the text or the process's for the runs.
+// Operations that change a mutable one have no status: the process stops with one line.
 
 #pragma once
 

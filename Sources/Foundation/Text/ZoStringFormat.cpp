@@ -310,14 +310,20 @@ static bool appendFromLibrary(TextBuffer& out, ZoAllocatorRef allocator, const R
     char buffer[256];
     errno = savedErrno;  // "%m" prints it
     const int length = printWithLibrary(buffer, sizeof buffer, format, kind, value);
-    if (length < 0) return false;
+    if (length < 0) {
+        if (errno == ENOMEM) out.fail();
+        return false;
+    }
     if (static_cast<size_t>(length) < sizeof buffer) {
         zo::decodeUTF8Leniently(reinterpret_cast<const uint8_t*>(buffer), static_cast<size_t>(length), out);
         return out.ok();
     }
     const ZoIndex size = ZoIndex{length} + 1;
     auto* text = static_cast<char*>(ZoAllocatorAllocate(allocator, size, 0));
-    if (!text) return false;
+    if (!text) {
+        out.fail();
+        return false;
+    }
     errno = savedErrno;
     printWithLibrary(text, static_cast<size_t>(size), format, kind, value);
     zo::decodeUTF8Leniently(reinterpret_cast<const uint8_t*>(text), static_cast<size_t>(length), out);
@@ -348,6 +354,10 @@ static bool appendObject(TextBuffer& out, const ResolvedConversion& resolved, Zo
         if (cls && cls->copyFormattingDesc) description.reset(cls->copyFormattingDesc(object, nullptr));
         if (!description) description.reset(ZoCopyDescription(object));
     }
+    if (!description) {
+        out.fail();
+        return false;
+    }
     TextView text = zo::textView(description.get());
     if (resolved.precision >= 0 && resolved.precision < text.length) text = text.sub(0, resolved.precision);
     return appendPadded(out, resolved, text, text.length);
@@ -366,7 +376,10 @@ static bool appendWide(TextBuffer& out, const ResolvedConversion& resolved, cons
         const ZoIndex size = asBytes || codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
         if (resolved.precision >= 0 && bytes + size > resolved.precision) break;
         bytes += size;
-        if (!text.appendCodePoint(codePoint)) return false;
+        if (!text.appendCodePoint(codePoint)) {
+            out.fail();
+            return false;
+        }
     }
     return appendPadded(out, resolved, text.view(), bytes);
 }
@@ -456,8 +469,9 @@ void ZoStringAppendFormatAndArguments(ZoMutableStringRef string, ZoDictionaryRef
     if (!zo::isMutableString(string) || !ZO_EXPECT(zo::isString(format), "the format is not a string")) return;
     alignas(UniChar) uint8_t lent[512];
     TextBuffer text(nullptr, lent, sizeof lent);
-    if (!appendFormatted(text, nullptr, zo::textView(format), arguments)) return;
+    if (!appendFormatted(text, nullptr, zo::textView(format), arguments) && text.ok()) return;
     TextBuffer whole(string);
+    if (!text.ok()) whole.fail();  // the process stops, as where the text itself finds no memory
     whole.append(text.view());
     whole.giveBack(string);
 }

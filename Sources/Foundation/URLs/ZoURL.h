@@ -1,6 +1,8 @@
 // URLs as RFC 3986 has them: a text that is checked once, on creation, and a base that it may be relative to.
 // A URL never changes and may be used by any number of threads. Texts are ASCII with percent escapes; what is not
 // a character of RFC 3986 must be escaped first.
+// What is created takes its memory from the allocator and is nothing where that gives none. Texts on the way there come
+// from the process's memory: but for escaping and unescaping, the process stops with one line where it has none.
 
 #pragma once
 

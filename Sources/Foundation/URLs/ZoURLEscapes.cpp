@@ -1,6 +1,7 @@
 // Percent escapes in strings of any encoding.
 
 #include <algorithm>
+#include <span>
 
 #include "Foundation/Text/ZoStringBytesPrivate.h"
 #include "Foundation/Text/ZoSurrogatesPrivate.h"
@@ -13,11 +14,14 @@ namespace {
 /// UTF-16 text, read a character at a time. An unpaired surrogate is a character of its own.
 class Units {
 public:
-    explicit Units(ZoStringRef string) : units_(string ? static_cast<size_t>(ZoStringGetLength(string)) : 0)
+    explicit Units(ZoStringRef string)
     {
-        if (!units_.empty())
-            ZoStringGetCharacters(string, ZoRangeMake(0, static_cast<ZoIndex>(units_.size())), units_.data());
+        const ZoIndex length = string ? ZoStringGetLength(string) : 0;
+        isWhole_ = units_.resize(static_cast<size_t>(length));
+        if (isWhole_ && length) ZoStringGetCharacters(string, ZoRangeMake(0, length), units_.data());
     }
+    /// False, and all empty, where there was no memory.
+    bool ok() const { return isWhole_; }
     size_t size() const { return units_.size(); }
     const UniChar* data() const { return units_.data(); }
     UniChar operator[](size_t index) const { return units_[index]; }
@@ -41,7 +45,8 @@ public:
     }
 
 private:
-    memory::Vector<UniChar> units_;
+    memory::ReportingArray<UniChar> units_;
+    bool isWhole_;
 };
 
 class CharacterSet {
@@ -49,7 +54,9 @@ public:
     explicit CharacterSet(ZoStringRef members)
     {
         const Units units(members);
-        for (size_t i = 0; i < units.size(); i += units.lengthAt(i)) characters_.push_back(units.characterAt(i));
+        isWhole_ = units.ok();
+        for (size_t i = 0; i < units.size() && isWhole_; i += units.lengthAt(i))
+            isWhole_ = characters_.append(units.characterAt(i));
         std::sort(characters_.begin(), characters_.end());
     }
     bool contains(uint32_t character) const
@@ -57,50 +64,74 @@ public:
         return std::binary_search(characters_.begin(), characters_.end(), character);
     }
     bool isEmpty() const { return characters_.empty(); }
+    bool ok() const { return isWhole_; }
 
 private:
-    memory::Vector<uint32_t> characters_;
+    memory::ReportingArray<uint32_t> characters_;
+    bool isWhole_;
+};
+
+/// What comes out, before it is a string. That there was no memory is latched.
+class Result {
+public:
+    void append(const UniChar* units, size_t count)
+    {
+        if (!units_.append(std::span(units, count))) isWhole_ = false;
+    }
+    void append(std::string_view ascii)
+    {
+        for (const char c : ascii)
+            if (!units_.append(static_cast<UniChar>(c))) isWhole_ = false;
+    }
+    /// Nothing where something is missing.
+    ZoStringRef createString(ZoAllocatorRef allocator) const
+    {
+        if (!isWhole_) return nullptr;
+        return ZoStringCreateWithCharacters(allocator, units_.data(), static_cast<ZoIndex>(units_.size()));
+    }
+
+private:
+    memory::ReportingArray<UniChar> units_;
+    bool isWhole_ = true;
 };
 
 /// The bytes of one character; false if the encoding does not have it.
-bool encodeCharacter(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding, memory::String& bytes)
-{
-    uint8_t buffer[32];
-    ZoIndex used = 0;
-    const ZoRange range = ZoRangeMake(static_cast<ZoIndex>(index), static_cast<ZoIndex>(length));
-    if (ZoStringGetBytes(string, range, encoding, 0, false, buffer, sizeof buffer, &used) != range.length) return false;
-    bytes.assign(reinterpret_cast<const char*>(buffer), static_cast<size_t>(used));
-    return true;
-}
+struct EncodedCharacter {
+    bool take(ZoStringRef string, size_t index, size_t length, ZoStringEncoding encoding)
+    {
+        const ZoRange range = ZoRangeMake(static_cast<ZoIndex>(index), static_cast<ZoIndex>(length));
+        return ZoStringGetBytes(string, range, encoding, 0, false, bytes, sizeof bytes, &size) == range.length;
+    }
+    size_t count() const { return static_cast<size_t>(size); }
 
-void append(ZoMutableStringRef out, const UniChar* units, size_t count)
-{
-    ZoStringAppendCharacters(out, units, static_cast<ZoIndex>(count));
-}
+    uint8_t bytes[32];
+    ZoIndex size = 0;
+};
 
 /// Appends the characters that a run of escapes stands for. Those of `leave` keep the escapes that they came from,
 /// `escapes`, which are found again by the length of each character's bytes.
-bool appendUnescaped(ZoMutableStringRef out, std::string_view bytes, const UniChar* escapes, const CharacterSet& leave,
+bool appendUnescaped(Result& out, std::string_view bytes, const UniChar* escapes, const CharacterSet& leave,
                      ZoStringEncoding encoding)
 {
     const auto run = zoAdopt(ZoStringCreateWithBytes(nullptr, reinterpret_cast<const uint8_t*>(bytes.data()),
                                                      static_cast<ZoIndex>(bytes.size()), encoding, false));
     if (!run) return false;
+    const Units units(run.get());
+    if (!units.ok()) return false;
     if (leave.isEmpty()) {
-        ZoStringAppend(out, run.get());
+        out.append(units.data(), units.size());
         return true;
     }
-    const Units units(run.get());
     size_t byteIndex = 0;
-    memory::String encoded;
+    EncodedCharacter encoded;
     for (size_t i = 0; i < units.size(); i += units.lengthAt(i)) {
-        if (!encodeCharacter(run.get(), i, units.lengthAt(i), encoding, encoded)) return false;
-        if (encoded.size() > bytes.size() - byteIndex) return false;
+        if (!encoded.take(run.get(), i, units.lengthAt(i), encoding)) return false;
+        if (encoded.count() > bytes.size() - byteIndex) return false;
         if (leave.contains(units.characterAt(i)))
-            append(out, escapes + byteIndex * 3, encoded.size() * 3);
+            out.append(escapes + byteIndex * 3, encoded.count() * 3);
         else
-            append(out, units.data() + i, units.lengthAt(i));
-        byteIndex += encoded.size();
+            out.append(units.data() + i, units.lengthAt(i));
+        byteIndex += encoded.count();
     }
     return true;
 }
@@ -115,27 +146,25 @@ ZoStringRef ZoURLCreateStringByAddingPercentEscapes(ZoAllocatorRef allocator, Zo
     if (!originalString) return nullptr;
     const Units units(originalString);
     const CharacterSet leave(charactersToLeaveUnescaped), force(legalURLCharactersToBeEscaped);
-    const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
-    if (!out) return nullptr;
-    memory::String bytes, escapes;
-    const auto flush = [&] {
-        if (!escapes.empty()) ZoStringAppendCString(out.get(), escapes.c_str(), kZoStringEncodingASCII);
-        escapes.clear();
-    };
+    if (!units.ok() || !leave.ok() || !force.ok()) return nullptr;
+    Result out;
+    EncodedCharacter encoded;
     for (size_t i = 0; i < units.size(); i += units.lengthAt(i)) {
         const uint32_t character = units.characterAt(i);
         const bool isLegal =
             character < 0x80 && urlIsOfClass(static_cast<unsigned char>(character), kUrlQueryCharacters);
         if (leave.contains(character) || (isLegal && !force.contains(character))) {
-            flush();
-            append(out.get(), units.data() + i, units.lengthAt(i));
+            out.append(units.data() + i, units.lengthAt(i));
             continue;
         }
-        if (!encodeCharacter(originalString, i, units.lengthAt(i), encoding, bytes)) return nullptr;
-        urlAppendEscaped(escapes, bytes, 0);
+        if (!encoded.take(originalString, i, units.lengthAt(i), encoding)) return nullptr;
+        for (size_t at = 0; at < encoded.count(); ++at) {
+            memory::String escape;  // short enough to need no memory
+            urlAppendEscape(escape, encoded.bytes[at]);
+            out.append(escape);
+        }
     }
-    flush();
-    return ZoStringCreateCopy(allocator, out.get());
+    return out.createString(allocator);
 }
 
 ZoStringRef ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(ZoAllocatorRef allocator,
@@ -147,23 +176,23 @@ ZoStringRef ZoURLCreateStringByReplacingPercentEscapesUsingEncoding(ZoAllocatorR
     if (!charactersToLeaveEscaped) return ZoStringCreateCopy(allocator, originalString);
     const Units units(originalString);
     const CharacterSet leave(charactersToLeaveEscaped);
-    const auto out = zoAdopt(ZoStringCreateMutable(allocator, 0));
-    if (!out) return nullptr;
-    memory::String bytes;
+    if (!units.ok() || !leave.ok()) return nullptr;
+    Result out;
+    memory::ReportingArray<char> bytes;
     for (size_t i = 0; i < units.size();) {
         const size_t start = i;
         if (units[i] != '%') {
             while (i < units.size() && units[i] != '%') ++i;
-            append(out.get(), units.data() + start, i - start);
+            out.append(units.data() + start, i - start);
             continue;
         }
         bytes.clear();
         for (; i < units.size() && units[i] == '%'; i += 3) {
             const int value = units.escapeAt(i);
-            if (value < 0) return nullptr;
-            bytes += static_cast<char>(value);
+            if (value < 0 || !bytes.append(static_cast<char>(value))) return nullptr;
         }
-        if (!appendUnescaped(out.get(), bytes, units.data() + start, leave, encoding)) return nullptr;
+        const std::string_view run(bytes.data(), bytes.size());
+        if (!appendUnescaped(out, run, units.data() + start, leave, encoding)) return nullptr;
     }
-    return ZoStringCreateCopy(allocator, out.get());
+    return out.createString(allocator);
 }

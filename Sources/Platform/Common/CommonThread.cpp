@@ -9,7 +9,7 @@
 #include "Platform/Common/TavSignal.h"
 #include "Platform/Ostra/OstraAtomics.h"
 #include "Platform/Ostra/OstraStrings.h"
-#include "Platform/Ostra/OstraSynchronization.h"
+#include "Platform/Ostra/OstraSynchronizationPrivate.h"
 
 static TavTraceNote sTrace;
 
@@ -30,7 +30,9 @@ struct AbortTarget {
 }  // namespace
 
 AbortList gAbortActionList;
-static TavReentrantMutexRef gAbortActionLock;
+// Static, so that there is one whatever memory there is.
+static TavMutex_ sAbortActionMutex = {PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP, nullptr};
+static const TavReentrantMutexRef gAbortActionLock = &sAbortActionMutex;
 static bool gAbortingNow;  ///< under the lock: entries stay linked while an abort walks the list
 static volatile int64_t gNextAbortableQueueID;
 /// Its address is the key under which an abortable queue has its ID.
@@ -55,17 +57,13 @@ static bool abortEntryIsMarker(const AbortEntry& entry)
     return entry.action == kSpecialAction_ThreadWasAbortedForTeardown && entry.refcon == nullptr;
 }
 
-static void abortListInitialize()
-{
-    tavTraceNoteRegister(&sTrace, "tavcommonthread_trace", 0);
-    gAbortActionLock = TavReentrantMutexCreate();
-}
+static void abortListInitialize() { tavTraceNoteRegister(&sTrace, "tavcommonthread_trace", 0); }
 
 OSStatus TavThreadLockAbortList(void)
 {
     static TavThreadOnce sOnce = TAV_THREAD_ONCE_INIT;
     TavThreadRunOnce(&sOnce, abortListInitialize);
-    return gAbortActionLock ? TavReentrantMutexLock(gAbortActionLock) : kTavThreadAllocationErr;
+    return TavReentrantMutexLock(gAbortActionLock);
 }
 
 OSStatus TavThreadUnlockAbortList(void) { return TavReentrantMutexUnlock(gAbortActionLock); }

@@ -11,6 +11,7 @@
 #include "Foundation/Services/ZoPreferences.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoNumber.h"
+#include "Memory/Containers.h"
 #include "Platform/Common/TavLogPrivate.h"
 #include "Platform/Ostra/OstraDebug.h"
 #include "Utilities/TavZoUtilities_Preferences.h"
@@ -30,8 +31,6 @@ void makeRegistry()
 {
     static dispatch_once_t sOnce;
     dispatch_once_f(&sOnce, nullptr, [](void*) {
-        sRegistry =
-            ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks);
         __atomic_store_n(&sRegistryQueue,
                          dispatch_queue_create("tavnote_variable_registry_queue", DISPATCH_QUEUE_SERIAL),
                          __ATOMIC_RELEASE);
@@ -50,8 +49,15 @@ bool onRegistryQueue(Work work)
     return true;
 }
 
+ZoRef<ZoMutableDictionaryRef> makeDictionary()
+{
+    return zoAdopt(
+        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+}
+
 ZoMutableDictionaryRef keysOf(ZoStringRef applicationID)
 {
+    if (!sRegistry) return nullptr;
     return static_cast<ZoMutableDictionaryRef>(const_cast<void*>(ZoDictionaryGetValue(sRegistry, applicationID)));
 }
 
@@ -94,29 +100,37 @@ void set_tavnote_value(ZoStringRef applicationID, ZoStringRef key, const NoteRec
     }
 }
 
+// The records under a key, made where they are missing. Nothing when out of memory.
+ZoMutableArrayRef findOrAddRecords(ZoStringRef applicationID, ZoStringRef key)
+{
+    if (!sRegistry) sRegistry = makeDictionary().release();
+    if (sRegistry && !keysOf(applicationID))
+        if (const auto keys = makeDictionary()) ZoDictionarySetValue(sRegistry, applicationID, keys.get());
+    const ZoMutableDictionaryRef keys = keysOf(applicationID);
+    if (keys && !recordsOf(applicationID, key))
+        if (const auto records = zoAdopt(ZoArrayCreateMutable(nullptr, 0, nullptr)))
+            ZoDictionarySetValue(keys, key, records.get());
+    return recordsOf(applicationID, key);
+}
+
 // The record of the variable, found or made. Nothing when out of memory.
 NoteRecord* findOrAddRecord(TavNote* variable, ZoStringRef key, ZoStringRef applicationID, int32_t defaultValue,
                             bool* isNew)
 {
-    if (!keysOf(applicationID)) {
-        const auto keys = zoAdopt(
-            ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-        ZoDictionarySetValue(sRegistry, applicationID, keys.get());
-    }
-    if (!recordsOf(applicationID, key)) {
-        const auto records = zoAdopt(ZoArrayCreateMutable(nullptr, 0, nullptr));
-        ZoDictionarySetValue(keysOf(applicationID), key, records.get());
-    }
-    const ZoMutableArrayRef records = recordsOf(applicationID, key);
-    for (ZoIndex i = 0; i < ZoArrayGetCount(records); ++i)
+    const ZoMutableArrayRef records = findOrAddRecords(applicationID, key);
+    if (!records) return nullptr;
+    const ZoIndex count = ZoArrayGetCount(records);
+    for (ZoIndex i = 0; i < count; ++i)
         if (recordAt(records, i)->variable == variable) return recordAt(records, i);
     auto* record = static_cast<NoteRecord*>(calloc(1, sizeof(NoteRecord)));
     if (!record) return nullptr;
     record->variable = variable;
     record->defaultValue = defaultValue;
     ZoArrayAppendValue(records, record);
-    *isNew = true;
-    return record;
+    *isNew = ZoArrayGetCount(records) > count;
+    if (*isNew) return record;
+    free(record);
+    return nullptr;
 }
 
 void refreshRegisteredNotes()
@@ -129,6 +143,7 @@ void refreshRegisteredNotes()
     struct Applier {
         ZoDictionaryApplierFunction refreshKey;
     } applier = {refreshKey};
+    if (!sRegistry) return;
     ZoDictionaryApplyFunction(
         sRegistry,
         [](const void* applicationID, const void* keys, void* context) {
@@ -244,7 +259,9 @@ OSStatus TavNote_CopyKeys(ZoStringRef applicationID, ZoArrayRef* keysOut)
     onRegistryQueue([&] {
         const ZoDictionaryRef keys = keysOf(applicationID);
         if (!keys || ZoDictionaryGetCount(keys) == 0) return;
-        const ZoMutableArrayRef array = ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks);
+        const ZoMutableArrayRef array =
+            ZoArrayCreateMutable(nullptr, ZoDictionaryGetCount(keys), &kZoTypeArrayCallBacks);
+        if (!array) memory::stop();
         ZoDictionaryApplyFunction(
             keys,
             [](const void* key, const void*, void* out) {
