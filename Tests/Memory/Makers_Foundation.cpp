@@ -110,11 +110,11 @@ Made roundTripPropertyList(ZoAllocatorRef allocator)
     if (!xml) return Made::kRefused;
     const auto list = zoAdopt(ZoPropertyListCreateWithData(allocator, xml.get(), 2, nullptr, nullptr));
     if (!list) return Made::kRefused;
-    ZoErrorRef error = nullptr;
-    const auto data = zoAdopt(ZoPropertyListCreateData(allocator, list.get(), format, 0, &error));
-    if (error) ZoRelease(error);
-    if (!data) return Made::kRefused;
-    const auto back = zoAdopt(ZoPropertyListCreateWithData(allocator, data.get(), 0, nullptr, nullptr));
+    ZoRef<ZoErrorRef> error;
+    const auto data = zoAdopt(ZoPropertyListCreateData(allocator, list.get(), format, 0, error.outParam()));
+    const auto back =
+        zoAdopt(data ? ZoPropertyListCreateWithData(allocator, data.get(), 0, nullptr, error.outParam()) : nullptr);
+    if (error && ZoErrorGetCode(error.get()) != kZoPropertyListErrorAllocation) return Made::kWrong;
     const auto copy = zoAdopt(ZoPropertyListCreateDeepCopy(allocator, list.get(), 0));
     if (!back || !copy) return Made::kRefused;
     return made(true, ZoEqual(back.get(), list.get()) && ZoEqual(copy.get(), list.get()));
