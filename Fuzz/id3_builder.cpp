@@ -8,15 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "Fuzz/Support/Require.h"
 #include "id3tag/ID3Builder.h"
 #include "id3tag/Malloced.h"
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition) abort();
-}
 
 class Input {
 public:

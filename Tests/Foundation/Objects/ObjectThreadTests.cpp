@@ -7,10 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoObject.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
 
 namespace {
 
@@ -107,24 +104,6 @@ TEST(ObjectThreads, classesAreRegisteredWhileOthersAreLookedUp)
             const ZoTypeID typeID = _ZoRuntimeRegisterClass(&classes[thread]);
             EXPECT_EQ(_ZoRuntimeGetClassWithTypeID(typeID), &classes[thread]);
             ZoRelease(_ZoRuntimeCreateInstance(nullptr, typeID, 8, nullptr));
-        }
-    });
-}
-
-TEST(ObjectThreads, immutableCollectionsAreReadTogether)
-{
-    auto building = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    std::vector<ZoRef<ZoStringRef>> keys;
-    for (int i = 0; i < 100; ++i) {
-        keys.push_back(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("key %d"), i)));
-        ZoDictionarySetValue(building.get(), keys.back().get(), keys.back().get());
-    }
-    auto dictionary = zoAdopt(ZoDictionaryCreateCopy(nullptr, building.get()));
-    runTogether(4, [&](size_t) {
-        for (int i = 0; i < 100; ++i) {
-            for (const auto& key : keys) ASSERT_EQ(ZoDictionaryGetValue(dictionary.get(), key.get()), key.get());
-            ZoRelease(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
         }
     });
 }

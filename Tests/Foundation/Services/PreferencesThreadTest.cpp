@@ -19,8 +19,7 @@ TEST(PreferencesThreads, settersReadersAndWritersOfOneDomain)
     for (int thread = 0; thread < kThreads; ++thread)
         threads.emplace_back([thread, name] {
             for (int key = 0; key < kKeys; ++key) {
-                const auto pairs = dictionary();
-                ZoDictionarySetValue(pairs.get(), str(name(thread, key)).get(), number(key).get());
+                const auto pairs = dictionary({{str(name(thread, key)).get(), number(key).get()}});
                 ZoPreferencesSetMultiple(pairs.get(), nullptr, ZOSTR("com.example.threads"), nullptr, nullptr);
                 EXPECT_EQ(ZoPreferencesGetAppIntegerValue(str(name(thread, key)).get(), ZOSTR("com.example.threads"),
                                                           nullptr),
