@@ -71,11 +71,3 @@ TEST(BufferAttachments, areSharedByThreads)
         });
     for (auto& thread : threads) thread.join();
 }
-
-// A pixel buffer's attachments are a format description's extensions under the same keys.
-TEST(ImageBufferKeys, haveTheTextsThatFormatDescriptionsUse)
-{
-    EXPECT_TRUE(ZoEqual(kYxImageBufferCleanApertureKey, ZOSTR("YxCleanAperture")));
-    EXPECT_TRUE(ZoEqual(kYxImageBufferColorPrimariesKey, ZOSTR("YxImageBufferColorPrimaries")));
-    EXPECT_TRUE(ZoEqual(kYxImageBufferChromaLocation_DV420, ZOSTR("DV 4:2:0")));
-}

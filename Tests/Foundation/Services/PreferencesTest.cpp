@@ -158,7 +158,8 @@ TEST_F(Preferences, aCorruptFileIsReportedOnceAndKept)
         EXPECT_TRUE(synchronize());
         const std::string report = testing::internal::GetCapturedStderr();
         const std::regex kReports("not a property list");
-        EXPECT_EQ(std::distance(std::sregex_iterator(report.begin(), report.end(), kReports), {}), 1 + row.isReadFirst) << report;
+        EXPECT_EQ(std::distance(std::sregex_iterator(report.begin(), report.end(), kReports), {}), 1 + row.isReadFirst)
+            << report;
         EXPECT_NE(report.find("kept as"), std::string::npos);
         EXPECT_NE(contentsOf(file()).find("<key>k</key>"), std::string::npos);
         EXPECT_EQ(contentsOf(folder_ / row.backup), row.garbage);
