@@ -2,12 +2,13 @@
 
 #include <atomic>
 #include <barrier>
-#include <functional>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "Foundation/Objects/ZoObject.h"
+#include "Tests/Support/Together.h"
+
+using luvia_test::runTogether;
 
 namespace {
 
@@ -19,17 +20,6 @@ ZoTypeRef createCounted()
 {
     static const ZoTypeID typeID = _ZoRuntimeRegisterClass(&kCountedClass);
     return _ZoRuntimeCreateInstance(nullptr, typeID, 32, nullptr);
-}
-
-void runTogether(size_t threads, const std::function<void(size_t)>& work)
-{
-    std::barrier start(static_cast<std::ptrdiff_t>(threads));
-    std::vector<std::jthread> running;
-    for (size_t i = 0; i < threads; ++i)
-        running.emplace_back([&, i] {
-            start.arrive_and_wait();
-            work(i);
-        });
 }
 
 TEST(ObjectThreads, countsAreNotLost)

@@ -26,7 +26,8 @@ TEST(StringForms, areEqualAndHashAlike)
             EXPECT_EQ(ZoHash(plain.get()), ZoHash(other)) << text;
         }
     }
-    EXPECT_FALSE(ZoEqual(ZOSTR("abc"), ZOSTR("abd")) || ZoEqual(ZOSTR("abc"), ZOSTR("ab")));
+    EXPECT_FALSE(ZoEqual(ZOSTR("abc"), ZOSTR("abd")) || ZoEqual(fromUTF8("ab").get(), fromUTF8("abc").get()));
+    EXPECT_FALSE(ZoEqual(fromUTF16(u"\u20ac").get(), fromUTF16(u"\u20acx").get()));
     const auto nothing =
         zoAdopt(ZoStringCreateWithBytesNoCopy(nullptr, nullptr, 0, kZoStringEncodingUTF8, false, kZoAllocatorNull));
     EXPECT_TRUE(ZoEqual(nothing.get(), ZOSTR("")) && ZoEqual(mutableFrom(nothing.get()).get(), nothing.get()));
