@@ -1,20 +1,13 @@
 // Text of any bytes read as a setting: the three readers never fail, and agree with each other on what they accept.
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
+#include "Fuzz/Support/Require.h"
 #include "Utilities/TavZoUtilities_Preferences.h"
 #include "Utilities/TavZoUtilities_Text.h"
-
-static void require(bool condition, const char* what)
-{
-    if (condition) return;
-    fprintf(stderr, "wrong: %s\n", what);
-    abort();
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

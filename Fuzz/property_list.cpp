@@ -2,18 +2,11 @@
 // mutability option; the rest is the list.
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
-
-static void require(bool condition, const char* what)
-{
-    if (condition) return;
-    std::fprintf(stderr, "property_list: %s\n", what);
-    std::abort();
-}
+#include "Fuzz/Support/Require.h"
 
 static ZoRef<ZoTypeRef> read(ZoDataRef data, ZoOptionFlags options, ZoPropertyListFormat* format)
 {

@@ -6,11 +6,7 @@
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
 #include "Foundation/Values/ZoData.h"
-
-static void require(bool condition)
-{
-    if (!condition) abort();
-}
+#include "Fuzz/Support/Require.h"
 
 static constexpr ZoStringEncoding kEncodings[] = {
     0x08000100, 0x0100, 0x10000100, 0x14000100, 0x0C000100, 0x18000100, 0x1C000100, 0x04000100, 0x0600, 0x0000, 0x0006,

@@ -2,21 +2,14 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/URLs/ZoURL.h"
+#include "Fuzz/Support/Require.h"
 
 using URL = ZoRef<ZoURLRef>;
-
-static void require(bool condition, const char* what)
-{
-    if (condition) return;
-    std::fprintf(stderr, "url: %s\n", what);
-    std::abort();
-}
 
 static ZoRef<ZoStringRef> latin1(std::string_view text)
 {

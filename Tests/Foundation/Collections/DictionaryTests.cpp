@@ -1,40 +1,23 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Collections/ZoSet.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/FailingAllocator.h"
-#include "Tests/Support/Misuse.h"
+#include "Tests/Support/Objects.h"
+#include "Tests/Support/SeededRandom.h"
+
+using namespace luvia_test;
 
 namespace {
 
-using luvia_test::FailingAllocator;
 using Values = std::vector<const void*>;
 
 const void* plain(uintptr_t value) { return reinterpret_cast<const void*>(value); }
-
-ZoRef<ZoNumberRef> number(int64_t value) { return zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &value)); }
-
-ZoRef<ZoStringRef> text(const std::string& ascii)
-{
-    return zoAdopt(ZoStringCreateWithCString(nullptr, ascii.c_str(), kZoStringEncodingASCII));
-}
-
-ZoRef<ZoMutableDictionaryRef> objectDictionary(ZoAllocatorRef allocator = nullptr)
-{
-    return zoAdopt(
-        ZoDictionaryCreateMutable(allocator, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-}
 
 Values keysOf(ZoDictionaryRef dictionary)
 {
@@ -43,28 +26,106 @@ Values keysOf(ZoDictionaryRef dictionary)
     return keys;
 }
 
-TEST(Dictionary, enumeratesInOrderOfInsertion)
-{
-    auto dictionary = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, nullptr, nullptr));
-    for (uintptr_t i = 0; i < 100; ++i) ZoDictionaryAddValue(dictionary.get(), plain(i * 37 % 100), plain(i));
-    ZoDictionarySetValue(dictionary.get(), plain(74), plain(1000));  // keeps its place
-    ZoDictionaryAddValue(dictionary.get(), plain(37), plain(1000));  // changes nothing
-    ZoDictionaryRemoveValue(dictionary.get(), plain(0));
-    ZoDictionaryRemoveValue(dictionary.get(), plain(4711));
-    ZoDictionaryAddValue(dictionary.get(), plain(0), plain(7));  // goes to the end
-    Values expected;
-    for (uintptr_t i = 1; i < 100; ++i) expected.push_back(plain(i * 37 % 100));
-    expected.push_back(plain(0));
-    EXPECT_EQ(keysOf(dictionary.get()), expected);
-    EXPECT_EQ(ZoDictionaryGetValue(dictionary.get(), plain(74)), plain(1000));
-    EXPECT_EQ(ZoDictionaryGetValue(dictionary.get(), plain(37)), plain(1));
+constexpr size_t kKeys = 60;
 
-    Values applied;
-    ZoDictionaryApplyFunction(
-        dictionary.get(), [](const void* key, const void*, void* out) { static_cast<Values*>(out)->push_back(key); },
-        &applied);
-    EXPECT_EQ(applied, expected);
-    EXPECT_EQ(keysOf(zoAdopt(ZoDictionaryCreateCopy(nullptr, dictionary.get())).get()), expected);
+/// Keys that are equal in two forms each: constant and made strings, numbers as integers and as reals.
+struct ObjectKeys {
+    ObjectKeys()
+    {
+        for (size_t i = 0; i < kKeys; ++i) {
+            texts.push_back("key " + std::to_string(i % 2 ? i : 100 * i));
+            made.push_back(str(texts.back()));
+            records.push_back({__ZoConstantStringClassReference, ZO_CONSTANT_STRING_FLAGS, texts.back().c_str(),
+                               static_cast<ZoIndex>(texts.back().size())});
+            numbers.push_back({number(static_cast<int64_t>(1000 * i)), real(1000.0 * static_cast<double>(i))});
+            forms[0][i] = i % 3 ? static_cast<const void*>(&records[i]) : numbers[i].first.get();
+            forms[1][i] = i % 3 ? static_cast<const void*>(made[i].get()) : numbers[i].second.get();
+        }
+    }
+    std::deque<std::string> texts;
+    std::deque<ZoConstantString> records;
+    std::vector<ZoRef<ZoStringRef>> made;
+    std::vector<std::pair<ZoRef<ZoNumberRef>, ZoRef<ZoNumberRef>>> numbers;
+    Values forms[2] = {Values(kKeys), Values(kKeys)};
+};
+
+struct Entry {
+    size_t key;
+    const void *stored, *value;
+};
+
+/// Dictionaries with these keys, beside a list in the order of insertion.
+void compareWithModel(const ZoDictionaryKeyCallBacks* callBacks, const Values (&forms)[2])
+{
+    SeededRandom random;
+    const auto create = [&] { return zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, callBacks, nullptr)); };
+    auto dictionary = create();
+    std::vector<Entry> model;
+    const auto placeOf = [&](size_t key) {
+        return std::find_if(model.begin(), model.end(), [key](const Entry& entry) { return entry.key == key; });
+    };
+    const auto put = [&](size_t key, const void* form, const void* value, bool replaces) {
+        (replaces ? ZoDictionarySetValue : ZoDictionaryAddValue)(dictionary.get(), form, value);
+        if (const auto place = placeOf(key); place == model.end())
+            model.push_back({key, form, value});
+        else if (replaces)
+            place->value = value;
+    };
+    const auto remove = [&](size_t key) {
+        ZoDictionaryRemoveValue(dictionary.get(), forms[random.below(2)][key]);
+        if (const auto place = placeOf(key); place != model.end()) model.erase(place);
+    };
+    for (uintptr_t step = 1; step < 4000; ++step) {
+        const size_t key = random.below(step % 1000 < 500 ? 7 : kKeys), operation = random.below(32);
+        const Values& form = forms[random.below(2)];
+        if (operation < 14) {
+            put(key, form[key], plain(step), operation % 2);
+        } else if (operation < 26) {
+            remove(key);
+        } else if (operation < 28) {  // a run of neighbours comes, a run goes
+            for (size_t i = key; i < std::min(key + 20, kKeys); ++i) put(i, form[i], plain(step), true);
+        } else if (operation == 28) {
+            for (size_t i = key; i < std::min(key + 20, kKeys); ++i) remove(i);
+        } else if (operation == 29) {  // from here on, the copy
+            dictionary = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, static_cast<ZoIndex>(key), dictionary.get()));
+        } else if (operation == 30 && key == 0) {
+            ZoDictionaryRemoveAllValues(dictionary.get());
+            model.clear();
+        } else if (operation == 31) {  // equal in any order, and only with equal values
+            const auto other = create();
+            for (auto entry = model.rbegin(); entry != model.rend(); ++entry)
+                ZoDictionarySetValue(other.get(), form[entry->key], entry->value);
+            EXPECT_TRUE(ZoEqual(other.get(), dictionary.get()));
+            EXPECT_EQ(ZoHash(other.get()), ZoHash(dictionary.get()));
+            if (placeOf(key) == model.end()) continue;
+            ZoDictionarySetValue(other.get(), form[key], plain(step));
+            EXPECT_FALSE(ZoEqual(other.get(), dictionary.get()));
+            ZoDictionaryRemoveValue(other.get(), form[key]);
+            EXPECT_FALSE(ZoEqual(other.get(), dictionary.get()) || ZoEqual(dictionary.get(), other.get()));
+        }
+        Values expected;
+        for (const Entry& entry : model) expected.push_back(entry.stored);
+        ASSERT_EQ(keysOf(dictionary.get()), expected) << "step " << step;
+        for (size_t i = 0; i < kKeys; ++i) {
+            const auto place = placeOf(i);
+            const void* value = plain(1);
+            ASSERT_EQ(ZoDictionaryGetValueIfPresent(dictionary.get(), form[i], &value), place != model.end());
+            ASSERT_EQ(value, place != model.end() ? place->value : nullptr) << "step " << step << " key " << i;
+        }
+    }
+}
+
+TEST(Dictionary, agreesWithAListUnderRandomChanges)
+{
+    Values addresses(kKeys);
+    for (size_t i = 0; i < kKeys; ++i) addresses[i] = plain(i);
+    // Keys of few hashes lie behind one another in the index; what goes leaves none of the others unreachable.
+    const ZoDictionaryKeyCallBacks clustered = {
+        .hash = [](const void* value) { return reinterpret_cast<uintptr_t>(value) % 5; }};
+    compareWithModel(nullptr, {addresses, addresses});
+    compareWithModel(&clustered, {addresses, addresses});
+    const ObjectKeys objects;
+    compareWithModel(&kZoTypeDictionaryKeyCallBacks, objects.forms);
 }
 
 TEST(Dictionary, tellsAbsentFromNothing)
@@ -76,39 +137,28 @@ TEST(Dictionary, tellsAbsentFromNothing)
     EXPECT_TRUE(ZoDictionaryGetValueIfPresent(dictionary.get(), plain(1), &value));
     EXPECT_EQ(value, nullptr);
     EXPECT_EQ(ZoDictionaryGetValue(dictionary.get(), nullptr), plain(5));
-    value = plain(9);
-    EXPECT_FALSE(ZoDictionaryGetValueIfPresent(dictionary.get(), plain(2), &value));
-    EXPECT_EQ(value, nullptr);
     EXPECT_EQ(ZoDictionaryGetCountOfKey(dictionary.get(), plain(1)), 1);
     EXPECT_EQ(ZoDictionaryGetCountOfKey(dictionary.get(), plain(2)), 0);
     EXPECT_TRUE(ZoDictionaryContainsValue(dictionary.get(), nullptr));
     EXPECT_FALSE(ZoDictionaryContainsValue(dictionary.get(), plain(6)));
-}
-
-TEST(Dictionary, findsConstantAndMadeStringsAlike)
-{
-    auto dictionary = objectDictionary();
-    for (int i = 0; i < 50; ++i) ZoDictionarySetValue(dictionary.get(), text("key" + std::to_string(i)).get(), kZoNull);
-    EXPECT_TRUE(ZoDictionaryContainsKey(dictionary.get(), ZOSTR("key7")));
-    EXPECT_FALSE(ZoDictionaryContainsKey(dictionary.get(), ZOSTR("key50")));
-    ZoDictionarySetValue(dictionary.get(), ZOSTR("key7"), kZoBooleanTrue);
-    EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), 50);
-    EXPECT_EQ(ZoDictionaryGetValue(dictionary.get(), text("key7").get()), kZoBooleanTrue);
+    Values applied;
+    ZoDictionaryApplyFunction(
+        dictionary.get(), [](const void* key, const void*, void* out) { static_cast<Values*>(out)->push_back(key); },
+        &applied);
+    EXPECT_EQ(applied, (Values{nullptr, plain(1)}));
 }
 
 TEST(Dictionary, ownsWhatItHolds)
 {
-    auto key = text("a key that is made"), equalKey = text("a key that is made");
+    auto key = str("a key that is made"), equalKey = str("a key that is made");
     auto first = number(1000001), second = number(1000002);
     {
-        auto dictionary = objectDictionary();
-        ZoDictionarySetValue(dictionary.get(), key.get(), first.get());
-        ZoDictionarySetValue(dictionary.get(), equalKey.get(), second.get());
+        auto values = dictionary({{key.get(), first.get()}, {equalKey.get(), second.get()}});
         EXPECT_EQ(ZoGetRetainCount(key.get()), 2) << "the key that was first stays";
         EXPECT_EQ(ZoGetRetainCount(equalKey.get()), 1);
         EXPECT_EQ(ZoGetRetainCount(first.get()), 1);
-        auto copy = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
-        ZoDictionaryRemoveValue(dictionary.get(), key.get());
+        auto copy = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, values.get()));
+        ZoDictionaryRemoveValue(values.get(), key.get());
         EXPECT_EQ(ZoDictionaryGetCount(copy.get()), 1);
         ZoDictionaryRemoveAllValues(copy.get());
         EXPECT_EQ(ZoGetRetainCount(second.get()), 1);
@@ -120,14 +170,20 @@ TEST(Dictionary, ownsWhatItHolds)
 
 TEST(Dictionary, copiesStringKeysThatMayChange)
 {
-    auto dictionary = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoCopyStringDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    auto key = zoAdopt(ZoStringCreateMutable(nullptr, 0));
-    ZoStringAppend(key.get(), ZOSTR("name"));
-    ZoDictionarySetValue(dictionary.get(), key.get(), kZoNull);
-    ZoStringAppend(key.get(), ZOSTR(" of something else"));
-    EXPECT_TRUE(ZoDictionaryContainsKey(dictionary.get(), ZOSTR("name")));
-    EXPECT_FALSE(ZoDictionaryContainsKey(dictionary.get(), key.get()));
+    const auto key = zoAdopt(ZoStringCreateMutableCopy(nullptr, 0, ZOSTR("name")));
+    FailingAllocator allocator;
+    {
+        const auto dictionary = zoAdopt(ZoDictionaryCreateMutable(
+            allocator.get(), 0, &kZoCopyStringDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+        ZoDictionarySetValue(dictionary.get(), key.get(), kZoNull);
+        ZoStringAppend(key.get(), ZOSTR(" of something else"));
+        EXPECT_TRUE(ZoDictionaryContainsKey(dictionary.get(), ZOSTR("name")));
+        EXPECT_FALSE(ZoDictionaryContainsKey(dictionary.get(), key.get()));
+        allocator.failAt(1);
+        ZoDictionarySetValue(dictionary.get(), key.get(), kZoNull);
+        EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), 1) << "no memory for the copy";
+    }
+    EXPECT_EQ(allocator.liveBlocks(), 0);
 }
 
 TEST(Dictionary, callsTheCallbacksThatItWasGiven)
@@ -144,59 +200,26 @@ TEST(Dictionary, callsTheCallbacksThatItWasGiven)
         return reinterpret_cast<uintptr_t>(a) % 10 == reinterpret_cast<uintptr_t>(b) % 10;
     };
     keys.hash = [](const void* value) { return reinterpret_cast<uintptr_t>(value) % 10; };
-    auto dictionary = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, &keys, nullptr));
+    ZoDictionaryValueCallBacks values = {.retain = keys.retain, .release = keys.release, .equal = keys.equal};
+    auto dictionary = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, &keys, &values));
     const ZoDictionaryKeyCallBacks used = keys;
-    std::memset(&keys, 0xFF, sizeof keys);  // the record may go
+    std::memset(&keys, 0xFF, sizeof keys);  // the records may go
+    std::memset(&values, 0xFF, sizeof values);
     for (uintptr_t i = 1; i <= 100; ++i) ZoDictionaryAddValue(dictionary.get(), plain(i), plain(i));
     EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), 10);
-    EXPECT_EQ(balance, 10);
+    EXPECT_EQ(balance, 20);
     EXPECT_EQ(ZoDictionaryGetValue(dictionary.get(), plain(77)), plain(7));
     auto copy = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
+    ZoDictionarySetValue(copy.get(), plain(7), plain(17));
     EXPECT_TRUE(ZoEqual(copy.get(), dictionary.get()));
     dictionary.reset();
     EXPECT_EQ(ZoDictionaryGetValue(copy.get(), plain(42)), plain(2));
     copy.reset();
     EXPECT_EQ(balance, 0);
 
-    const void* values[] = {plain(1), plain(2), plain(11), plain(13)};
-    ZoRelease(ZoSetCreate(nullptr, values, 4, &used));
+    const void* members[] = {plain(1), plain(2), plain(11), plain(13)};
+    ZoRelease(ZoSetCreate(nullptr, members, 4, &used));
     EXPECT_EQ(balance, 0);
-}
-
-// Keys of few hashes lie behind one another in the index; what goes leaves none of the others unreachable.
-TEST(Dictionary, findsTheOthersWhenOneGoes)
-{
-    const ZoDictionaryKeyCallBacks clustered = {
-        .hash = [](const void* value) { return reinterpret_cast<uintptr_t>(value) % 5; }};
-    auto dictionary = zoAdopt(ZoDictionaryCreateMutable(nullptr, 0, &clustered, nullptr));
-    for (uintptr_t i = 0; i < 60; ++i) ZoDictionarySetValue(dictionary.get(), plain(i), plain(i));
-    for (uintptr_t gone = 0; gone < 60; ++gone) {
-        ZoDictionaryRemoveValue(dictionary.get(), plain(gone * 37 % 60));
-        for (uintptr_t i = 0; i < 60; ++i)
-            EXPECT_EQ(ZoDictionaryContainsKey(dictionary.get(), plain(i * 37 % 60)), i > gone) << gone << ' ' << i;
-    }
-    auto few = objectDictionary();
-    for (const void* key : {ZOSTR("a"), ZOSTR("b")}) ZoDictionarySetValue(few.get(), key, kZoNull);
-    const ZoStringRef first = static_cast<ZoStringRef>(keysOf(few.get())[0]);
-    ZoDictionaryRemoveValue(few.get(), first);
-    EXPECT_FALSE(ZoDictionaryContainsKey(few.get(), first));
-}
-
-TEST(Dictionary, isEqualInAnyOrder)
-{
-    auto a = objectDictionary(), b = objectDictionary();
-    for (int64_t i = 0; i < 40; ++i) {
-        ZoDictionarySetValue(a.get(), number(i * 1000).get(), number(i).get());
-        ZoDictionarySetValue(b.get(), number((39 - i) * 1000).get(), number(39 - i).get());
-    }
-    EXPECT_TRUE(ZoEqual(a.get(), b.get()));
-    EXPECT_EQ(ZoHash(a.get()), ZoHash(b.get()));
-    ZoDictionarySetValue(b.get(), number(5000).get(), number(6).get());
-    EXPECT_FALSE(ZoEqual(a.get(), b.get()));
-    ZoDictionaryRemoveValue(b.get(), number(5000).get());
-    EXPECT_FALSE(ZoEqual(a.get(), b.get()));
-    ZoDictionarySetValue(b.get(), number(5001).get(), number(5).get());
-    EXPECT_FALSE(ZoEqual(a.get(), b.get()));
 }
 
 // Release callbacks are foreign code; they find the dictionary in order.
@@ -204,7 +227,6 @@ TEST(Dictionary, isWholeWhileItReleases)
 {
     static ZoMutableDictionaryRef dictionary;
     static std::vector<ZoIndex> counts;
-    counts.clear();
     const ZoDictionaryValueCallBacks values = {.release = [](ZoAllocatorRef, const void* value) {
         counts.push_back(ZoDictionaryGetCount(dictionary));
         ZoDictionarySetValue(dictionary, plain(1000 + reinterpret_cast<uintptr_t>(value)), nullptr);
@@ -226,64 +248,26 @@ TEST(Dictionary, reusesTheRoomOfWhatWasRemoved)
     auto dictionary = zoAdopt(ZoDictionaryCreateMutable(allocator.get(), 0, nullptr, nullptr));
     for (uintptr_t i = 0; i < 20; ++i) ZoDictionarySetValue(dictionary.get(), plain(i), plain(i));
     const int64_t before = allocator.calls();
-    for (uintptr_t i = 20; i < 200000; ++i) {
+    for (uintptr_t i = 20; i < 20000; ++i) {
         ZoDictionarySetValue(dictionary.get(), plain(i), plain(i));
         ZoDictionaryRemoveValue(dictionary.get(), plain(i - 20));
     }
     EXPECT_LE(allocator.calls() - before, 2);
-    EXPECT_EQ(keysOf(dictionary.get()).front(), plain(199980));
-}
-
-TEST(Dictionary, staysAsItWasWhenMemoryFails)
-{
-    EXPECT_GE(luvia_test::sweepAllocationFailures([](FailingAllocator& allocator) {
-                  auto dictionary = objectDictionary(allocator.get());
-                  if (!dictionary) return;
-                  ZoIndex expected = 0;
-                  for (int64_t i = 0; i < 100; ++i) {
-                      auto key = number(i);
-                      ZoDictionarySetValue(dictionary.get(), key.get(), key.get());
-                      if (ZoDictionaryContainsKey(dictionary.get(), key.get())) ++expected;
-                      EXPECT_EQ(ZoDictionaryGetCount(dictionary.get()), expected);
-                  }
-                  EXPECT_GE(expected, allocator.hasFailed() ? 99 : 100);
-                  auto copy = zoAdopt(ZoDictionaryCreateCopy(allocator.get(), dictionary.get()));
-                  auto mutableCopy = zoAdopt(ZoDictionaryCreateMutableCopy(allocator.get(), 0, dictionary.get()));
-                  EXPECT_TRUE(!mutableCopy || ZoEqual(mutableCopy.get(), dictionary.get()));
-              }),
-              8);
-    EXPECT_GE(luvia_test::sweepAllocationFailures([](FailingAllocator& allocator) {  // keys are copied with it
-                  auto dictionary = zoAdopt(ZoDictionaryCreateMutable(
-                      allocator.get(), 0, &kZoCopyStringDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-                  if (dictionary) ZoDictionarySetValue(dictionary.get(), text("some key").get(), kZoNull);
-              }),
-              3);
-    EXPECT_GE(luvia_test::sweepAllocationFailures([](FailingAllocator& allocator) {
-                  const void* values[] = {kZoNull, kZoBooleanTrue, kZoNull};
-                  auto set = zoAdopt(ZoSetCreate(allocator.get(), values, 3, &kZoTypeSetCallBacks));
-                  auto dictionary = zoAdopt(ZoDictionaryCreate(allocator.get(), values, values, 3, nullptr, nullptr));
-                  EXPECT_TRUE(!dictionary || ZoDictionaryGetCount(dictionary.get()) == 2) << "the first of equal keys";
-              }),
-              4);
 }
 
 // The first of equal keys stands, with its value, and so does its place.
 TEST(Dictionary, isMadeOfPairsInOnePass)
 {
-    std::vector<ZoRef<ZoStringRef>> keys;
-    Values asKeys, asValues;
-    for (int i = 0; i < 19; ++i) keys.push_back(text("key " + std::to_string(i % 17)));
-    for (size_t i = 0; i < keys.size(); ++i) {
-        asKeys.push_back(keys[i].get());
-        asValues.push_back(plain(i + 1));
+    const void *keys[19], *values[19];
+    std::vector<ZoRef<ZoStringRef>> texts;
+    for (size_t i = 0; i < 19; ++i) {
+        texts.push_back(str("key " + std::to_string(i % 17)));
+        keys[i] = texts.back().get();
+        values[i] = plain(i + 1);
     }
-    const auto made = zoAdopt(
-        ZoDictionaryCreate(nullptr, asKeys.data(), asValues.data(), 19, &kZoTypeDictionaryKeyCallBacks, nullptr));
-    asKeys.resize(17);
-    EXPECT_EQ(keysOf(made.get()), asKeys);
-    for (size_t i = 0; i < 17; ++i)
-        EXPECT_EQ(ZoDictionaryGetValue(made.get(), text("key " + std::to_string(i)).get()), plain(i + 1));
-    EXPECT_FALSE(ZoDictionaryContainsKey(made.get(), ZOSTR("key 17")));
+    const auto made = zoAdopt(ZoDictionaryCreate(nullptr, keys, values, 19, &kZoTypeDictionaryKeyCallBacks, nullptr));
+    EXPECT_EQ(keysOf(made.get()), Values(keys, keys + 17));
+    EXPECT_EQ(ZoDictionaryGetValue(made.get(), ZOSTR("key 1")), plain(2));
 }
 
 // Keys chosen against an unkeyed hash (their ends made a factor of it 0) spread like any others, and what a key hashes
@@ -333,22 +317,6 @@ TEST(Set, holdsDistinctValuesInOrder)
     a.reset();
     b.reset();
     EXPECT_EQ(ZoGetRetainCount(one.get()), 1);
-}
-
-TEST(Dictionary, misuseIsReportedOrDefined)
-{
-    auto dictionary = objectDictionary();
-    const auto notDictionary = reinterpret_cast<ZoDictionaryRef>(kZoNull);
-    EXPECT_MISUSE(EXPECT_EQ(ZoDictionaryGetCount(notDictionary), 0), "not a dictionary");
-    EXPECT_MISUSE(EXPECT_EQ(ZoDictionaryGetValue(nullptr, kZoNull), nullptr), "not a dictionary");
-    EXPECT_MISUSE(ZoDictionarySetValue(dictionary.get(), nullptr, kZoNull), "absent object");
-    auto fixed = zoAdopt(ZoDictionaryCreateCopy(nullptr, dictionary.get()));
-    const ZoIndex count = ZoDictionaryGetCount(fixed.get());
-    const auto notMutable = const_cast<ZoMutableDictionaryRef>(fixed.get());
-    EXPECT_MISUSE(ZoDictionarySetValue(notMutable, kZoNull, kZoNull), "not mutable");
-    EXPECT_MISUSE(ZoDictionaryRemoveAllValues(notMutable), "not mutable");
-    EXPECT_EQ(ZoDictionaryGetCount(fixed.get()), count);
-    EXPECT_MISUSE(EXPECT_EQ(ZoSetGetCount(reinterpret_cast<ZoSetRef>(kZoNull)), 0), "not a set");
 }
 
 }  // namespace

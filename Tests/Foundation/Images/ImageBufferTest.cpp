@@ -2,10 +2,8 @@
 
 #include "Foundation/Images/YxImageBuffer.h"
 
-#include <thread>
-#include <vector>
-
 #include "Tests/Support/Objects.h"
+#include "Tests/Support/Together.h"
 
 using namespace luvia_test;
 
@@ -57,25 +55,13 @@ TEST(BufferAttachments, haveOneModeEach)
 TEST(BufferAttachments, areSharedByThreads)
 {
     const auto buffer = zoAdopt(YxPixelBufferCreate(nullptr, 1, 1, 0, 4));
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&buffer, thread] {
-            for (int i = 0; i < 500; ++i) {
-                YxBufferSetAttachment(buffer.get(), ZOSTR("k"), number(i).get(),
-                                      static_cast<YxAttachmentMode>(thread & 1));
-                const auto value = zoAdopt<ZoTypeRef>(YxBufferCopyAttachment(buffer.get(), ZOSTR("k"), nullptr));
-                EXPECT_TRUE(!value || ZoGetTypeID(value.get()) == ZoNumberGetTypeID());
-                zoAdopt(YxBufferCopyAttachments(buffer.get(), 1)).reset();
-                if (i % 50 == 0) YxBufferRemoveAllAttachments(buffer.get());
-            }
-        });
-    for (auto& thread : threads) thread.join();
-}
-
-// A pixel buffer's attachments are a format description's extensions under the same keys.
-TEST(ImageBufferKeys, haveTheTextsThatFormatDescriptionsUse)
-{
-    EXPECT_TRUE(ZoEqual(kYxImageBufferCleanApertureKey, ZOSTR("YxCleanAperture")));
-    EXPECT_TRUE(ZoEqual(kYxImageBufferColorPrimariesKey, ZOSTR("YxImageBufferColorPrimaries")));
-    EXPECT_TRUE(ZoEqual(kYxImageBufferChromaLocation_DV420, ZOSTR("DV 4:2:0")));
+    runTogether(4, [&buffer](size_t thread) {
+        for (int i = 0; i < 500; ++i) {
+            YxBufferSetAttachment(buffer.get(), ZOSTR("k"), number(i).get(), static_cast<YxAttachmentMode>(thread & 1));
+            const auto value = zoAdopt<ZoTypeRef>(YxBufferCopyAttachment(buffer.get(), ZOSTR("k"), nullptr));
+            EXPECT_TRUE(!value || ZoGetTypeID(value.get()) == ZoNumberGetTypeID());
+            zoAdopt(YxBufferCopyAttachments(buffer.get(), 1)).reset();
+            if (i % 50 == 0) YxBufferRemoveAllAttachments(buffer.get());
+        }
+    });
 }

@@ -1,32 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "Foundation/Collections/ZoArray.h"
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Collections/ZoSet.h"
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoData.h"
 #include "Foundation/Values/ZoError.h"
-#include "Foundation/Values/ZoNumber.h"
+#include "Tests/Support/Objects.h"
+
+using namespace luvia_test;
 
 namespace {
 
-std::string describe(ZoTypeRef object)
-{
-    const auto text = zoAdopt(ZoCopyDescription(object));
-    std::string out(static_cast<size_t>(ZoStringGetLength(text.get())) * 4 + 1, '\0');
-    EXPECT_TRUE(ZoStringGetCString(text.get(), out.data(), static_cast<ZoIndex>(out.size()), kZoStringEncodingUTF8));
-    return out.c_str();
-}
-
-template <typename T>
-ZoRef<ZoTypeRef> number(ZoNumberType type, T value)
-{
-    return zoAdopt<ZoTypeRef>(ZoNumberCreate(nullptr, type, &value));
-}
+std::string describe(ZoTypeRef object) { return textOf(ZoCopyDescription(object)); }
 
 TEST(Description, isTheSameForEqualContents)
 {
@@ -37,6 +20,7 @@ TEST(Description, isTheSameForEqualContents)
     auto inner = zoAdopt<ZoTypeRef>(ZoArrayCreate(nullptr, values, 2, &kZoTypeArrayCallBacks));
     const void* nested[] = {inner.get(), inner.get()};
     const void* pointers[] = {bytes};
+    const ZoSInt128 least = {INT64_MIN, 0};
     const ZoAllocatorContext context = {.copyDescription = [](const void*) { return ZOSTR("a pool"); }};
     const struct {
         ZoRef<ZoTypeRef> object;
@@ -47,10 +31,11 @@ TEST(Description, isTheSameForEqualContents)
         {ZoRef<ZoTypeRef>::retain(kZoBooleanTrue), "true"},
         {ZoRef<ZoTypeRef>::retain(kZoAllocatorDefault), "<ZoAllocator>"},
         {zoAdopt<ZoTypeRef>(ZoAllocatorCreate(nullptr, &context)), "a pool"},
-        {number(kZoNumberSInt64Type, INT64_MIN), "-9223372036854775808"},
-        {number(kZoNumberSInt128Type, ZoSInt128{INT64_MIN, 0}), "-170141183460469231731687303715884105728"},
-        {number(kZoNumberDoubleType, 0.1), "0.1"},
-        {number(kZoNumberDoubleType, 1e300), "1e+300"},
+        {zoAdopt<ZoTypeRef>(number(INT64_MIN).release()), "-9223372036854775808"},
+        {zoAdopt<ZoTypeRef>(ZoNumberCreate(nullptr, kZoNumberSInt128Type, &least)),
+         "-170141183460469231731687303715884105728"},
+        {zoAdopt<ZoTypeRef>(real(0.1).release()), "0.1"},
+        {zoAdopt<ZoTypeRef>(real(1e300).release()), "1e+300"},
         {zoAdopt<ZoTypeRef>(ZoDataCreate(nullptr, bytes, 0)), "<0 bytes>"},
         {zoAdopt<ZoTypeRef>(ZoDataCreate(nullptr, bytes, 1)), "<1 byte: 0a>"},
         {zoAdopt<ZoTypeRef>(ZoDataCreate(nullptr, bytes, 100)), "<100 bytes: 0aff" + std::string(124, '0') + "...>"},

@@ -2,15 +2,13 @@
 
 #include <atomic>
 #include <barrier>
-#include <functional>
 #include <mutex>
 #include <thread>
-#include <vector>
 
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoObject.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
+#include "Tests/Support/Together.h"
+
+using luvia_test::runTogether;
 
 namespace {
 
@@ -22,17 +20,6 @@ ZoTypeRef createCounted()
 {
     static const ZoTypeID typeID = _ZoRuntimeRegisterClass(&kCountedClass);
     return _ZoRuntimeCreateInstance(nullptr, typeID, 32, nullptr);
-}
-
-void runTogether(size_t threads, const std::function<void(size_t)>& work)
-{
-    std::barrier start(static_cast<std::ptrdiff_t>(threads));
-    std::vector<std::jthread> running;
-    for (size_t i = 0; i < threads; ++i)
-        running.emplace_back([&, i] {
-            start.arrive_and_wait();
-            work(i);
-        });
 }
 
 TEST(ObjectThreads, countsAreNotLost)
@@ -107,24 +94,6 @@ TEST(ObjectThreads, classesAreRegisteredWhileOthersAreLookedUp)
             const ZoTypeID typeID = _ZoRuntimeRegisterClass(&classes[thread]);
             EXPECT_EQ(_ZoRuntimeGetClassWithTypeID(typeID), &classes[thread]);
             ZoRelease(_ZoRuntimeCreateInstance(nullptr, typeID, 8, nullptr));
-        }
-    });
-}
-
-TEST(ObjectThreads, immutableCollectionsAreReadTogether)
-{
-    auto building = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    std::vector<ZoRef<ZoStringRef>> keys;
-    for (int i = 0; i < 100; ++i) {
-        keys.push_back(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("key %d"), i)));
-        ZoDictionarySetValue(building.get(), keys.back().get(), keys.back().get());
-    }
-    auto dictionary = zoAdopt(ZoDictionaryCreateCopy(nullptr, building.get()));
-    runTogether(4, [&](size_t) {
-        for (int i = 0; i < 100; ++i) {
-            for (const auto& key : keys) ASSERT_EQ(ZoDictionaryGetValue(dictionary.get(), key.get()), key.get());
-            ZoRelease(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
         }
     });
 }

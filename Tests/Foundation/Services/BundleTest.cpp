@@ -9,6 +9,12 @@
 
 using namespace luvia_test;
 
+static std::string pathOf(ZoURLRef owned)
+{
+    const auto url = zoAdopt(owned);
+    return url ? textOf(ZoURLCopyFileSystemPath(url.get(), 0)) : "(none)";
+}
+
 TEST(Bundle, findsResourcesBelowItsRootAndNotOutside)
 {
     const TemporaryFolder folder;
@@ -26,18 +32,15 @@ TEST(Bundle, findsResourcesBelowItsRootAndNotOutside)
     ASSERT_TRUE(bundle);
     EXPECT_EQ(ZoBundleGetBundleWithIdentifier(ZOSTR("com.example.bundle")), bundle);
 
-    const auto pathOf = [](ZoURLRef owned) {
-        const auto url = zoAdopt(owned);
-        return url ? textOf(ZoURLCopyFileSystemPath(url.get(), 0)) : "(none)";
+    const auto pathOfResource = [bundle](ZoStringRef name, ZoStringRef type, ZoStringRef place) {
+        return pathOf(ZoBundleCopyResourceURL(bundle, name, type, place));
     };
     EXPECT_EQ(pathOf(ZoBundleCopyResourcesDirectoryURL(bundle)), resources.string());
-    EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, ZOSTR("list"), ZOSTR("plist"), nullptr)),
-              (resources / "list.plist").string());
-    EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, ZOSTR("plain"), nullptr, ZOSTR("sub dir"))),
-              (resources / "sub dir/plain").string());
-    EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, ZOSTR("list"), nullptr, nullptr)), "(none)");
-    EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, ZOSTR("../../secret"), nullptr, nullptr)), "(none)");
-    EXPECT_EQ(pathOf(ZoBundleCopyResourceURL(bundle, nullptr, ZOSTR("plist"), nullptr)), "(none)");
+    EXPECT_EQ(pathOfResource(ZOSTR("list"), ZOSTR("plist"), nullptr), (resources / "list.plist").string());
+    EXPECT_EQ(pathOfResource(ZOSTR("plain"), nullptr, ZOSTR("sub dir")), (resources / "sub dir/plain").string());
+    EXPECT_EQ(pathOfResource(ZOSTR("list"), nullptr, nullptr), "(none)");
+    EXPECT_EQ(pathOfResource(ZOSTR("../../secret"), nullptr, nullptr), "(none)");
+    EXPECT_EQ(pathOfResource(nullptr, ZOSTR("plist"), nullptr), "(none)");
     unsetenv("LUVIA_RESOURCES_DIR");
 }
 
@@ -57,11 +60,8 @@ TEST(Bundle, isLookedForInEachRootInTurn)
     const auto rootOf = [](const char* name) {
         const ZoBundleRef bundle = ZoBundleGetBundleWithIdentifier(str(name).get());
         if (!bundle) return std::string("(none)");
-        const auto url = zoAdopt(ZoBundleCopyResourcesDirectoryURL(bundle));
-        return std::filesystem::path(textOf(ZoURLCopyFileSystemPath(url.get(), 0)))
-            .parent_path()
-            .parent_path()
-            .string();
+        const std::filesystem::path resources = pathOf(ZoBundleCopyResourcesDirectoryURL(bundle));
+        return resources.parent_path().parent_path().string();
     };
     EXPECT_EQ(rootOf("com.example.both"), (folder / "one").string());
     EXPECT_EQ(rootOf("com.example.second"), (folder / "two").string());

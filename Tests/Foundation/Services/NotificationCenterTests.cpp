@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Services/ZoNotificationCenter.h"
 #include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoNumber.h"
-#include "Tests/Support/Misuse.h"
 
 namespace {
 
@@ -68,23 +65,18 @@ TEST(NotificationCenter, callsWhoObservesTheNameAndTheObject)
 
 TEST(NotificationCenter, handsOnWhatWasPosted)
 {
-    static ZoStringRef seenName;
-    static const void* seenObject;
-    static ZoDictionaryRef seenInfo;
+    static const auto kObserver = reinterpret_cast<void*>(0x1234);  // a key, not a pointer
+    static int calls = 0;
+    static const auto kInfo = zoAdopt(ZoDictionaryCreate(nullptr, nullptr, nullptr, 0, nullptr, nullptr));
     const auto callback = [](ZoNotificationCenterRef center, void* observer, ZoStringRef name, const void* object,
                              ZoDictionaryRef info) {
-        EXPECT_EQ(center, kCenter);
-        EXPECT_EQ(observer, reinterpret_cast<void*>(0x1234));  // a key, not a pointer
-        seenName = name, seenObject = object, seenInfo = info;
+        calls += center == kCenter && observer == kObserver && ZoEqual(name, ZOSTR("event")) && object == &kObjectA &&
+                 info == kInfo.get();
     };
-    const auto observer = reinterpret_cast<const void*>(0x1234);
-    ZoNotificationCenterAddObserver(kCenter, observer, callback, ZOSTR("event"), nullptr, 0);
-    auto info = zoAdopt(ZoDictionaryCreate(nullptr, nullptr, nullptr, 0, nullptr, nullptr));
-    ZoNotificationCenterPostNotification(kCenter, ZOSTR("event"), &kObjectA, info.get(), false);
-    EXPECT_TRUE(ZoEqual(seenName, ZOSTR("event")));
-    EXPECT_EQ(seenObject, &kObjectA);
-    EXPECT_EQ(seenInfo, info.get());
-    ZoNotificationCenterRemoveObserver(kCenter, observer, nullptr, nullptr);
+    ZoNotificationCenterAddObserver(kCenter, kObserver, callback, ZOSTR("event"), nullptr, 0);
+    ZoNotificationCenterPostNotification(kCenter, ZOSTR("event"), &kObjectA, kInfo.get(), false);
+    EXPECT_EQ(calls, 1);
+    ZoNotificationCenterRemoveObserver(kCenter, kObserver, nullptr, nullptr);
 }
 
 TEST(NotificationCenter, removesWhatMatches)
@@ -135,7 +127,6 @@ TEST(NotificationCenter, mayBeChangedByItsCallbacks)
     EXPECT_EQ(log, "133");
     removeAll(late);
     removeAll(late);
-    EXPECT_MISUSE(post(nullptr, nullptr), "absent name");
 }
 
 }  // namespace

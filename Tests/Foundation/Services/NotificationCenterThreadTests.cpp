@@ -10,12 +10,9 @@
 
 namespace {
 
-std::atomic<int> gCalls;
-
 void countCall(ZoNotificationCenterRef, void* observer, ZoStringRef, const void*, ZoDictionaryRef)
 {
-    ++gCalls;
-    if (observer) ++*static_cast<std::atomic<int>*>(observer);
+    ++*static_cast<std::atomic<int>*>(observer);
 }
 
 // Posts run while observers come and go; who was there all the time gets every post.
@@ -49,9 +46,6 @@ TEST(NotificationCenterThreads, postsWhileObserversComeAndGo)
     }
     EXPECT_EQ(steady, kPosts * kPosters);
     ZoNotificationCenterRemoveObserver(center, &steady, nullptr, nullptr);
-    const int before = gCalls;
-    ZoNotificationCenterPostNotification(center, ZOSTR("load"), &passing[0], nullptr, true);
-    EXPECT_EQ(gCalls, before) << "all are gone";
 }
 
 }  // namespace

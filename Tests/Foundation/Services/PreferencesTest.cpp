@@ -7,13 +7,11 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include <climits>
 #include <csignal>
-#include <optional>
 #include <random>
+#include <regex>
 #include <vector>
 
-#include "Foundation/Collections/ZoArray.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
 #include "Foundation/Services/ZoPreferencesStorePrivate.h"
 #include "Tests/Support/Objects.h"
@@ -37,8 +35,7 @@ protected:
 
     static void set(std::string_view key, ZoTypeRef value)
     {
-        const auto pairs = dictionary();
-        ZoDictionarySetValue(pairs.get(), str(key).get(), value);
+        const auto pairs = dictionary({{str(key).get(), value}});
         ZoPreferencesSetMultiple(pairs.get(), nullptr, str(kDomain).get(), kZoPreferencesCurrentUser,
                                  kZoPreferencesAnyHost);
     }
@@ -66,31 +63,36 @@ protected:
 
 TEST_F(Preferences, convertTheirValues)
 {
-    store(
-        "<key>true</key><true/><key>one</key><integer>1</integer><key>minus</key><integer>-7</integer><key>real</"
-        "key><real>2.5</real>"
-        "<key>YES</key><string>YES</string><key>no</key><string>no</string><key>text</key><string>12x</string>"
-        "<key>digits</key><string>-42</string><key>huge</key><integer>18446744073709551615</integer><key>list</"
-        "key><array/>");
-    struct Row {
-        const char* key;
+    static constexpr struct {
+        const char* value;
         int boolean;  // -1: not one
         ZoIndex integer;
         bool isInteger;
+    } kTable[] = {
+        {"<true/>", 1, 1, true},
+        {"<integer>1</integer>", 1, 1, true},
+        {"<integer>-7</integer>", 1, -7, true},
+        {"<real>2.5</real>", 1, 0, false},
+        {"<string>YES</string>", 1, 0, false},
+        {"<string>no</string>", 0, 0, false},
+        {"<string>12x</string>", -1, 0, false},
+        {"<string>-42</string>", -1, -42, true},
+        {"<integer>18446744073709551615</integer>", 1, 0, false},
+        {"<array/>", -1, 0, false},
+        {nullptr, -1, 0, false},
     };
-    static constexpr Row kTable[] = {
-        {"true", 1, 1, true},  {"one", 1, 1, true},    {"minus", 1, -7, true},   {"real", 1, 0, false},
-        {"YES", 1, 0, false},  {"no", 0, 0, false},    {"text", -1, 0, false},   {"digits", -1, -42, true},
-        {"huge", 1, 0, false}, {"list", -1, 0, false}, {"absent", -1, 0, false},
-    };
-    for (const Row& row : kTable) {
+    std::string pairs;
+    for (const auto& row : kTable)
+        if (row.value) pairs += "<key>" + std::to_string(&row - kTable) + "</key>" + row.value;
+    store(pairs);
+    for (const auto& row : kTable) {
+        SCOPED_TRACE(row.value ? row.value : "absent");
+        const auto key = str(std::to_string(&row - kTable)), domain = str(kDomain);
         Boolean isValid = 2;
-        EXPECT_EQ(ZoPreferencesGetAppBooleanValue(str(row.key).get(), str(kDomain).get(), &isValid), row.boolean == 1)
-            << row.key;
-        EXPECT_EQ(isValid, row.boolean >= 0) << row.key;
-        EXPECT_EQ(ZoPreferencesGetAppIntegerValue(str(row.key).get(), str(kDomain).get(), &isValid), row.integer)
-            << row.key;
-        EXPECT_EQ(isValid, row.isInteger) << row.key;
+        EXPECT_EQ(ZoPreferencesGetAppBooleanValue(key.get(), domain.get(), &isValid), row.boolean == 1);
+        EXPECT_EQ(isValid, row.boolean >= 0);
+        EXPECT_EQ(ZoPreferencesGetAppIntegerValue(key.get(), domain.get(), &isValid), row.integer);
+        EXPECT_EQ(isValid, row.isInteger);
     }
     EXPECT_FALSE(ZoPreferencesGetAppBooleanValue(ZOSTR("x"), ZOSTR("../escape"), nullptr));
 }
@@ -101,8 +103,7 @@ TEST_F(Preferences, areSeenHereAtOnceAndElsewhereAfterSynchronizing)
     set("new", number(5).get());
     EXPECT_TRUE(has("new", number(5).get()));
     EXPECT_EQ(contentsOf(file()).find("new"), std::string::npos);
-    const void* key = ZOSTR("gone");
-    const auto keys = zoAdopt(ZoArrayCreate(nullptr, &key, 1, &kZoTypeArrayCallBacks));
+    const auto keys = array({ZOSTR("gone")});
     ZoPreferencesSetMultiple(nullptr, keys.get(), str(kDomain).get(), kZoPreferencesCurrentUser, kZoPreferencesAnyHost);
     EXPECT_FALSE(get("gone"));
 
@@ -125,8 +126,7 @@ TEST_F(Preferences, areSeenHereAtOnceAndElsewhereAfterSynchronizing)
 
 TEST_F(Preferences, otherUsersAndUnstorableValuesChangeNothing)
 {
-    const auto pairs = dictionary();
-    ZoDictionarySetValue(pairs.get(), ZOSTR("k"), kZoBooleanTrue);
+    const auto pairs = dictionary({{ZOSTR("k"), kZoBooleanTrue}});
     ZoPreferencesSetMultiple(pairs.get(), nullptr, str(kDomain).get(), ZOSTR("somebody"), kZoPreferencesAnyHost);
     EXPECT_FALSE(get("k"));
     testing::internal::CaptureStderr();
@@ -141,26 +141,30 @@ TEST_F(Preferences, otherUsersAndUnstorableValuesChangeNothing)
 
 TEST_F(Preferences, aCorruptFileIsReportedOnceAndKept)
 {
-    for (const std::string garbage : {"no property list", "<plist><array/></plist>"}) {
-        writeFile(file(), garbage);
+    const struct {
+        std::string garbage, backup;
+        bool isReadFirst;
+    } rows[] = {{"no property list", "com.example.test.plist.corrupt", true},
+                {"<plist><array/></plist>", "com.example.test.plist.corrupt.1", true},
+                {"set without a read", "com.example.test.plist.corrupt.2", false}};
+    for (const auto& row : rows) {
+        writeFile(file(), row.garbage);
         testing::internal::CaptureStderr();
-        synchronize();
-        EXPECT_FALSE(get("k"));
+        if (row.isReadFirst) {
+            synchronize();
+            EXPECT_FALSE(get("k"));
+            EXPECT_TRUE(synchronize());
+            EXPECT_EQ(contentsOf(file()), row.garbage);  // reading alone changes nothing
+        }
+        set("k", kZoBooleanTrue);
         EXPECT_TRUE(synchronize());
         const std::string report = testing::internal::GetCapturedStderr();
-        const size_t first = report.find("not a property list");
-        EXPECT_NE(first, std::string::npos);
-        EXPECT_EQ(report.find("not a property list", first + 1), std::string::npos);
-        EXPECT_EQ(contentsOf(file()), garbage);  // reading alone changes nothing
-
-        set("k", kZoBooleanTrue);
-        testing::internal::CaptureStderr();
-        EXPECT_TRUE(synchronize());
-        EXPECT_NE(testing::internal::GetCapturedStderr().find("kept as"), std::string::npos);
+        const std::regex kReports("not a property list");
+        EXPECT_EQ(std::distance(std::sregex_iterator(report.begin(), report.end(), kReports), {}), 1 + row.isReadFirst)
+            << report;
+        EXPECT_NE(report.find("kept as"), std::string::npos);
         EXPECT_NE(contentsOf(file()).find("<key>k</key>"), std::string::npos);
-        const char* backup =
-            garbage.front() == 'n' ? "com.example.test.plist.corrupt" : "com.example.test.plist.corrupt.1";
-        EXPECT_EQ(contentsOf(folder_ / backup), garbage);
+        EXPECT_EQ(contentsOf(folder_ / row.backup), row.garbage);
     }
 }
 
@@ -178,12 +182,6 @@ TEST_F(Preferences, aFolderThatCannotBeWrittenLosesNothing)
     std::filesystem::remove(blocked);
     EXPECT_TRUE(synchronize());
     EXPECT_NE(contentsOf(blocked / "com.example.test.plist").find("<key>k</key>"), std::string::npos);
-
-    setenv("LUVIA_PREFERENCES_DIR", "/proc/self/none", 1);  // a folder that is read-only even for root
-    testing::internal::CaptureStderr();
-    set("k", kZoBooleanTrue);
-    EXPECT_FALSE(synchronize());
-    testing::internal::GetCapturedStderr();
 }
 
 TEST_F(Preferences, aSymbolicLinkStaysOne)
@@ -196,20 +194,6 @@ TEST_F(Preferences, aSymbolicLinkStaysOne)
     EXPECT_TRUE(synchronize());
     EXPECT_TRUE(std::filesystem::is_symlink(file()));
     EXPECT_NE(contentsOf(target).find("<key>k</key>"), std::string::npos);
-}
-
-TEST_F(Preferences, aCorruptFileIsReportedWhenItIsSetWithoutARead)
-{
-    const auto folder = folder_ / "unread";
-    std::filesystem::create_directory(folder);
-    setenv("LUVIA_PREFERENCES_DIR", folder.c_str(), 1);
-    writeFile(folder / "com.example.test.plist", "no property list");
-    testing::internal::CaptureStderr();
-    set("k", kZoBooleanTrue);
-    EXPECT_TRUE(synchronize());
-    const std::string report = testing::internal::GetCapturedStderr();
-    EXPECT_NE(report.find("not a property list"), std::string::npos);
-    EXPECT_NE(report.find("com.example.test.plist.corrupt"), std::string::npos);
 }
 
 // Whenever a writer dies, what was there or what was to be there is; and it leaves no more than one file, which the
@@ -242,52 +226,28 @@ TEST_F(Preferences, survivesWritersThatAreKilled)
 TEST_F(Preferences, concurrentWritersAllWin)
 {
     constexpr int kWriters = 6, kKeys = 15;
+    const auto name = [](int writer, int key) { return std::to_string(writer) + " " + std::to_string(key); };
     pid_t children[kWriters];
     for (int writer = 0; writer < kWriters; ++writer) {
         children[writer] = fork();
         if (children[writer] != 0) continue;
         bool ok = true;
         for (int key = 0; key < kKeys; ++key) {
-            set("writer " + std::to_string(writer) + " key " + std::to_string(key), number(key).get());
+            set(name(writer, key), number(key).get());
             ok &= synchronize();
         }
         _exit(ok ? 0 : 1);
     }
-    for (const pid_t child : children) {
+    for (int writer = 0; writer < kWriters; ++writer) {
         int status = 1;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(waitpid(children[writer], &status, 0), children[writer]);
         EXPECT_EQ(status, 0);
     }
-    for (int writer = 0; writer < kWriters; ++writer)
-        for (int key = 0; key < kKeys; ++key)
-            EXPECT_TRUE(has("writer " + std::to_string(writer) + " key " + std::to_string(key), number(key).get()));
+    for (int i = 0; i < kWriters * kKeys; ++i) EXPECT_TRUE(has(name(i / kKeys, i % kKeys), number(i % kKeys).get()));
     EXPECT_EQ(entriesIn(folder_.path()), 2);
 }
 
 }  // namespace
-
-// Sets variables of the environment, or unsets those that are null, and puts them back.
-class Environment {
-public:
-    Environment(std::initializer_list<std::pair<const char*, const char*>> variables)
-    {
-        for (const auto& [name, value] : variables) {
-            const char* old = getenv(name);
-            before_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
-            put(name, value);
-        }
-    }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-    ~Environment()
-    {
-        for (const auto& [name, value] : before_) put(name.c_str(), value ? value->c_str() : nullptr);
-    }
-
-private:
-    static void put(const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); }
-    std::vector<std::pair<std::string, std::optional<std::string>>> before_;
-};
 
 TEST(PreferencesPlace, isThatOfTheFirstVariableThatNamesOne)
 {
@@ -300,12 +260,17 @@ TEST(PreferencesPlace, isThatOfTheFirstVariableThatNamesOne)
         {nullptr, "config", "/home/a", "/home/a/.config/d.plist"},  // would move with the working directory
         {nullptr, "", "/home/a", "/home/a/.config/d.plist"},       {nullptr, nullptr, nullptr, ""},
     };
+    const auto put = [](const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); };
+    const std::string home = getenv("HOME") ? getenv("HOME") : "";
     for (const Row& row : kRows) {
-        const Environment environment{
-            {"LUVIA_PREFERENCES_DIR", row.moved}, {"XDG_CONFIG_HOME", row.config}, {"HOME", row.home}};
+        put("LUVIA_PREFERENCES_DIR", row.moved);
+        put("XDG_CONFIG_HOME", row.config);
+        put("HOME", row.home);
         EXPECT_EQ(zoprefs::pathOfDomain("d"), row.path);
     }
-    const Environment environment{{"LUVIA_PREFERENCES_DIR", "/moved"}};
+    put("HOME", home.c_str());
+    put("LUVIA_PREFERENCES_DIR", "/moved");
     for (const std::string& domain : {std::string("a/b"), std::string("a\0b", 3), std::string(), std::string(201, 'a')})
         EXPECT_EQ(zoprefs::pathOfDomain(memory::String(domain)), "") << domain;
+    put("LUVIA_PREFERENCES_DIR", nullptr);
 }

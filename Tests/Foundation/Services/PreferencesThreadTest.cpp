@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include "Foundation/Services/ZoPreferences.h"
 #include "Tests/Support/Objects.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/Together.h"
 
 using namespace luvia_test;
 
@@ -15,20 +13,16 @@ TEST(PreferencesThreads, settersReadersAndWritersOfOneDomain)
     setenv("LUVIA_PREFERENCES_DIR", folder.path().c_str(), 1);
     constexpr int kThreads = 4, kKeys = 10;
     const auto name = [](int thread, int key) { return "t" + std::to_string(thread) + "k" + std::to_string(key); };
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread)
-        threads.emplace_back([thread, name] {
-            for (int key = 0; key < kKeys; ++key) {
-                const auto pairs = dictionary();
-                ZoDictionarySetValue(pairs.get(), str(name(thread, key)).get(), number(key).get());
-                ZoPreferencesSetMultiple(pairs.get(), nullptr, ZOSTR("com.example.threads"), nullptr, nullptr);
-                EXPECT_EQ(ZoPreferencesGetAppIntegerValue(str(name(thread, key)).get(), ZOSTR("com.example.threads"),
-                                                          nullptr),
-                          key);
-                EXPECT_TRUE(ZoPreferencesSynchronize(ZOSTR("com.example.threads"), nullptr, nullptr));
-            }
-        });
-    for (auto& thread : threads) thread.join();
+    runTogether(kThreads, [name](size_t thread) {
+        const ZoStringRef domain = ZOSTR("com.example.threads");
+        for (int key = 0; key < kKeys; ++key) {
+            const auto text = str(name(static_cast<int>(thread), key));
+            ZoPreferencesSetMultiple(dictionary({{text.get(), number(key).get()}}).get(), nullptr, domain, nullptr,
+                                     nullptr);
+            EXPECT_EQ(ZoPreferencesGetAppIntegerValue(text.get(), domain, nullptr), key);
+            EXPECT_TRUE(ZoPreferencesSynchronize(domain, nullptr, nullptr));
+        }
+    });
     const std::string bytes = contentsOf(folder / "com.example.threads.plist");
     for (int thread = 0; thread < kThreads; ++thread)
         for (int key = 0; key < kKeys; ++key)

@@ -12,20 +12,20 @@
 #include "Foundation/Dates/ZoDate.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
-#include "gtest/gtest.h"
 
 namespace {
 
 using Action = std::function<void(ZoRunLoopTimerRef)>;
 using Timer = ZoRef<ZoRunLoopTimerRef>;
 
-/// A timer that runs `action`, `seconds` from now.
-Timer timer(double seconds, Action& action, double interval = 0, ZoIndex order = 0)
+constexpr double kNever = 1e13;
+
+/// A timer that runs `action`, first at a date: 0 is long ago.
+Timer timer(double date, Action& action, double interval = 0, ZoIndex order = 0)
 {
     const ZoRunLoopTimerContext context = {0, &action, nullptr, nullptr, nullptr};
     const auto callout = [](ZoRunLoopTimerRef self, void* info) { (*static_cast<Action*>(info))(self); };
-    return zoAdopt(
-        ZoRunLoopTimerCreate(nullptr, ZoAbsoluteTimeGetCurrent() + seconds, interval, 0, order, callout, &context));
+    return zoAdopt(ZoRunLoopTimerCreate(nullptr, date, interval, 0, order, callout, &context));
 }
 
 void add(const Timer& t, ZoStringRef mode = kZoRunLoopDefaultMode)
@@ -35,96 +35,70 @@ void add(const Timer& t, ZoStringRef mode = kZoRunLoopDefaultMode)
 
 ZoRunLoopRunResult pass(ZoStringRef mode = kZoRunLoopDefaultMode) { return ZoRunLoopRunInMode(mode, 0, false); }
 
-// Each test has a thread, and so a loop, of its own.
-void onThread(const std::function<void()>& body) { std::thread(body).join(); }
-
 TEST(RunLoop, firesWhatIsDueInOrderOfDateThenOrder)
 {
-    onThread([] {
-        std::string fired;
-        Action a = [&](auto) { fired += 'a'; }, b = [&](auto) { fired += 'b'; }, c = [&](auto) { fired += 'c'; };
-        const auto late = timer(3600, a), second = timer(-1, b, 0, 1), first = timer(-2, c, 0, 2);
-        for (const auto* t : {&late, &second, &first}) add(*t);
-        EXPECT_EQ(pass(), kZoRunLoopRunTimedOut);
-        EXPECT_EQ(fired, "cb");
-        EXPECT_FALSE(ZoRunLoopTimerIsValid(first.get()));
-        EXPECT_TRUE(ZoRunLoopTimerIsValid(late.get()));
-        ZoRunLoopTimerInvalidate(late.get());
-        EXPECT_EQ(pass(), kZoRunLoopRunFinished);
-    });
+    std::string fired;
+    Action a = [&](auto) { fired += 'a'; }, b = [&](auto) { fired += 'b'; };
+    const auto late = timer(kNever, a), last = timer(1, b, 0, 2), second = timer(1, a, 0, 1), victim = timer(1, a);
+    Action kill = [&](auto) { ZoRunLoopTimerInvalidate(victim.get()); };
+    const auto first = timer(0, kill, 0, 3);
+    for (const auto* t : {&late, &last, &second, &victim, &first}) add(*t);
+    EXPECT_EQ(pass(), kZoRunLoopRunTimedOut);
+    EXPECT_EQ(fired, "ab");
+    EXPECT_FALSE(ZoRunLoopTimerIsValid(first.get()));
+    EXPECT_TRUE(ZoRunLoopTimerIsValid(late.get()));
+    ZoRunLoopTimerInvalidate(late.get());
+    EXPECT_EQ(pass(), kZoRunLoopRunFinished);
 }
 
 TEST(RunLoop, modesDecideWhatFires)
 {
-    onThread([] {
-        int common = 0, own = 0;
-        Action countCommon = [&](auto) { ++common; }, countOwn = [&](auto) { ++own; };
-        const auto inCommon = timer(-1, countCommon), inOwn = timer(-1, countOwn);
-        add(inCommon, kZoRunLoopCommonModes);
-        add(inOwn, ZOSTR("own"));
-        add(inOwn, ZOSTR("other"));
-        add(inOwn, kZoRunLoopDefaultMode);
-        EXPECT_EQ(pass(kZoRunLoopCommonModes), kZoRunLoopRunFinished);
-        EXPECT_EQ(pass(ZOSTR("none")), kZoRunLoopRunFinished);
-        EXPECT_EQ(ZoRunLoopRunInMode(ZOSTR("own"), 0, true), kZoRunLoopRunHandledSource);
-        EXPECT_EQ(own, 1);
-        EXPECT_EQ(common, 0);
-        EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, 10, false), kZoRunLoopRunFinished);
-        EXPECT_EQ(own, 1);
-        EXPECT_EQ(common, 1);
-    });
+    int common = 0, own = 0;
+    Action countCommon = [&](auto) { ++common; }, countOwn = [&](auto) { ++own; };
+    const auto inCommon = timer(0, countCommon), inOwn = timer(0, countOwn);
+    add(inCommon, kZoRunLoopCommonModes);
+    for (ZoStringRef mode : {ZOSTR("own"), ZOSTR("other"), kZoRunLoopDefaultMode}) add(inOwn, mode);
+    EXPECT_EQ(pass(kZoRunLoopCommonModes), kZoRunLoopRunFinished);
+    EXPECT_EQ(pass(ZOSTR("none")), kZoRunLoopRunFinished);
+    EXPECT_EQ(ZoRunLoopRunInMode(ZOSTR("own"), 0, true), kZoRunLoopRunHandledSource);
+    EXPECT_EQ(own, 1);
+    EXPECT_EQ(common, 0);
+    EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, 10, false), kZoRunLoopRunFinished);
+    EXPECT_EQ(own, 1);
+    EXPECT_EQ(common, 1);
 }
 
 TEST(RunLoop, aRepeatingTimerLeavesOutWhatItMissedAndMayEndItself)
 {
-    onThread([] {
-        int count = 0;
-        Action action = [&](ZoRunLoopTimerRef self) {
-            if (++count == 3) ZoRunLoopTimerInvalidate(self);
-        };
-        const auto every = timer(-10, action, 0.001);
-        add(every);
-        EXPECT_EQ(pass(), kZoRunLoopRunTimedOut);
-        EXPECT_EQ(count, 1);  // not ten thousand
-        ZoRunLoopRun();
-        EXPECT_EQ(count, 3);
-    });
+    int count = 0;
+    Action action = [&](ZoRunLoopTimerRef self) {
+        if (++count == 3) ZoRunLoopTimerInvalidate(self);
+    };
+    const auto every = timer(ZoAbsoluteTimeGetCurrent() - 10, action, 0.001);
+    add(every);
+    EXPECT_EQ(pass(), kZoRunLoopRunTimedOut);
+    EXPECT_EQ(count, 1);  // not ten thousand
+    ZoRunLoopRun();
+    EXPECT_EQ(count, 3);
 }
 
 TEST(RunLoop, aTimerDoesNotFireWithinItself)
 {
-    onThread([] {
-        int depth = 0, deepest = 0, inner = 0;
-        Action nested = [&](auto) { ++inner; };
-        const auto other = timer(-1, nested);
-        Action action = [&](auto) {
-            deepest = std::max(deepest, ++depth);
-            add(other);
-            pass();
-            --depth;
-        };
-        const auto outer = timer(-1, action, 0.0001);
-        add(outer);
+    int depth = 0, deepest = 0, inner = 0;
+    Action nested = [&](auto) { ++inner; };
+    const auto other = timer(0, nested);
+    Action action = [&](auto) {
+        deepest = std::max(deepest, ++depth);
+        add(other);
         pass();
-        EXPECT_EQ(deepest, 1);
-        EXPECT_EQ(inner, 1);
-        ZoRunLoopTimerInvalidate(outer.get());
-    });
-}
-
-TEST(RunLoop, aTimerCancelledByAnotherThatIsDueDoesNotFire)
-{
-    onThread([] {
-        bool didFire = false;
-        Action second = [&](auto) { didFire = true; };
-        const auto victim = timer(-1, second);
-        Action first = [&](auto) { ZoRunLoopTimerInvalidate(victim.get()); };
-        const auto killer = timer(-2, first);
-        add(victim);
-        add(killer);
-        pass();
-        EXPECT_FALSE(didFire);
-    });
+        --depth;
+    };
+    const auto outer = timer(0, action, 0.0001);
+    add(outer);
+    pass();
+    EXPECT_EQ(deepest, 1);
+    EXPECT_EQ(inner, 1);
+    ZoRunLoopTimerInvalidate(outer.get());
 }
 
 TEST(RunLoop, otherThreadsAddTimersWakeAndStop)
@@ -133,7 +107,7 @@ TEST(RunLoop, otherThreadsAddTimersWakeAndStop)
     std::promise<void> fired;
     std::thread runner([&] {
         Action nothing = [](auto) {};
-        const auto keepAlive = timer(3.1536e13, nothing, 3.1536e13);  // a million years
+        const auto keepAlive = timer(kNever, nothing, kNever);
         add(keepAlive, kZoRunLoopCommonModes);
         started.set_value(const_cast<ZoRunLoopRef>(ZoRunLoopGetCurrent()));
         ZoRunLoopRun();  // until it is stopped
@@ -151,14 +125,13 @@ TEST(RunLoop, otherThreadsAddTimersWakeAndStop)
 
 TEST(RunLoop, aStopBeforeTheRunIsNotLost)
 {
-    onThread([] {
-        Action nothing = [](auto) {};
-        const auto keepAlive = timer(3600, nothing);
-        add(keepAlive);
-        ZoRunLoopStop(ZoRunLoopGetCurrent());
-        EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, INFINITY, false), kZoRunLoopRunStopped);
-        EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, 0.001, false), kZoRunLoopRunTimedOut);
-    });
+    Action nothing = [](auto) {};
+    const auto keepAlive = timer(kNever, nothing);
+    add(keepAlive);
+    ZoRunLoopStop(ZoRunLoopGetCurrent());
+    EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, INFINITY, false), kZoRunLoopRunStopped);
+    EXPECT_EQ(ZoRunLoopRunInMode(kZoRunLoopDefaultMode, 0.001, false), kZoRunLoopRunTimedOut);
+    ZoRunLoopTimerInvalidate(keepAlive.get());
 }
 
 // The info of a timer's context: how often it is held, and whether it is in use.
@@ -182,23 +155,21 @@ TEST(RunLoop, theInfoIsReleasedOnceWhenTheTimerEnds)
         return zoAdopt(ZoRunLoopTimerCreate(
             nullptr, at, 0, 0, 0, [](ZoRunLoopTimerRef, void*) {}, &context));
     };
-    onThread([&] {
-        auto fired = make(0), cancelled = make(0), neverAdded = make(0), leftOver = make(1e12);
+    std::thread([&] {
+        auto fired = make(0), cancelled = make(0), neverAdded = make(0), leftOver = make(kNever);
         EXPECT_EQ(info.references, 4);
         add(fired);
         pass();
         EXPECT_EQ(info.references, 3);
         add(cancelled);
-        ZoRunLoopTimerInvalidate(cancelled.get());
-        ZoRunLoopTimerInvalidate(cancelled.get());
+        for (int i = 0; i < 2; ++i) ZoRunLoopTimerInvalidate(cancelled.get());
         add(cancelled);
         EXPECT_EQ(pass(), kZoRunLoopRunFinished);
         EXPECT_EQ(info.references, 2);
         neverAdded.reset();
         EXPECT_EQ(info.references, 1);
         add(leftOver);
-        EXPECT_TRUE(ZoRunLoopTimerIsValid(leftOver.get()));
-    });
+    }).join();
     EXPECT_EQ(info.references, 0);  // with the thread its loop has ended
 }
 

@@ -1,35 +1,12 @@
-// The public headers are C: this program is built as C11. What a layer above relies on in binary form (the object
-// header, the records of callbacks, constant strings) is measured here, where C sees it.
+// What a layer above relies on in binary form (the object header, the records of callbacks, constant strings), measured
+// where C sees it: this program is built as C11.
 
 #include <stddef.h>
 
-#include "Foundation/Collections/ZoArray.h"
-#include "Foundation/Collections/ZoCollectionCallbacks.h"
 #include "Foundation/Collections/ZoDictionary.h"
-#include "Foundation/Collections/ZoSet.h"
-#include "Foundation/Dates/ZoCalendar.h"
-#include "Foundation/Dates/ZoDate.h"
-#include "Foundation/Dates/ZoDateFormatter.h"
-#include "Foundation/Dates/ZoLocale.h"
-#include "Foundation/Dates/ZoTimeZone.h"
-#include "Foundation/Images/WnGeometry.h"
-#include "Foundation/Images/YxImageBuffer.h"
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Foundation/Objects/ZoBase.h"
 #include "Foundation/Objects/ZoObject.h"
-#include "Foundation/PropertyLists/ZoPropertyList.h"
-#include "Foundation/Services/ZoBundle.h"
-#include "Foundation/Services/ZoNotificationCenter.h"
-#include "Foundation/Services/ZoPreferences.h"
-#include "Foundation/Services/ZoReadStream.h"
-#include "Foundation/Services/ZoRunLoop.h"
-#include "Foundation/Text/ZoAttributedString.h"
 #include "Foundation/Text/ZoString.h"
-#include "Foundation/URLs/ZoURL.h"
-#include "Foundation/Values/ZoData.h"
-#include "Foundation/Values/ZoError.h"
-#include "Foundation/Values/ZoNumber.h"
-#include "Foundation/Values/ZoUUID.h"
 
 // The header that instances begin with, and records that are laid out by hand elsewhere: one word a field, in order.
 _Static_assert(sizeof(ZoRuntimeBase) == 16, "instances begin behind 16 bytes");

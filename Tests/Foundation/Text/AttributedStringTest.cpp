@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
-
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Text/ZoAttributedString.h"
 #include "Tests/Foundation/Text/TextSupport.h"
+#include "Tests/Support/SeededRandom.h"
 
 using namespace luvia_test;
 
@@ -52,15 +49,13 @@ TEST(AttributedString, givesNewTextTheAttributesOfWhatItReplaces)
 
 TEST(AttributedString, agreesWithAnAttributeACharacter)
 {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    SeededRandom random;
     const auto string = attributed("abcdefghijklmnopqrstuvwxyz");
     std::vector<std::string> model(26);
     for (int step = 0; step < 500; ++step) {
-        const auto at = static_cast<ZoIndex>(random() % 26);
-        const auto count = static_cast<ZoIndex>(random() % static_cast<unsigned>(27 - at));
-        const std::string value(random() % 3, 'v');
+        const auto at = static_cast<ZoIndex>(random.below(26));
+        const auto count = static_cast<ZoIndex>(random.below(static_cast<size_t>(27 - at)));
+        const std::string value(random.below(3), 'v');
         if (value.empty())
             ZoAttributedStringRemoveAttribute(string.get(), {at, count}, ZOSTR("k"));
         else

@@ -3,23 +3,26 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
-#include <cstdarg>
 
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Foundation/Text/TextSupport.h"
 
 using namespace luvia_test;
 
-/// What both say to the same format and arguments; "(none)" for a refusal.
+/// The text, or "(none)" for a refusal.
+template <typename... Arguments>
+static std::string formatted(ZoStringRef format, Arguments... arguments)
+{
+    return textOf(ZoStringCreateWithFormat(nullptr, nullptr, format, arguments...));
+}
+
+/// Both say the same to the same format and arguments.
 template <typename... Arguments>
 static void expectAsTheLibrary(const std::string& format, Arguments... arguments)
 {
     char buffer[2048];
     const int length = snprintf(buffer, sizeof buffer, format.c_str(), arguments...);
     const std::string expected = length < 0 ? "(none)" : std::string(buffer, static_cast<size_t>(length));
-    EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, fromUTF8(format).get(), arguments...))),
-              expected)
-        << format;
+    EXPECT_EQ(formatted(fromUTF8(format).get(), arguments...), expected) << format;
 }
 
 static const char* const kFlags[] = {"", "-", "+", " ", "#", "0", "-0", "+0", "# ", "-#", "'", "I", "+ -#0"};
@@ -69,7 +72,7 @@ TEST(StringFormat, equalsSnprintfForPointersAndText)
         char buffer[100];
         snprintf(buffer, sizeof buffer, "%m|%30m");
         errno = error;
-        EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("%m|%30m")))), buffer);
+        EXPECT_EQ(formatted(ZOSTR("%m|%30m")), buffer);
         EXPECT_EQ(errno, error);
     }
 }
@@ -81,8 +84,7 @@ TEST(StringFormat, equalsSnprintfForPositions)
     expectAsTheLibrary("%5$lld %4$g %3$Lg %2$c %1$s", "s", 'c', 2.5L, 1.5, 1LL << 40);
     expectAsTheLibrary("%3$d", 1, 2, 3);  // those that nobody names are ints
     expectAsTheLibrary("%1$d %1$u %1$x%%", 5);
-    EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("%2$@-%1$@"), ZOSTR("a"), ZOSTR("b")))),
-              "b-a");
+    EXPECT_EQ(formatted(ZOSTR("%2$@-%1$@"), ZOSTR("a"), ZOSTR("b")), "b-a");
 }
 
 TEST(StringFormat, refusesWhatIsNoFormat)
@@ -93,27 +95,19 @@ TEST(StringFormat, refusesWhatIsNoFormat)
                              "%hf",     "%Ls",     "%lp",   "%h@",       "%\u20ac"};
     int untouched = 7;
     for (const char* format : formats)
-        EXPECT_EQ(
-            toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, fromUTF8(format).get(), &untouched, &untouched))),
-            "(none)")
-            << format;
+        EXPECT_EQ(formatted(fromUTF8(format).get(), &untouched, &untouched), "(none)") << format;
     EXPECT_EQ(untouched, 7);
     const auto string = mutableFrom(ZOSTR("kept"));
     ZoStringAppendFormat(string.get(), nullptr, ZOSTR(" %s%n"), "x", &untouched);
     EXPECT_EQ(toUTF8(string.get()), "kept");
-    EXPECT_FALSE(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("%*d"), INT_MIN, 1)));
+    EXPECT_EQ(formatted(ZOSTR("%*d"), INT_MIN, 1), "(none)");
 }
 
 TEST(StringFormat, printsObjectsByTheirDescription)
 {
-    const int number = 42;
-    const auto object = zoAdopt(ZoNumberCreate(nullptr, kZoNumberIntType, &number));
-    const auto description = zoAdopt(ZoCopyDescription(object.get()));
-    EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("[%@]"), object.get()))),
-              "[" + toUTF8(description) + "]");
+    EXPECT_EQ(formatted(ZOSTR("[%@]"), number(42).get()), "[42]");
     const auto wide = fromUTF8("\u20ac\U0001F600x");
-    EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("[%@|%6@|%-6@|%.1@|%@]"), wide.get(),
-                                                      wide.get(), wide.get(), wide.get(), nullptr))),
+    EXPECT_EQ(formatted(ZOSTR("[%@|%6@|%-6@|%.1@|%@]"), wide.get(), wide.get(), wide.get(), wide.get(), nullptr),
               "[\u20ac\U0001F600x|  \u20ac\U0001F600x|\u20ac\U0001F600x  |\u20ac|(null)]");
     const auto string = mutableFrom(ZOSTR("x"));
     ZoStringAppendFormat(string.get(), nullptr, ZOSTR("<%@%@>"), string.get(), wide.get());
@@ -122,11 +116,9 @@ TEST(StringFormat, printsObjectsByTheirDescription)
 
 TEST(StringFormat, readsTextAsUTF8AndKeepsTheRest)
 {
-    EXPECT_EQ(toUTF8(zoAdopt(ZoStringCreateWithFormat(nullptr, nullptr, fromUTF8("\u00e9 %s %.2s|%ls|%.4ls|%c").get(),
-                                                      "\xC3\xA9", "\xE2\x82\xAC", L"\u20ac", L"\u20ac\u20ac", 0xA9))),
+    EXPECT_EQ(formatted(fromUTF8("\u00e9 %s %.2s|%ls|%.4ls|%c").get(), "\xC3\xA9", "\xE2\x82\xAC", L"\u20ac",
+                        L"\u20ac\u20ac", 0xA9),
               "\u00e9 \u00e9 \uFFFD\uFFFD|\u20ac|\u20ac|\u00a9");
     const std::string longText(5000, 'x');
-    EXPECT_EQ(toUTF8(zoAdopt(
-                  ZoStringCreateWithFormat(nullptr, nullptr, ZOSTR("%s%5001s"), longText.c_str(), longText.c_str()))),
-              longText + " " + longText);
+    EXPECT_EQ(formatted(ZOSTR("%s%5001s"), longText.c_str(), longText.c_str()), longText + " " + longText);
 }
