@@ -22,7 +22,7 @@
 #include "DataIO/TavByteStreams/TavForkByteStream.h"
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Values/ZoData.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
 
 // GLib's two calls, as its manual has them: its headers are not where this tree looks.
 extern "C" int g_file_get_contents(const char* filename, char** contents, size_t* length, void** error);

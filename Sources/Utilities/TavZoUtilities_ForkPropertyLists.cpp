@@ -2,8 +2,8 @@
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
-#include "Platform/Common/TavFilePrivate.h"
 #include "Platform/Linux/TavLinuxHelpers.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 #include "Utilities/TavZoUtilities.h"
 
 ZoPropertyListRef TavZoPropertyListCreateFromTavFileFork(ZoAllocatorRef allocator, TavFileForkRef fork,

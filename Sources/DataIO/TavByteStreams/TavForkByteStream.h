@@ -6,7 +6,7 @@
 #pragma once
 
 #include "DataIO/TavByteStreams/LuByteStream.h"
-#include "Platform/Common/TavFile.h"
+#include "Platform/Ostra/OstraFile.h"
 
 ZO_EXTERN_C_BEGIN
 

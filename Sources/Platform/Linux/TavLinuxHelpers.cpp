@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "Foundation/Objects/ZoRef.h"
-#include "Platform/Common/TavFilePrivate.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 #include "Utilities/TavZoUtilities.h"
 
 static char sTavBinaryResourceFolder[kFilePathSize];

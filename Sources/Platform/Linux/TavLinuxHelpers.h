@@ -5,7 +5,7 @@
 
 #include <locale.h>
 
-#include "Platform/Common/TavFile.h"
+#include "Platform/Ostra/OstraFile.h"
 
 ZO_EXTERN_C_BEGIN
 

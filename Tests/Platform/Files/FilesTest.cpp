@@ -7,9 +7,9 @@
 
 #include <csignal>
 
-#include "Platform/Common/TavFilePath.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
 #include "Platform/Linux/TavLinuxHelpers.h"
+#include "Platform/Ostra/OstraFilePath.h"
 #include "Tests/Support/FileURLs.h"
 #include "Tests/Support/SignalProbe.h"
 #include "Utilities/TavZoUtilities_ForkPropertyLists.h"

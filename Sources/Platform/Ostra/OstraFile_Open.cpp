@@ -7,9 +7,9 @@
 
 #include <cstring>
 
-#include "Platform/Common/TavFilePath.h"
-#include "Platform/Common/TavFilePrivate.h"
 #include "Platform/Ostra/OstraDebug.h"
+#include "Platform/Ostra/OstraFilePath.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 namespace {
 

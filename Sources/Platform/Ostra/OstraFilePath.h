@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "Platform/Common/TavFile.h"
+#include "Platform/Ostra/OstraFile.h"
 
 ZO_EXTERN_C_BEGIN
 

@@ -7,8 +7,8 @@
 #include <cstring>
 
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Platform/Common/TavFilePrivate.h"
 #include "Platform/Ostra/OstraDebugPrivate.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 static_assert(sizeof(off_t) == 8);
 

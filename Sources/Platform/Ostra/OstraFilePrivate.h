@@ -6,10 +6,10 @@
 
 #include "Foundation/URLs/ZoURL.h"
 #include "Foundation/Values/ZoData.h"
-#include "Platform/Common/TavFile.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavNote.h"
 #include "Platform/Common/TavSignal.h"
+#include "Platform/Ostra/OstraFile.h"
 
 /// With its NUL; buffers of this size stand on the stack.
 constexpr size_t kFilePathSize = 4096;

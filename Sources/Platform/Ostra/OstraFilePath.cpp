@@ -1,6 +1,6 @@
 #define TAV_SUBSYSTEM "<<<< TavFile >>>>"
 
-#include "Platform/Common/TavFilePath.h"
+#include "Platform/Ostra/OstraFilePath.h"
 
 #include <dispatch/dispatch.h>
 
@@ -11,7 +11,7 @@
 
 #include "Foundation/Objects/ZoRef.h"
 #include "Foundation/Text/ZoString.h"
-#include "Platform/Common/TavFilePrivate.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 struct TavFilePath_ {
     ZoRuntimeBase base;

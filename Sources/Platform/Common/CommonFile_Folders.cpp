@@ -2,7 +2,7 @@
 
 #include "Core/TavBaseObject/LuBaseObject.h"
 #include "Foundation/Objects/ZoRef.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
 #include "Platform/Common/TavLog.h"
 #include "Platform/Common/TavSignal.h"
 

@@ -1,6 +1,6 @@
 #define TAV_SUBSYSTEM "<<<< TavFile >>>>"
 
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 
 #include "Foundation/Objects/ZoAllocator.h"
 #include "Foundation/Objects/ZoRef.h"
-#include "Platform/Common/TavFilePrivate.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 OSStatus fileRepresentation(const char* operation, ZoURLRef url, char (&path)[kFilePathSize])
 {

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "Foundation/Objects/ZoRef.h"
-#include "Platform/Common/TavFilePrivate.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 // "<folder>/<prefix>.XXXXXX"
 static OSStatus fileTemplate(const char* operation, const char* folder, ZoStringRef prefix, const char* noPrefix,

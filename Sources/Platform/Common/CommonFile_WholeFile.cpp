@@ -2,8 +2,8 @@
 #include <unistd.h>
 
 #include "Foundation/Objects/ZoAllocator.h"
-#include "Platform/Common/TavFilePrivate.h"
-#include "Platform/Common/TavFileServices.h"
+#include "Platform/Common/CommonFile.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "Foundation/URLs/ZoURL.h"
-#include "Platform/Common/TavFile.h"
+#include "Platform/Ostra/OstraFile.h"
 
 ZO_EXTERN_C_BEGIN
 
