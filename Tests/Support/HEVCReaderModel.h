@@ -31,6 +31,8 @@ public:
 
     bool atEnd() const { return bit_ == bitCount(); }
     size_t bitOffset() const { return bit_ % 8; }
+    size_t bytesLeft() const { return bytes_.size() - bit_ / 8; }
+    uint8_t byteAhead(size_t i) const { return bytes_[bit_ / 8 + i].value; }
     /// Offset in the buffer of the byte that holds the next bit.
     size_t position() const { return atEnd() ? size_ : bytes_[bit_ / 8].offset; }
     /// After a skip past the whole look-ahead, the emulation prevention byte behind the next byte counts as read.
@@ -155,6 +157,11 @@ inline std::string stateDisagrees(const HEVCBitstream& reader, const HEVCReaderM
     if (hevcbridgeMoreRBSPData(&reader, nullptr) != model.moreRBSPData() && position == model.position())
         return "more_rbsp_data";
     if (!reader.removeEmulationPrevention) return {};
+    if (reader.lookaheadCount < static_cast<int32_t>(std::min<size_t>(model.bytesLeft(), 4)) ||
+        reader.lookaheadCount > 5)
+        return "lookaheadCount";
+    for (int32_t i = 0; i < reader.lookaheadCount; ++i)
+        if (reader.lookahead[i] != model.byteAhead(static_cast<size_t>(i))) return "lookahead";
     if (reader.removedCount != model.escapesBefore(static_cast<size_t>(reader.rawNext - reader.data)))
         return "removedCount";
     return {};

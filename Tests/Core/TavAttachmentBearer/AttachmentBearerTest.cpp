@@ -86,6 +86,10 @@ TEST_P(AttachmentBearer, signalsAndRefusesAbsentKeysAndUnknownModes)
     expectSignal(probe_, "NULL key");
     LuSetAttachment(bearer_.get(), key_, two_, 2);
     expectSignal(probe_, "attachmentMode out of range");
+    EXPECT_EQ(LuGetAttachment(nullptr, nullptr, nullptr), nullptr);
+    expectSignal(probe_, "NULL key");
+    LuRemoveAttachment(bearer_.get(), nullptr);
+    expectSignal(probe_, "NULL key");
     EXPECT_EQ(LuCopyDictionaryOfAttachments(nullptr, bearer_.get(), 2), nullptr);
     expectSignal(probe_, "attachmentMode out of range");
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), one_);

@@ -141,11 +141,11 @@ OSStatus registerBelow(LuClassID parent, uint32_t flags)
     EXPECT_EQ(made, nullptr);
     return status;
 }
-OSStatus registerProtocol()
+OSStatus registerProtocol(bool withDescription = true)
 {
     const TavProtocolDescription description = {};
     LuProtocolID protocol = nullptr;
-    return TavBaseProtocolRegisterProtocol(&description, 0, &protocol);
+    return TavBaseProtocolRegisterProtocol(withDescription ? &description : nullptr, 0, &protocol);
 }
 
 const Refusal kRefusals[] = {
@@ -154,6 +154,7 @@ const Refusal kRefusals[] = {
     {"already rooted in Zo", -12780, [] { return registerBelow(classes().square, 1); }},
     {"malloc failure", -12786, [] { return sCallocFails = true, registerBelow(LuBaseGetClassID(), 0); }},
     {"malloc failure", -12786, [] { return sCallocFails = true, registerProtocol(); }},
+    {"bad param", -12780, [] { return registerProtocol(false); }},
     {"bad param", -12780, [] { return createWith(nullptr, classes().shape); }},
     {"bad param", -12780, [] { return LuDerivedObjectCreate(nullptr, &kFull, classes().shape, nullptr); }},
     {"bad version < 1", -12781, [] { return createWithVersion(0); }},

@@ -71,8 +71,8 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
     noAllocate.AllocateBlock = nullptr;
     noFree.FreeBlock = nullptr;
     const auto append = [&](const Buffer& to, void* block, size_t blockLength, size_t offset, size_t length,
-                            const LuBlockBufferCustomBlockSource* custom = nullptr) {
-        return LuBlockBufferAppendMemoryBlock(to.get(), block, blockLength, nullptr, custom, offset, length, 0);
+                            const LuBlockBufferCustomBlockSource* custom = nullptr, ZoAllocatorRef from = nullptr) {
+        return LuBlockBufferAppendMemoryBlock(to.get(), block, blockLength, from, custom, offset, length, 0);
     };
     const char* const appendMemory = "LuBlockBufferAppendMemoryBlock";
     const char* const appendReference = "LuBlockBufferAppendBufferReference";
@@ -80,6 +80,7 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
     const Refusal refusals[] = {
         {-12700, "LuBlockBufferCreateEmpty", "Could not allocate BlockBuffer structure",
          [&] { return LuBlockBufferCreateEmpty(nullptr, UINT32_MAX, 0, &out); }},
+        {-12705, appendMemory, "NULL BlockBuffer", [&] { return append(Buffer(), bytes, 0, 0, 0); }},
         {-12704, appendMemory, "blockLength and dataLength must not be zero",
          [&] { return append(none, bytes, 4, 9, 0); }},
         {-12703, appendMemory, "offset exceeds blockLength", [&] { return append(none, bytes, 4, 4, 9); }},
@@ -92,11 +93,15 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
          [&] { return append(none, nullptr, 4, 0, 4, &noAllocate); }},
         {-12702, appendMemory, "with a memory block, must have FreeBlock callback",
          [&] { return append(none, bytes, 4, 0, 4, &noFree); }},
+        {-12701, appendMemory, "with no memory block, must supply an allocator",
+         [&] { return append(none, nullptr, 4, 0, 4, nullptr, kZoAllocatorNull); }},
         {-12703, appendReference, "offset exceeds length of target buffer", [&] { return refer(none, ten, 10); }},
         {-12704, appendReference, "(offset + dataLength) exceeds length of target buffer",
          [&] { return refer(none, ten, 9, SIZE_MAX - 3); }},
         {-12706, appendReference, "reference to empty BlockBuffer not permitted",
          [&] { return refer(ten, none, 0, 5); }},
+        {-12704, appendReference, "dataLength must be > 0",
+         [&] { return refer(ten, none, 0, 0, kLuBlockBufferPermitEmptyReferenceFlag); }},
         {-12704, appendReference, "Resulting size larger than size_t can hold",
          [&] { return refer(nearlyFull, ten, 0, 6); }},
         {-12703, copy, "offsetIntoSource exceeds source buffer length",
@@ -105,6 +110,10 @@ TEST(BlockBuffer, refusesWhatCannotBeWithItsCodeAndWords)
          [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, 8, bytes); }},
         {-12704, copy, "(offsetIntoSource + dataLength) wrapped",
          [&] { return LuBlockBufferCopyDataBytes(ten.get(), 3, SIZE_MAX, bytes); }},
+        {-12706, "LuBlockBufferReplaceDataBytes", "destination buffer is empty",
+         [&] { return LuBlockBufferReplaceDataBytes(bytes, none.get(), 0, 1); }},
+        {-12704, "LuBlockBufferFillDataBytes", "dataLength must be >= 0",
+         [&] { return LuBlockBufferFillDataBytes(0, none.get(), 0, SIZE_MAX); }},
         {-12706, "LuBlockBufferAssureBlockMemory", "bbuf is empty",
          [&] { return LuBlockBufferAssureBlockMemory(nearlyFull.get()); }},
         {-12704, "LuBlockBufferCreateContiguous", "(offset + dataLength) exceeds source buffer length",

@@ -153,7 +153,19 @@ TEST_F(FormatDescription, keepsTypesAndADeepCopyOfItsExtensions)
     EXPECT_TRUE(ZoEqual(LuFormatDescriptionGetExtensions(description.get()), asGiven.get()));
     EXPECT_TRUE(ZoEqual(LuFormatDescriptionGetExtension(description.get(), ZOSTR("key")), ZOSTR("value")));
     EXPECT_EQ(LuFormatDescriptionGetExtension(description.get(), ZOSTR("none")), nullptr);
-    EXPECT_EQ(LuFormatDescriptionGetExtension(describe().get(), ZOSTR("key")), nullptr);
+}
+
+TEST_F(FormatDescription, answersForAnAbsentDescription)
+{
+    const auto without = describe();
+    EXPECT_EQ(LuFormatDescriptionGetMediaType(nullptr), 0u);
+    EXPECT_EQ(LuFormatDescriptionGetMediaSubType(nullptr), 0u);
+    EXPECT_EQ(LuFormatDescriptionGetExtensions(nullptr), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(nullptr, ZOSTR("key")), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(without.get(), ZOSTR("key")), nullptr);
+    EXPECT_EQ(LuFormatDescriptionGetExtension(without.get(), nullptr), nullptr);
+    EXPECT_EQ(TavFormatDescriptionRetain(nullptr), nullptr);
+    TavFormatDescriptionRelease(nullptr);
 }
 
 TEST_F(FormatDescription, givesItsKindClearStorageAndFinalizesItOnceBeforeTheExtensionsGo)

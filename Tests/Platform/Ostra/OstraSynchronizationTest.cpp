@@ -90,6 +90,14 @@ TEST(OstraMutex, passesOnWhatTheSystemRefusesAndIsNotDestroyedWhileLocked)
 }
 #endif
 
+TEST(OstraSynchronization, anAbsentObjectIsDestroyed)
+{
+    EXPECT_EQ(TavSimpleMutexDestroy(nullptr), 0);
+    EXPECT_EQ(TavSemaphoreDestroy(nullptr), 0);
+    EXPECT_EQ(TavConditionVariableDestroy(nullptr), 0);
+    EXPECT_EQ(TavEventDestroy(nullptr), 0);
+}
+
 TEST(OstraSemaphore, countsUpToItsMaximumAndDownToNothing)
 {
     const TavSemaphoreRef semaphore = TavSemaphoreCreate(0, 2);

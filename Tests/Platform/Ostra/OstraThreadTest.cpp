@@ -44,6 +44,7 @@ TEST(OstraThread, refusesWhatCannotBe)
                 TavThreadCreate(giveBack, nullptr, priority, true, nullptr, &thread), probe);
     refused(kTavThreadParamErr, "Must return threadRef so it can be joined",
             TavThreadCreate(giveBack, nullptr, 0, true, nullptr, nullptr), probe);
+    refused(kTavThreadParamErr, "NULL proc", TavThreadCreate(nullptr, nullptr, 0, true, nullptr, &thread), probe);
     EXPECT_EQ(probe.subsystem(), "<<<< TAVOSTRATHREAD >>>>");
     EXPECT_FALSE(TavThreadIsValid(thread));
     refused(kTavThreadNotFoundErr, "Thread not found", TavThreadJoin(kTavThreadInvalidID, nullptr), probe);

@@ -66,6 +66,8 @@ TEST(AssetAnalysisReporter, refusesWhatIsNoMessage)
         EXPECT_EQ(probe.message(), row.text);
         EXPECT_EQ(probe.subsystem(), "<<< TavAssetAnalysis >>>");
     }
+    EXPECT_EQ(TavAssetAnalysisReporterAddMessage(nullptr, message(ZOSTR("text")).get()), -17751);
+    EXPECT_EQ(TavAssetAnalysisReporterAddMessage(reporter.get(), nullptr), -17751);
     EXPECT_EQ(ZoArrayGetCount(messagesOf(reporter).get()), 0);
 }
 

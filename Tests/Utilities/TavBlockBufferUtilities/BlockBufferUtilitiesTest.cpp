@@ -22,6 +22,7 @@ TEST(BlockBufferCompare, ordersByLengthThenBytes)
         LuBlockBufferCreateWithMemoryBlock(nullptr, nullptr, 3, nullptr, nullptr, 0, 3, 0, each->outParam());
     }
     const Row rows[] = {
+        {bufferOf({"abc", "def", "g"}), bufferOf({"a", "bcdef", "g"}), 0},
         {bufferOf({"abc", "d\x7f"}), bufferOf({"abcd", "\x80"}), -1},
         {bufferOf({"b"}), bufferOf({"aa"}), -1},
         {bufferOf({}), Buffer(), 0},
@@ -92,10 +93,14 @@ TEST(BlockBufferSharing, refusesWhatIsNotThere)
         return TavCreateBlockBufferWithZoDataNoCopy(nullptr, from, offset, length, out);
     };
     const Row rows[] = {
+        {-12705, "NULL zoData", [&] { return ofData(nullptr, 0, 0, nullptr); }},
+        {-12705, "NULL outBBuf", [&] { return ofData(none.get(), 0, 0, nullptr); }},
         {-12705, "zoData contains no data", [&] { return ofData(none.get(), 0, 0, &buffer); }},
         {-12703, "offset exceeds ZoData's length", [&] { return ofData(ten.get(), 10, 99, &buffer); }},
         {-12704, "dataLength exceeds ZoData's length", [&] { return ofData(ten.get(), 9, 11, &buffer); }},
         {-12703, "offset+dataLength exceeds ZoData's length", [&] { return ofData(ten.get(), 9, 2, &buffer); }},
+        {-12705, "NULL outZoData",
+         [&] { return TavCreateZoDataWithBlockBufferNoCopy(nullptr, pieces.get(), 0, 0, nullptr); }},
         {-12704, "Requested dataLength not contiguous or unavailable at offset",
          [&] { return TavCreateZoDataWithBlockBufferNoCopy(nullptr, pieces.get(), 1, 3, &data); }},
         {-12704, "blockLength and dataLength must not be zero",

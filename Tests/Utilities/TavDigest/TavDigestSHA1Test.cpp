@@ -95,4 +95,17 @@ TEST(DigestSHA1, isWipedByItsDigestAndUsableAfterReset)
     TavDigestSHA1Destroy(context);
 }
 
+TEST(DigestSHA1, ignoresWhatIsAbsent)
+{
+    uint8_t digest[kTavDigestSHA1Length] = {7};
+    TavDigestSHA1AppendData(nullptr, "x", 1);
+    TavDigestSHA1GetDigest(nullptr, digest);
+    EXPECT_EQ(digest[0], 7);
+    TavDigestSHA1* context = TavDigestSHA1Create();
+    TavDigestSHA1AppendData(context, nullptr, 5);
+    TavDigestSHA1GetDigest(context, nullptr);
+    EXPECT_EQ(hexDigest(context), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
+    TavDigestSHA1Destroy(context);
+}
+
 }  // namespace

@@ -23,6 +23,7 @@ TEST(CollectionHelpers, takeAbsentCollectionsForEmptyOnes)
     EXPECT_TRUE(TavZoEqual(one.get(), number(1).get()));
 
     EXPECT_EQ(TavZoDictionaryGetCount(nullptr), 0);
+    TavZoDictionaryRemoveAllValues(nullptr);
     TavZoDictionarySetValue(nullptr, one.get(), one.get());
     TavZoDictionarySetAllValuesFromDictionary(nullptr, nullptr);
     EXPECT_EQ(TavZoDictionaryGetValue(nullptr, one.get()), nullptr);
@@ -35,6 +36,8 @@ TEST(CollectionHelpers, takeAbsentCollectionsForEmptyOnes)
     EXPECT_EQ(TavZoArrayGetLastValue(nullptr), nullptr);
     EXPECT_FALSE(TavZoArrayRemoveLastElementOfValue(nullptr, one.get()));
     TavZoArrayAppendArray(nullptr, nullptr);
+    TavZoArrayRemoveAllValues(nullptr);
+    TavZoArrayApplyFunction(nullptr, nullptr, nullptr);
     TavZoArrayApplyBlock(nullptr, [](const void*) { FAIL(); });
     TavZoDictionaryApplyBlock(nullptr, [](const void*, const void*) { FAIL(); });
     EXPECT_EQ(compact(zoAdopt(TavZoArrayCreateCopy(nullptr, nullptr)).get()), "[]");
