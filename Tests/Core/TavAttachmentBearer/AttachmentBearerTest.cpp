@@ -7,10 +7,7 @@
 #include "Core/TavAttachmentBearer/TavAttachmentBearer.h"
 #include "Core/TavBlockBuffer/TavBlockBuffer.h"
 #include "Foundation/Images/YxImageBuffer.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoData.h"
-#include "Foundation/Values/ZoNumber.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
@@ -98,9 +95,7 @@ TEST_P(AttachmentBearer, signalsAndRefusesAbsentKeysAndUnknownModes)
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), one_);
 
     // All pairs at once are not tested on the way, and change nothing in a mode that there is not.
-    const void *keys[] = {key_}, *values[] = {two_};
-    const ZoRef<ZoDictionaryRef> pairs = zoAdopt(
-        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    const auto pairs = dictionary({{key_, two_}});
     LuSetAttachments(bearer_.get(), pairs.get(), 2);
     EXPECT_EQ(LuGetAttachment(bearer_.get(), key_, nullptr), one_);
     LuSetAttachments(bearer_.get(), pairs.get(), 1);

@@ -63,8 +63,8 @@ public:
             case 2: return appendMemory();
             case 3: return appendReference();
             case 4: return appendReference();
-            case 5: return replace();
-            case 6: return fill();
+            case 5: return overwrite(false);
+            case 6: return overwrite(true);
             case 7: return contiguous();
             case 8: return assure();
             case 9: return compare();
@@ -151,12 +151,7 @@ private:
                                               custom ? &source : nullptr, offset, length,
                                               now ? kLuBlockBufferAssureMemoryNowFlag : 0) == 0,
                "append memory");
-        allocated_.push_back(given || now);
-        for (size_t i = 0; i < length; ++i) {
-            entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
-            cells_.push_back(
-                {given ? block[offset + i] : PaintedMemory::kPaint, static_cast<uint32_t>(allocated_.size() - 1)});
-        }
+        addCells(entry, given ? block + offset : nullptr, length, given || now);
     }
 
     void appendBytes()
@@ -166,10 +161,15 @@ private:
         std::vector<uint8_t> bytes(choose_(choose_(8) == 0 ? 300 : 12));
         for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(choose_(256));
         expect(TavBlockBufferAppendBytes(entry.buffer.get(), bytes.data(), bytes.size()) == 0, "append bytes");
-        allocated_.push_back(true);
-        for (const uint8_t byte : bytes) {
+        addCells(entry, bytes.data(), bytes.size(), true);
+    }
+    /// New cells; painted ones where there are no bytes.
+    void addCells(Entry& entry, const uint8_t* bytes, size_t length, bool isAllocated)
+    {
+        allocated_.push_back(isAllocated);
+        for (size_t i = 0; i < length; ++i) {
             entry.cells.push_back(static_cast<uint32_t>(cells_.size()));
-            cells_.push_back({byte, static_cast<uint32_t>(allocated_.size() - 1)});
+            cells_.push_back({bytes ? bytes[i] : PaintedMemory::kPaint, static_cast<uint32_t>(allocated_.size() - 1)});
         }
     }
 
@@ -190,28 +190,21 @@ private:
         entry.cells.insert(entry.cells.end(), from, from + static_cast<long>(length));
     }
 
-    void replace()
+    /// Other bytes in a range, or one byte again and again, then also up to the end.
+    void overwrite(bool fills)
     {
         Entry& entry = any();
         size_t offset = 0, length = 0;
         if (!anyRange(entry, &offset, &length)) return;
-        std::vector<uint8_t> bytes(length);
-        for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(choose_(256));
-        expect(LuBlockBufferReplaceDataBytes(bytes.data(), entry.buffer.get(), offset, length) == 0, "replace");
-        for (size_t i = 0; i < length; ++i) write(entry.cells[offset + i], bytes[i]);
-        verifyCopy(entry, offset, length);
-    }
-    void fill()
-    {
-        Entry& entry = any();
-        size_t offset = 0, length = 0;
-        if (!anyRange(entry, &offset, &length)) return;
-        const auto byte = static_cast<uint8_t>(choose_(256));
-        const bool toEnd = choose_(4) == 0;
+        const bool toEnd = fills && choose_(4) == 0;
         if (toEnd) length = entry.cells.size() - offset;
-        expect(LuBlockBufferFillDataBytes(static_cast<char>(byte), entry.buffer.get(), offset, toEnd ? 0 : length) == 0,
-               "fill");
-        for (size_t i = 0; i < length; ++i) write(entry.cells[offset + i], byte);
+        std::vector<uint8_t> bytes(length, static_cast<uint8_t>(choose_(256)));
+        for (size_t i = 0; !fills && i < length; ++i) bytes[i] = static_cast<uint8_t>(choose_(256));
+        const OSStatus status = fills ? LuBlockBufferFillDataBytes(static_cast<char>(bytes[0]), entry.buffer.get(),
+                                                                   offset, toEnd ? 0 : length)
+                                      : LuBlockBufferReplaceDataBytes(bytes.data(), entry.buffer.get(), offset, length);
+        expect(status == 0, fills ? "fill" : "replace");
+        for (size_t i = 0; i < length; ++i) write(entry.cells[offset + i], bytes[i]);
         verifyCopy(entry, offset, length);
     }
     void write(uint32_t cell, uint8_t value)
@@ -237,11 +230,8 @@ private:
         // Shared or copied, the bytes are the same now; from here on it is only known which if it was asked for.
         if (!copies) return;
         result.age = nextAge_++;
-        allocated_.push_back(true);
-        for (size_t i = 0; i < length; ++i) {
-            result.cells.push_back(static_cast<uint32_t>(cells_.size()));
-            cells_.push_back({cells_[entry.cells[offset + i]].value, static_cast<uint32_t>(allocated_.size() - 1)});
-        }
+        const std::vector<uint8_t> bytes = bytesOf(entry);
+        addCells(result, bytes.data() + offset, length, true);
         verifyCopy(result, 0, length);
         buffers_.push_back(std::move(result));
     }

@@ -7,10 +7,8 @@
 #include <utility>
 
 #include "Core/TavFormatDescription/TavFormatDescription.h"
-#include "Foundation/Collections/ZoDictionary.h"
-#include "Foundation/Objects/ZoRef.h"
 #include "Foundation/PropertyLists/ZoPropertyList.h"
-#include "Foundation/Text/ZoString.h"
+#include "Tests/Support/Objects.h"
 
 namespace luvia_test {
 
@@ -18,16 +16,14 @@ namespace luvia_test {
 /// identity.
 class Value {
 public:
-    Value(const char* text) : object_(zoAdopt<ZoTypeRef>(ZoStringCreateWithCString(nullptr, text, kEncoding))) {}
+    Value(const char* text) : object_(ZoRef<ZoTypeRef>::retain(str(text).get())) {}
     Value(std::initializer_list<std::pair<const char*, Value>> pairs)
     {
-        const auto dictionary = zoAdopt(
-            ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+        const auto made = luvia_test::dictionary();
         for (const auto& [key, value] : pairs) {
-            const Value keyText(key);
-            ZoDictionarySetValue(dictionary.get(), keyText.object_.get(), value.object_.get());
+            ZoDictionarySetValue(made.get(), str(key).get(), value.object_.get());
         }
-        object_ = ZoRef<ZoTypeRef>::retain(dictionary.get());
+        object_ = ZoRef<ZoTypeRef>::retain(made.get());
     }
     Value(const Value& other) : object_(ZoRef<ZoTypeRef>::retain(other.object_.get())) {}
     Value& operator=(const Value&) = delete;
@@ -36,7 +32,6 @@ public:
     ZoDictionaryRef dictionary() const { return static_cast<ZoDictionaryRef>(object_.get()); }
 
 private:
-    static constexpr auto kEncoding = kZoStringEncodingUTF8;
     ZoRef<ZoTypeRef> object_;
 };
 
@@ -52,13 +47,6 @@ inline Description describe(ZoDictionaryRef extensions = nullptr, OSType mediaTy
     Description description;
     LuFormatDescriptionCreate(nullptr, mediaType, mediaSubType, extensions, description.outParam());
     return description;
-}
-
-inline std::string textOf(ZoRef<ZoStringRef> string)
-{
-    char text[2048] = "";
-    ZoStringGetCString(string.get(), text, sizeof text, kZoStringEncodingUTF8);
-    return text;
 }
 
 }  // namespace luvia_test

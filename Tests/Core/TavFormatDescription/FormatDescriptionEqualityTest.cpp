@@ -7,8 +7,6 @@
 #include <random>
 #include <set>
 
-#include "Foundation/Collections/ZoArray.h"
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Core/TavFormatDescription/Extensions.h"
 
 using namespace luvia_test;
@@ -28,11 +26,10 @@ struct Model {
 
 ZoRef<ZoMutableDictionaryRef> dictionaryOf(const Pairs& pairs)
 {
-    auto dictionary = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    auto made = dictionary();
     for (const auto& [key, value] : pairs)
-        ZoDictionarySetValue(dictionary.get(), Value(key.c_str()).get(), Value(value.c_str()).get());
-    return dictionary;
+        ZoDictionarySetValue(made.get(), Value(key.c_str()).get(), Value(value.c_str()).get());
+    return made;
 }
 
 ZoRef<ZoMutableDictionaryRef> dictionaryOf(const Model& model)
@@ -51,10 +48,9 @@ ZoRef<ZoTypeRef> objectOf(const std::optional<Keys>& keys, bool namesNothing)
     if (namesNothing) return ZoRef<ZoTypeRef>::retain(kZoBooleanTrue);
     if (!keys) return nullptr;
     if (keys->size() == 1) return ZoRef<ZoTypeRef>::retain(Value(keys->begin()->c_str()).get());
-    const auto array = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
-    ZoArrayAppendValue(array.get(), kZoBooleanFalse);
-    for (const std::string& key : *keys) ZoArrayAppendValue(array.get(), Value(key.c_str()).get());
-    return ZoRef<ZoTypeRef>::retain(array.get());
+    const auto list = array({kZoBooleanFalse});
+    for (const std::string& key : *keys) ZoArrayAppendValue(list.get(), Value(key.c_str()).get());
+    return ZoRef<ZoTypeRef>::retain(list.get());
 }
 
 bool modelEqual(Model a, Model b, const std::optional<Keys>& keys, const std::optional<Keys>& atomKeys)

@@ -54,12 +54,15 @@ bool createFails(const char* message, OSStatus code)
     return status == code && !description && probe.message() == message && probe.code() == code;
 }
 
-bool registerFails(const char* message)
+OSStatus registerNew()
 {
     const TavDerivedFormatDescriptionCallbacks kind = kindWith(always);
+    return TavDerivedFormatDescriptionRegister(LU_FOURCC('n', 'e', 'w', '1'), &kind);
+}
+bool registerFails(const char* message)
+{
     const SignalProbe probe;
-    return TavDerivedFormatDescriptionRegister(LU_FOURCC('n', 'e', 'w', '1'), &kind) == -12711 &&
-           probe.code() == -12711 && probe.message() == message;
+    return registerNew() == -12711 && probe.code() == -12711 && probe.message() == message;
 }
 
 class FormatDescriptionRegistryDeathTest : public ::testing::Test {
@@ -76,13 +79,7 @@ TEST_F(FormatDescriptionRegistryDeathTest, isThereFromTheFirstRegistrationOn)
 {
     EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) && describe() &&
                           LuFormatDescriptionEqual(describe().get(), describe().get()));
-    EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) &&
-                          TavDerivedFormatDescriptionRegister(
-                              LU_FOURCC('n', 'e', 'w', '1'),
-                              [] {
-                                  static const TavDerivedFormatDescriptionCallbacks kind = kindWith(always);
-                                  return &kind;
-                              }()) == 0 &&
+    EXPECT_IN_NEW_PROCESS(createFails("!sTavFormatDescriptionRegistry", -12710) && registerNew() == 0 &&
                           createFails("unregistered mediaType", -12710) && describe());
 }
 

@@ -139,13 +139,10 @@ TEST(TagCollection, combinesSets)
         }
     }
     const auto some = collectionOf(numbers(0, 2));
-    for (const Row& row : rows) {
-        Collection result;
-        SignalProbe probe;
-        EXPECT_EQ(row.create(nullptr, some.get(), result.outParam()), kLuTagCollectionError_ParamErr);
-        EXPECT_EQ(probe.message(), "tagCollection2 is NULL or not a LuTagCollection");
-        EXPECT_EQ(row.create(some.get(), some.get(), nullptr), kLuTagCollectionError_ParamErr);
-    }
+    Collection result;
+    SignalProbe probe;
+    EXPECT_EQ(LuTagCollectionCreateUnion(nullptr, some.get(), result.outParam()), kLuTagCollectionError_ParamErr);
+    EXPECT_EQ(probe.message(), "tagCollection2 is NULL or not a LuTagCollection");
 }
 
 // Spread over the whole circle: LuTagCompare has no order for them, and the time of the square would be minutes.

@@ -4,26 +4,15 @@
 
 #include <algorithm>
 
-#include "Foundation/Collections/ZoDictionary.h"
 #include "Foundation/Images/YxImageBuffer.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Core/TavTime/TimeSupport.h"
-#include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/Objects.h"
 
 using namespace time_test;
 
 namespace {
 
-std::string text(ZoRef<ZoStringRef> string)
-{
-    char buffer[512] = "(none)";
-    if (string) ZoStringGetCString(string.get(), buffer, sizeof buffer, kZoStringEncodingUTF8);
-    return buffer;
-}
-
-std::string describe(LuTime time) { return text(zoAdopt(LuTimeCopyDescription(nullptr, time))); }
+std::string describe(LuTime time) { return luvia_test::textOf(LuTimeCopyDescription(nullptr, time)); }
 
 ZoRef<ZoMutableDictionaryRef> copyOf(LuTime time)
 {
@@ -55,10 +44,7 @@ TEST(MediaTimeForms, everyTimeComesBackFromItsDictionary)
 
 TEST(MediaTimeForms, refusesDictionariesThatAreNotWhole)
 {
-    const int64_t wide = int64_t{1} << 40;
-    const double half = 0.5;
-    const auto wideNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &wide));
-    const auto halfNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberDoubleType, &half));
+    const auto wideNumber = luvia_test::number(int64_t{1} << 40), halfNumber = luvia_test::real(0.5);
     for (const ZoStringRef key : {kLuTimeValueKey, kLuTimeScaleKey, kLuTimeEpochKey, kLuTimeFlagsKey}) {
         const auto dictionary = copyOf(exact(3, 4));
         for (const ZoTypeRef wrong : {ZoTypeRef{ZOSTR("3")}, ZoTypeRef{halfNumber.get()}}) {
@@ -90,10 +76,8 @@ TEST(MediaTimeForms, imageBuffersKnowValueAndTimescaleOnly)
     EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(dictionary.get()), exact(3, 4));
     EXPECT_EQ(LuTimeCopyAsYxBufferTimeDictionary(nullptr, kLuTimePositiveInfinity), nullptr);
 
-    const int32_t zero = 0;
-    const auto number = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &zero));
     const auto odd = zoAdopt(ZoDictionaryCreateMutableCopy(nullptr, 0, dictionary.get()));
-    ZoDictionarySetValue(odd.get(), kYxBufferTimeScaleKey, number.get());
+    ZoDictionarySetValue(odd.get(), kYxBufferTimeScaleKey, luvia_test::number(0).get());
     EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(odd.get()), exact(3, 0));
     ZoDictionaryRemoveValue(odd.get(), kYxBufferTimeScaleKey);
     EXPECT_EQ(LuTimeMakeFromYxBufferTimeDictionary(odd.get()), kLuTimeInvalid);
@@ -141,27 +125,6 @@ TEST(MediaTimeFormsDeathTest, warnsTenTimesOfATimescaleThatIsTooLow)
         exit(std::count(log.begin(), log.end(), '\n') == 10 ? 0 : 1);
     };
     EXPECT_EXIT(warn(), ::testing::ExitedWithCode(0), "10 lines");
-}
-
-// What cannot be built is nothing, or says so, and nothing leaks.
-TEST(MediaTimeForms, areNothingWhenMemoryIsOut)
-{
-    const LuTimeMapping mapping = LuTimeMappingMake({exact(1, 2), exact(3, 4)}, {exact(5, 6), exact(7, 8)});
-    const int64_t failures = luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
-        const auto dictionary = zoAdopt(LuTimeMappingCopyAsDictionary(allocator.get(), mapping));
-        EXPECT_EQ(static_cast<bool>(dictionary), !allocator.hasFailed());
-        EXPECT_EQ(LuTimeMappingMakeFromDictionary(dictionary.get()).target,
-                  dictionary ? mapping.target : kLuTimeRangeInvalid);
-    });
-    EXPECT_GT(failures, 7);
-    luvia_test::sweepAllocationFailures([&](luvia_test::FailingAllocator& allocator) {
-        const std::string description = text(zoAdopt(LuTimeRangeCopyDescription(allocator.get(), mapping.source)));
-        if (!allocator.hasFailed()) {
-            EXPECT_EQ(description, "{{1/2 = 0.500}, {3/4 = 0.750}}");
-        } else {
-            EXPECT_TRUE(description == "(none)" || description == "{ERROR CONSTRUCTING DESCRIPTION}") << description;
-        }
-    });
 }
 
 }  // namespace

@@ -101,7 +101,6 @@ TEST(MediaTime, computesByHandWhatTheModelDoesAtLength)
 {
     EXPECT_EQ(LuTimeAdd(exact(1, 30), exact(1, 25)), exact(11, 150));
     EXPECT_EQ(LuTimeAdd(exact(1, 1000000007), exact(1, 1000000009)), rounded(2, 1000000000));
-    EXPECT_EQ(LuTimeAdd(exact(kMax, 2), exact(1, 2)), rounded(4611686018427387905, 1));
     EXPECT_EQ(LuTimeAdd(exact(kMin, 1), exact(kMin, 1)), kLuTimeNegativeInfinity);  // wraps to 0
     // A zero leaves the other's timescale alone; of two, a sum has the right one's and a difference the left one's.
     EXPECT_EQ(LuTimeAdd(exact(0, 3), exact(0, 5)), exact(0, 5));
@@ -110,16 +109,11 @@ TEST(MediaTime, computesByHandWhatTheModelDoesAtLength)
     EXPECT_EQ(LuTimeAdd(exact(1, 2, 3), exact(1, 2, 3)), exact(2, 2));
     EXPECT_EQ(LuTimeAdd(exact(1, 2, 3), exact(1, 2)), exact(2, 2, 3));
     EXPECT_EQ(LuTimeAdd(exact(1, 2, 3), exact(1, 2, 4)), kLuTimeInvalid);
-    EXPECT_EQ(LuTimeMultiplyByRatio(exact(1, 3), 1, 3), exact(1, 9));
     // A numerator that is long only until it is reduced by the denominator stays exact.
     EXPECT_EQ(LuTimeMultiplyTimeByTimeRatio(exact(1, 1), exact(int64_t{3} << 40, 1), exact(int64_t{1} << 40, 1)),
               exact(3, 1));
-    EXPECT_EQ(LuTimeMultiplyByFloat64(exact(1, 2), 0.5), exact(250000000, 1000000000));
     EXPECT_EQ(LuTimeMultiplyByFloat64(exact(1, 3), 0.5), rounded(166666667, 1000000000));  // the time was rounded first
     EXPECT_EQ(LuTimeMakeWithSeconds(2.5, 1), rounded(2, 1));
-    EXPECT_EQ(LuTimeMakeWithSeconds(-2.5, 2), exact(-5, 2));
-    EXPECT_EQ(LuTimeMakeWithSeconds(0x1p62, 600), exact(kMax, 2));  // value over timescale in doubles is 2^62 again
-    EXPECT_EQ(LuTimeMakeWithSeconds(-kInfinity, 600), kLuTimeNegativeInfinity);
     EXPECT_EQ(LuTimeAbsoluteValue(exact(-7, 2, -1)), exact(7, 2, -1));
     EXPECT_EQ(LuTimeAbsoluteValue(exact(kMin, 1)), exact(kMax, 1));
 }

@@ -2,9 +2,9 @@
 #include <pthread.h>
 
 #include "DataIO/TavByteStreams/TavByteStream.h"
-#include "Foundation/Values/ZoData.h"
 #include "Platform/Common/CommonThread.h"
 #include "Tests/Support/FakeByteStream.h"
+#include "Tests/Support/Objects.h"
 #include "Utilities/TavDigestSHA1.h"
 
 using namespace luvia_test;
@@ -15,9 +15,7 @@ std::string digestOf(FakeByteStream& stream, OSStatus* statusOut)
 {
     ZoRef<ZoDataRef> digest;
     *statusOut = TavByteStreamCopySHA1Digest(stream.get(), digest.outParam());
-    if (!digest) return "";
-    return std::string(reinterpret_cast<const char*>(ZoDataGetBytePtr(digest.get())),
-                       static_cast<size_t>(ZoDataGetLength(digest.get())));
+    return digest ? bytesOf(digest.get()) : "";
 }
 
 TEST(ByteStreamDigest, goesOverTheWholeStreamHoweverItReads)

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "Platform/Common/CommonThreadPrivate.h"
-#include "Platform/Common/TavNote.h"
 #include "Tests/Support/HandOver.h"
 #include "Tests/Support/SignalProbe.h"
 
@@ -255,28 +252,6 @@ TEST(AbortList, sharedQueuesAreNotMadeAbortable)
     EXPECT_EQ(TavThreadMakeDispatchQueueAbortable(dispatch_get_main_queue()), kTavThreadParamErr);
     EXPECT_EQ(TavThreadMakeDispatchQueueAbortable(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0)),
               kTavThreadParamErr);
-}
-
-TEST(AbortList, itsTraceTellsWhatBecomesOfEntries)
-{
-    const ZoStringRef application = ZOSTR(kTavApplicationID), key = ZOSTR("tavcommonthread_trace");
-    Call action = [] {};
-    TavThreadAbortActionToken token = nullptr;
-    TavThreadLockAbortList();  // the first use of the list makes the note known
-    TavThreadUnlockAbortList();
-    const int32_t control = std::exchange(gTavLogControl, kTavLogControl_StandardError);
-    testing::internal::CaptureStderr();
-    for (const int32_t traces : {0, 1}) {
-        EXPECT_EQ(TavNote_ChangeValue(application, key, traces), 0);
-        EXPECT_EQ(registerCall(action, &token), 0);
-        EXPECT_EQ(TavThreadUnregisterAbortAction(token), 0);
-    }
-    const std::string lines = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2) << lines;
-    EXPECT_NE(lines.find("New Entry 0x"), std::string::npos) << lines;
-    EXPECT_NE(lines.find(" removed and freed\n"), std::string::npos) << lines;
-    EXPECT_EQ(TavNote_ChangeValue(application, key, 0), 0);
-    gTavLogControl = control;
 }
 
 }  // namespace

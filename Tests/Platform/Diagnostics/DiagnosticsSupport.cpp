@@ -10,6 +10,8 @@
 #include <iterator>
 #include <mutex>
 
+#include "Tests/Support/Objects.h"
+
 static std::mutex sSyslogMutex;
 static std::vector<std::pair<int, std::string>> sSyslog;
 
@@ -84,22 +86,12 @@ std::string contentsOf(const std::string& path)
 
 void setPreference(ZoStringRef key, ZoTypeRef value)
 {
-    const void* keys[] = {key};
-    const void* values[] = {value};
-    const auto pair = zoAdopt(
-        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    TavNote_SetPreferences(ZOSTR(kTavApplicationID), pair.get());
+    TavNote_SetPreferences(ZOSTR(kTavApplicationID), dictionary({{key, value}}).get());
 }
 
-void setPreference(ZoStringRef key, const char* text)
-{
-    setPreference(key, zoAdopt(ZoStringCreateWithCString(nullptr, text, kZoStringEncodingUTF8)).get());
-}
+void setPreference(ZoStringRef key, const char* text) { setPreference(key, str(text).get()); }
 
-void setPreference(ZoStringRef key, int64_t number)
-{
-    setPreference(key, zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &number)).get());
-}
+void setPreference(ZoStringRef key, int64_t value) { setPreference(key, number(value).get()); }
 
 LogDestination::LogDestination(const char* destination) { setPreference(ZOSTR("tav_notes"), destination); }
 LogDestination::~LogDestination() { setPreference(ZOSTR("tav_notes"), "off"); }

@@ -40,6 +40,20 @@ std::string takeBlockBuffer()
     return text;
 }
 
+// What the call writes to standard error.
+template <typename Call>
+std::string writtenBy(Call call)
+{
+    testing::internal::CaptureStderr();
+    call();
+    return testing::internal::GetCapturedStderr();
+}
+
+void logLines(int count)  // of 1,000 bytes
+{
+    for (int i = 0; i < count; ++i) tav_log(1, kNoStamp, 0, 0, "%s", std::string(999, 'z').c_str());
+}
+
 class ExternalLog : public ::testing::Test {
 protected:
     ExternalLog()
@@ -92,11 +106,12 @@ TEST(Log, goesWhereItIsSent)
 {
     {
         LogDestination destination("stderr");
-        testing::internal::CaptureStderr();
-        tav_log(1, kNoStamp, 0, 0, "one %{public}d", 1);
-        tav_log_Zo1(1, kNoStamp, 0, 0, "two %@", ZOSTR("objects"));
-        tav_log(1, kNoStamp, 0, 0, "");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "one 1\ntwo objects\n\n");
+        EXPECT_EQ(writtenBy([] {
+                      tav_log(1, kNoStamp, 0, 0, "one %{public}d", 1);
+                      tav_log_Zo1(1, kNoStamp, 0, 0, "two %@", ZOSTR("objects"));
+                      tav_log(1, kNoStamp, 0, 0, "");
+                  }),
+                  "one 1\ntwo objects\n\n");
     }
     {
         LogDestination destination("stdout");
@@ -127,9 +142,7 @@ TEST(Log, goesWhereItIsSent)
     {
         LogDestination destination("ring");
         EXPECT_FALSE(zoAdopt(TavNote_CopyAndClearNoteBBuf())) << "nothing but with the block buffer";
-        testing::internal::CaptureStderr();
-        tav_log(1, kNoStamp, 0, 0, "formatted and dropped");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        EXPECT_EQ(writtenBy([] { tav_log(1, kNoStamp, 0, 0, "formatted and dropped"); }), "");
     }
     // Off: no argument is touched.
     LogDestination destination("off");
@@ -160,9 +173,7 @@ TEST(Log, writesTimeStampsAsAsked)
          {Row{kTavLogFlag_LocalTime, R"(\[\d\d:\d\d:\d\d\.\d\d\d\] x\n)"},
           Row{kTavLogFlag_TimeSinceStart, R"(\[\d\d:\d\d\.\d{6}\] x\n)"}, Row{kTavLogFlag_Blank, R"(\[ \] x\n)"},
           Row{kTavLogFlag_LocalTime | 4, R"(\[\d\d:\d\d:\d\d\.\d\d\d\] x\n)"}}) {
-        testing::internal::CaptureStderr();
-        tav_log(1, row.flags, 0, 0, "x");
-        const std::string line = testing::internal::GetCapturedStderr();
+        const std::string line = writtenBy([&] { tav_log(1, row.flags, 0, 0, "x"); });
         EXPECT_TRUE(std::regex_match(line, std::regex(row.pattern))) << line;
     }
 }
@@ -172,14 +183,10 @@ TEST(Log, neverCutsALongLine)
     LogDestination destination("stderr");
     for (size_t length : {1534, 1535, 1536, 1537, 20000}) {
         const std::string text(length, 'y');
-        testing::internal::CaptureStderr();
-        tav_log(1, kNoStamp, 0, 0, "%s", text.c_str());
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), text + "\n") << length;
+        EXPECT_EQ(writtenBy([&] { tav_log(1, kNoStamp, 0, 0, "%s", text.c_str()); }), text + "\n") << length;
     }
     const std::string format = std::string(509, 'f') + "%d%d";  // the second conversion is cut off
-    testing::internal::CaptureStderr();
-    tav_log(1, kNoStamp, 0, 0, format.c_str(), 5, 6);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(509, 'f') + "5\n");
+    EXPECT_EQ(writtenBy([&] { tav_log(1, kNoStamp, 0, 0, format.c_str(), 5, 6); }), std::string(509, 'f') + "5\n");
 }
 
 TEST_F(ExternalLog, beginsWithItsBannerAndGoesOnBehindWhatIsThere)
@@ -200,10 +207,9 @@ TEST_F(ExternalLog, startsAfreshPastItsLimit)
 {
     setPreference(ZOSTR("tav_notes_log_limit"), "1000");  // raised to 65536
     open();
-    const std::string line(999, 'z');
-    for (int i = 0; i < 64; ++i) tav_log(1, kNoStamp, 0, 0, "%s", line.c_str());
+    logLines(64);
     EXPECT_EQ(linesOf(contentsOf(path_)).size(), 64u) << "64,000 bytes and a banner are within the limit";
-    for (int i = 0; i < 3; ++i) tav_log(1, kNoStamp, 0, 0, "%s", line.c_str());
+    logLines(3);
     const std::string contents = contentsOf(path_);
     EXPECT_EQ(contents.find("\n\n\n=== New Log"), 0u);
     EXPECT_LT(linesOf(contents).size(), 3u);
@@ -219,13 +225,6 @@ TEST_F(ExternalLog, countsWhatTheFileHeldBefore)
     tav_log(1, kNoStamp, 0, 0, "the line that is too much");
     EXPECT_EQ(contentsOf(path_).find('o' + std::string("oo")), std::string::npos);
     EXPECT_TRUE(linesOf(contentsOf(path_)).empty());
-}
-
-TEST_F(ExternalLog, fallsBackOnTheSystemLogWhereItCannotBeOpened)
-{
-    setPreference(ZOSTR("tav_notes_log"), "/nonexistent/folder/tav.log");
-    open();
-    EXPECT_EQ(gTavLogControl, kTavLogControl_Syslog);
 }
 
 // A full disk loses lines and nothing else: the destination stays, and the next file gets what comes then.
@@ -283,7 +282,7 @@ TEST_F(ExternalLog, removesOnlyWhatItHasOpen)
 {
     const std::string link = path_ + ".link", moved = path_ + ".moved";
     const auto contentsAfterTheLimit = [&](const std::string& path) {
-        for (int i = 0; i < 70; ++i) tav_log(1, kNoStamp, 0, 0, "%s", std::string(999, 'z').c_str());
+        logLines(70);
         return linesOf(contentsOf(path)).size();
     };
     ASSERT_EQ(symlink(path_.c_str(), link.c_str()), 0);
@@ -306,7 +305,7 @@ TEST_F(ExternalLog, hasAPublicName)
     setPreference(ZOSTR("tav_notes"), "public");
     ASSERT_EQ(gTavLogControl, kTavLogControl_ExternalFile);
     std::ofstream(path_) << "not the public one\n";
-    for (int i = 0; i < 70; ++i) tav_log(1, kNoStamp, 0, 0, "%s", std::string(999, 'z').c_str());
+    logLines(70);
     EXPECT_EQ(contentsOf(path_), "not the public one\n");
     int found = 0;
     for (const auto& descriptor :

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "Foundation/Collections/ZoArray.h"
 #include "Tests/Platform/Diagnostics/DiagnosticsSupport.h"
+#include "Tests/Support/Objects.h"
 
 namespace {
 
-using luvia_test::setPreference;
+using namespace luvia_test;
 
 // A key of its own for each case: the registry only grows.
 ZoRef<ZoStringRef> newKey()
@@ -23,11 +23,6 @@ TavNote* newNote(ZoStringRef key, int32_t defaultValue)
                                                       defaultValue, nullptr, &emitter);
     EXPECT_EQ(emitter, 0u);
     return note;
-}
-
-ZoRef<ZoStringRef> text(const char* value)
-{
-    return zoAdopt(ZoStringCreateWithCString(nullptr, value, kZoStringEncodingUTF8));
 }
 
 TEST(Notes, readWhatThePreferencesSay)
@@ -53,8 +48,8 @@ TEST(Notes, readWhatThePreferencesSay)
     EXPECT_EQ(*note, 1);
     setPreference(key.get(), kZoBooleanFalse);
     EXPECT_EQ(*note, 0);
-    const auto array = zoAdopt(ZoArrayCreate(nullptr, nullptr, 0, &kZoTypeArrayCallBacks));
-    setPreference(key.get(), array.get());
+    const auto list = array();
+    setPreference(key.get(), list.get());
     EXPECT_EQ(*note, 3) << "another type leaves the default";
     setPreference(key.get(), int64_t{0});  // or each later refresh would complain again
 }
@@ -82,20 +77,15 @@ TEST(Notes, changeTogetherUnderOneKey)
     EXPECT_EQ(TavNote_ChangeValue(ZOSTR(kTavApplicationID), key.get(), 9), 0);
     EXPECT_TRUE(*a == 9 && *b == 9);
     // The same variable again changes nothing, whatever the store says by now.
-    const void* keys[] = {key.get()};
-    const int64_t five = 5;
-    const auto number = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &five));
-    const void* values[] = {number.get()};
-    const auto pair = zoAdopt(
-        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    const auto pair = dictionary({{key.get(), number(5).get()}});
     ZoPreferencesSetMultiple(pair.get(), nullptr, ZOSTR(kTavApplicationID), kZoPreferencesCurrentUser,
                              kZoPreferencesAnyHost);
     tav_note_initialize_category_with_default_work_Zo(a, key.get(), ZOSTR(kTavApplicationID), nullptr, nullptr, 1,
                                                       nullptr, nullptr);
     EXPECT_EQ(*a, 9);
     for (const auto& [id, name] : {std::pair{"com.nobody", "x"}, std::pair{kTavApplicationID, "no_such_note"}}) {
-        EXPECT_EQ(TavNote_ChangeValue(text(id).get(), text(name).get(), 1), kTavNoteError_UnknownName);
-        EXPECT_EQ(TavNote_GetValue(text(id).get(), text(name).get(), &value), kTavNoteError_UnknownName);
+        EXPECT_EQ(TavNote_ChangeValue(str(id).get(), str(name).get(), 1), kTavNoteError_UnknownName);
+        EXPECT_EQ(TavNote_GetValue(str(id).get(), str(name).get(), &value), kTavNoteError_UnknownName);
     }
 }
 
@@ -108,14 +98,9 @@ TEST(Notes, tellTheirKeysInOrder)
     tav_note_initialize_with_default_work(&sNotes[2], "mole", id, 6);
     EXPECT_EQ(sNotes[2], 6);
     ZoRef<ZoArrayRef> keys;
-    ASSERT_EQ(TavNote_CopyKeys(text(id).get(), keys.outParam()), 0);
-    ASSERT_EQ(ZoArrayGetCount(keys.get()), 3);
-    for (ZoIndex i = 0; i < 3; ++i)
-        EXPECT_TRUE(ZoEqual(ZoArrayGetValueAtIndex(keys.get(), i), text(i == 0   ? "ant"
-                                                                        : i == 1 ? "mole"
-                                                                                 : "zebra")
-                                                                       .get()));
-    EXPECT_EQ(TavNote_CopyKeys(text("com.nobody").get(), keys.outParam()), kTavNoteError_UnknownName);
+    ASSERT_EQ(TavNote_CopyKeys(str(id).get(), keys.outParam()), 0);
+    EXPECT_TRUE(ZoEqual(keys.get(), array({ZOSTR("ant"), ZOSTR("mole"), ZOSTR("zebra")}).get()));
+    EXPECT_EQ(TavNote_CopyKeys(str("com.nobody").get(), keys.outParam()), kTavNoteError_UnknownName);
     EXPECT_FALSE(keys);
 }
 
@@ -139,8 +124,8 @@ TEST(LogControl, followsItsPreference)
     setPreference(ZOSTR("tav_notes"), kZoBooleanTrue);
     EXPECT_EQ(gTavLogControl, kTavLogControl_Syslog);
     luvia_test::takeSyslog();
-    const auto array = zoAdopt(ZoArrayCreate(nullptr, nullptr, 0, &kZoTypeArrayCallBacks));
-    setPreference(ZOSTR("tav_notes"), array.get());
+    const auto list = array();
+    setPreference(ZOSTR("tav_notes"), list.get());
     EXPECT_EQ(gTavLogControl, kTavLogControl_Syslog) << "the destination stays";
     const auto complaint = luvia_test::takeSyslog();
     ASSERT_FALSE(complaint.empty());

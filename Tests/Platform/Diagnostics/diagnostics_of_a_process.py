@@ -67,14 +67,6 @@ class Diagnostics(unittest.TestCase):
         process.refresh_until([0, 1])
         self.assertEqual(process.end()[0], 0)
 
-    def test_lines_reach_the_file_that_a_user_names(self):
-        log = pathlib.Path(self.folder.name) / "my.log"
-        store(self.folder.name, tav_notes="external", tav_notes_log=str(log), tav_notes_log_limit=100000)
-        process = Process(self.folder.name)
-        self.assertEqual(process.ask("fail")[1], 4)
-        self.assertEqual(process.end()[0], 0)
-        self.assertIn("(Tav) main signalled err=-16682 (kTavNoteError_UnknownName) (asked for) at ", log.read_text())
-
     def test_long_lines_of_several_processes_do_not_tear(self):
         log = pathlib.Path(self.folder.name) / "shared.log"
         store(self.folder.name, tav_notes="external", tav_notes_log=str(log))

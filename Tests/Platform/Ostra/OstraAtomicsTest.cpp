@@ -10,17 +10,9 @@ TEST(OstraAtomics, giveTheNewValueAndTheOldWhereNamedSo)
     EXPECT_EQ(TavAtomicIncrement32(&word32), INT32_MIN);
     EXPECT_EQ(TavAtomicDecrement32(&word32), INT32_MAX);
     EXPECT_EQ(TavAtomicAdd32(-INT32_MAX + 5, &word32), 5);
-    int64_t word64 = UINT32_MAX;
-    EXPECT_EQ(TavAtomicIncrement64(&word64), INT64_C(0x100000000));
-    EXPECT_EQ(TavAtomicDecrement64(&word64), INT64_C(0xFFFFFFFF));
-
     uint32_t bits = 0xF0;
-    EXPECT_EQ(TavAtomicBitOr32(0x0F, &bits), 0xFFu);
-    EXPECT_EQ(TavAtomicBitAnd32(0x3C, &bits), 0x3Cu);
-    EXPECT_EQ(TavAtomicBitXor32(0xFF, &bits), 0xC3u);
-    EXPECT_EQ(TavAtomicBitOr32Orig(0x0C, &bits), 0xC3u);
-    EXPECT_EQ(TavAtomicBitAnd32Orig(0xF0, &bits), 0xCFu);
-    EXPECT_EQ(TavAtomicBitXor32Orig(0xFF, &bits), 0xC0u);
+    EXPECT_EQ(TavAtomicBitXor32(0xFF, &bits), 0x0Fu);
+    EXPECT_EQ(TavAtomicBitOr32Orig(0x30, &bits), 0x0Fu);
     EXPECT_EQ(bits, 0x3Fu);
 
     EXPECT_FALSE(TavAtomicCompareAndSwap32(6, 9, &word32));

@@ -6,26 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/HandOver.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
-using luvia_test::HandOver;
-using luvia_test::SignalProbe;
+using namespace luvia_test;
 
 namespace {
-
-ZoRef<ZoNumberRef> number(int32_t value) { return zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &value)); }
-
-ZoRef<ZoDictionaryRef> options(ZoStringRef key, ZoTypeRef value)
-{
-    const void* keys[] = {key};
-    const void* values[] = {value};
-    return zoAdopt(
-        ZoDictionaryCreate(nullptr, keys, values, 1, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-}
 
 void* giveBack(void* refcon) { return refcon; }
 
@@ -107,7 +94,7 @@ Seen seenWith(ZoStringRef key, ZoTypeRef value)
 {
     Seen seen = {};
     TavThreadID thread = kTavThreadInvalidID;
-    EXPECT_EQ(TavThreadCreate(look, &seen, 0, true, options(key, value).get(), &thread), 0);
+    EXPECT_EQ(TavThreadCreate(look, &seen, 0, true, dictionary({{key, value}}).get(), &thread), 0);
     EXPECT_EQ(TavThreadJoin(thread, nullptr), 0);
     return seen;
 }
@@ -116,10 +103,8 @@ TEST(OstraThread, hasItsNameBeforeItsProcRuns)
 {
     EXPECT_STREQ(seenWith(kTavThreadCreateKey_Identifier, ZOSTR("worker")).name, "worker");
     EXPECT_STREQ(seenWith(kTavThreadCreateKey_Identifier, ZOSTR("com.orvane.luvia.worker")).name, "com.orvane.luvi");
-    const auto accented = zoAdopt(ZoStringCreateWithCString(nullptr, "caf\xc3\xa9", kZoStringEncodingUTF8));
-    EXPECT_STREQ(seenWith(kTavThreadCreateKey_Identifier, accented.get()).name, "caf?");
-    const std::string longText(1000, 'x');
-    const auto longName = zoAdopt(ZoStringCreateWithCString(nullptr, longText.c_str(), kZoStringEncodingASCII));
+    EXPECT_STREQ(seenWith(kTavThreadCreateKey_Identifier, str("caf\u00e9").get()).name, "caf?");
+    const auto longName = str(std::string(1000, 'x'));
     EXPECT_EQ(std::string(seenWith(kTavThreadCreateKey_Identifier, longName.get()).name), std::string(15, 'x'));
     EXPECT_STRNE(seenWith(kTavThreadCreateKey_Identifier, number(5).get()).name, "5");
 }

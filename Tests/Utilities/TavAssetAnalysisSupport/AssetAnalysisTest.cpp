@@ -2,12 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Foundation/Collections/ZoArray.h"
-#include "Foundation/Collections/ZoDictionary.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoNumber.h"
 #include "Tests/Support/FailingAllocator.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
@@ -15,7 +11,7 @@ using namespace luvia_test;
 namespace {
 
 using Reporter = ZoRef<TavAssetAnalysisReporterRef>;
-using Message = ZoRef<ZoDictionaryRef>;
+using Message = ZoRef<ZoMutableDictionaryRef>;
 
 Reporter makeReporter()
 {
@@ -26,15 +22,10 @@ Reporter makeReporter()
 
 Message message(ZoStringRef text, int trackID = 0)
 {
-    const auto out =
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks);
-    const auto set = [out](ZoStringRef key, int32_t value) {
-        ZoDictionarySetValue(out, key, zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &value)).get());
-    };
-    set(kTavAssetAnalysisKey_AnalysisType, LU_FOURCC('a', 't', 'o', 'm'));
-    if (trackID != 0) set(kTavAssetAnalysisMovieMessageKey_TrackID, trackID);
-    if (text) ZoDictionarySetValue(out, kTavAssetAnalysisKey_DiagnosticInformation, text);
-    return Message::adopt(out);
+    Message out = dictionary({{kTavAssetAnalysisKey_AnalysisType, number(LU_FOURCC('a', 't', 'o', 'm')).get()}});
+    if (trackID != 0) ZoDictionarySetValue(out.get(), kTavAssetAnalysisMovieMessageKey_TrackID, number(trackID).get());
+    if (text) ZoDictionarySetValue(out.get(), kTavAssetAnalysisKey_DiagnosticInformation, text);
+    return out;
 }
 
 ZoRef<ZoArrayRef> messagesOf(const Reporter& reporter)
@@ -59,32 +50,24 @@ int64_t numberIn(ZoDictionaryRef dictionary, ZoStringRef key)
 TEST(AssetAnalysisReporter, refusesWhatIsNoMessage)
 {
     const auto reporter = makeReporter();
-    const Message good = message(ZOSTR("text"));
     const Message bare = message(nullptr);
-    const ZoStringRef keys[] = {ZOSTR("a"), ZOSTR("b")};
-    const auto untyped =
-        zoAdopt(ZoDictionaryCreate(nullptr, reinterpret_cast<const void**>(const_cast<ZoStringRef*>(keys)),
-                                   reinterpret_cast<const void**>(const_cast<ZoStringRef*>(keys)), 2,
-                                   &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
+    const Message untyped = dictionary({{ZOSTR("a"), ZOSTR("a")}, {ZOSTR("b"), ZOSTR("b")}});
     struct Row {
-        TavAssetAnalysisReporterRef reporter;
         ZoDictionaryRef message;
         const char* text;
     };
-    const Row rows[] = {
-        {nullptr, good.get(), "NULL reporter"},
-        {reporter.get(), nullptr, "NULL messageDict"},
-        {reporter.get(), bare.get(), "Empty messageDict"},
-        {reporter.get(), untyped.get(), "messageDict must contain kTavAssetAnalysisKey_AnalysisType"},
-    };
+    const Row rows[] = {{bare.get(), "Empty messageDict"},
+                        {untyped.get(), "messageDict must contain kTavAssetAnalysisKey_AnalysisType"}};
     for (const Row& row : rows) {
         SignalProbe probe;
-        EXPECT_EQ(TavAssetAnalysisReporterAddMessage(row.reporter, row.message), -17751);
-        EXPECT_EQ(TavAssetAnalysisReporterEditAndAppendMessage(row.reporter, row.message, 1), -17751);
-        EXPECT_EQ(TavAssetAnalysisReporterEditAndCombineMessage(row.reporter, row.message), -17751);
+        EXPECT_EQ(TavAssetAnalysisReporterAddMessage(reporter.get(), row.message), -17751);
+        EXPECT_EQ(TavAssetAnalysisReporterEditAndAppendMessage(reporter.get(), row.message, 1), -17751);
+        EXPECT_EQ(TavAssetAnalysisReporterEditAndCombineMessage(reporter.get(), row.message), -17751);
         EXPECT_EQ(probe.message(), row.text);
         EXPECT_EQ(probe.subsystem(), "<<< TavAssetAnalysis >>>");
     }
+    EXPECT_EQ(TavAssetAnalysisReporterAddMessage(nullptr, message(ZOSTR("text")).get()), -17751);
+    EXPECT_EQ(TavAssetAnalysisReporterAddMessage(reporter.get(), nullptr), -17751);
     EXPECT_EQ(ZoArrayGetCount(messagesOf(reporter).get()), 0);
 }
 
@@ -110,8 +93,7 @@ TEST(AssetAnalysisReporter, foldsMessagesIntoTheNewest)
     EXPECT_EQ(nestedIn(newest), 2);
     EXPECT_EQ(nestedIn(only(afterOne)), 1) << "what was given out does not change";
     EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(only(snapshot), kTavAssetAnalysisKey_DiagnosticInformation), ZOSTR("B")));
-    const auto description = zoAdopt(ZoCopyDescription(reporter.get()));
-    EXPECT_TRUE(ZoEqual(description.get(), ZOSTR("TavAssetAnalysisReporter 1 messages")));
+    EXPECT_EQ(textOf(ZoCopyDescription(reporter.get())), "TavAssetAnalysisReporter 1 messages");
 }
 
 // A step that could not be done whole is not done.

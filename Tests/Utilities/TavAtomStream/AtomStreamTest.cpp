@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/Core/TavBlockBuffer/Pieces.h"
 #include "Tests/Support/AtomBuilder.h"
 #include "Tests/Support/AtomTranscript.h"
 #include "Tests/Support/FakeByteStream.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
@@ -115,13 +117,9 @@ TEST(AtomStream, reportsWholeMessages)
     ASSERT_EQ(ZoArrayGetCount(messages.get()), 1);
     const auto message = static_cast<ZoDictionaryRef>(ZoArrayGetValueAtIndex(messages.get(), 0));
     EXPECT_EQ(ZoDictionaryGetCount(message), 4);
-    const auto numberIn = [message](ZoStringRef key) {
-        int32_t value = 0;
-        ZoNumberGetValue(static_cast<ZoNumberRef>(ZoDictionaryGetValue(message, key)), kZoNumberSInt32Type, &value);
-        return static_cast<OSType>(value);
-    };
-    EXPECT_EQ(numberIn(kTavAssetAnalysisAtomStreamMessageKey_AtomType), fourCC("mdat"));
-    EXPECT_EQ(numberIn(kTavAssetAnalysisKey_AnalysisType), fourCC("atom"));
+    for (const auto& [key, code] : {std::pair{kTavAssetAnalysisAtomStreamMessageKey_AtomType, fourCC("mdat")},
+                                    {kTavAssetAnalysisKey_AnalysisType, fourCC("atom")}})
+        EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(message, key), number(static_cast<int32_t>(code)).get()));
 }
 
 TEST_P(AtomStreamOnEverySource, letsSizeZeroRunToTheEndAtTopLevelOnly)
@@ -302,9 +300,7 @@ TEST(AtomStream, keepsItsPlaceInNestedBuffers)
         ZoRef<LuBlockBufferRef> part;
         LuBlockBufferCreateEmpty(nullptr, 2, 0, part.outParam());
         for (size_t in = at; in < std::min(at + 100, bytes.size()); in += 5) {
-            ZoRef<LuBlockBufferRef> piece;
-            TavCreateBlockBufferCopyingMemoryBlock(nullptr, bytes.data() + in, std::min<size_t>(5, bytes.size() - in),
-                                                   piece.outParam());
+            const auto piece = memory(bytes.substr(in, 5));
             LuBlockBufferAppendBufferReference(part.get(), piece.get(), 0, 0, kLuBlockBufferDontOptimizeDepthFlag);
         }
         LuBlockBufferAppendBufferReference(nested.get(), part.get(), 0, 0, kLuBlockBufferDontOptimizeDepthFlag);
@@ -347,20 +343,20 @@ TEST(AtomStream, readsSingleHeaders)
         {"too small", atomHeader(7, "mdat"), kTavAtomStream_BadLengthInAtom, 7, 8},
     };
     for (const Row& row : rows) {
-        ZoRef<LuBlockBufferRef> buffer;
-        TavCreateBlockBufferCopyingMemoryBlock(nullptr, row.bytes.data(), row.bytes.size(), buffer.outParam());
+        const auto buffer = memory(row.bytes);
         FakeByteStream fake(row.bytes);
-        OSType type = 1;
-        int64_t size = -1;
-        size_t headerSize = 99;
-        EXPECT_EQ(TavAtomUtilityGetAtomTypeAndLengthInBBuf(buffer.get(), 0, &type, &size, &headerSize), row.status);
-        EXPECT_EQ(size, row.size) << row.what;
-        EXPECT_EQ(headerSize, row.headerSize) << row.what;
-        SignalProbe probe;
-        EXPECT_EQ(TavAtomUtilityGetAtomTypeAndLengthInByteStream(fake.get(), 0, &type, &size, &headerSize), row.status);
-        EXPECT_EQ(size, row.size) << row.what;
-        EXPECT_EQ(headerSize, row.headerSize) << row.what;
-        EXPECT_EQ(probe.count(), 0u) << row.what << ": the stream form is silent";
+        for (const bool isStream : {false, true}) {
+            OSType type = 1;
+            int64_t size = -1;
+            size_t headerSize = 99;
+            SignalProbe probe;
+            EXPECT_EQ(isStream
+                          ? TavAtomUtilityGetAtomTypeAndLengthInByteStream(fake.get(), 0, &type, &size, &headerSize)
+                          : TavAtomUtilityGetAtomTypeAndLengthInBBuf(buffer.get(), 0, &type, &size, &headerSize),
+                      row.status);
+            EXPECT_TRUE(size == row.size && headerSize == row.headerSize) << row.what;
+            EXPECT_TRUE(!isStream || probe.count() == 0) << row.what << ": the stream form is silent";
+        }
     }
     FakeByteStream fake(atom("free"));
     SignalProbe probe;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/Core/TavBlockBuffer/Pieces.h"
 #include "Tests/Support/AtomBuilder.h"
-#include "Tests/Support/AtomTranscript.h"
 #include "Tests/Support/FakeByteStream.h"
 #include "Tests/Support/SignalProbe.h"
 
@@ -13,24 +13,6 @@ namespace {
 
 const std::string kUUID = "0123456789abcdef";
 
-ZoRef<LuBlockBufferRef> emptyBuffer()
-{
-    ZoRef<LuBlockBufferRef> buffer;
-    LuBlockBufferCreateEmpty(nullptr, 4, 0, buffer.outParam());
-    return buffer;
-}
-ZoRef<LuBlockBufferRef> bufferOf(const std::string& bytes)
-{
-    ZoRef<LuBlockBufferRef> buffer;
-    TavCreateBlockBufferCopyingMemoryBlock(nullptr, bytes.data(), bytes.size(), buffer.outParam());
-    return buffer;
-}
-std::string textOf(LuBlockBufferRef buffer)
-{
-    std::string text(LuBlockBufferGetDataLength(buffer), '?');
-    if (!text.empty()) LuBlockBufferCopyDataBytes(buffer, 0, text.size(), text.data());
-    return text;
-}
 OSStatus append(TavAtomWriter* writer, const std::string& bytes)
 {
     return TavAtomWriterAppendData(writer, bytes.data(), bytes.size());
@@ -51,7 +33,7 @@ OSStatus writeOneOfEach(TavAtomWriter* top)
     TAV_TRY(TavAtomWriterEndAtom(&grandchild));
     TAV_TRY(TavAtomWriterEndAtom(&child));
     TAV_TRY(TavAtomWriterBeginUUIDAtom(&child, reinterpret_cast<const uint8_t*>(kUUID.data()), false));
-    const auto data = bufferOf("..data..");
+    const auto data = memory("..data..");
     TAV_TRY(TavAtomWriterAppendBlockBufferData(&child, data.get(), 2, 4));
     TAV_TRY(TavAtomWriterEndAtom(&child));
     TAV_TRY(TavAtomWriterEndAtom(top));
@@ -64,13 +46,13 @@ const std::string kOneOfEach =
 
 TEST(AtomWriter, writesEveryFormBehindWhatIsThere)
 {
-    const auto buffer = emptyBuffer();
-    const auto before = bufferOf("before");
+    const auto buffer = bufferOf({});
+    const auto before = memory("before");
     LuBlockBufferAppendBufferReference(buffer.get(), before.get(), 0, 0, 0);
     TavAtomWriter writer;
     ASSERT_EQ(TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer), 0);
     EXPECT_EQ(writeOneOfEach(&writer), 0);
-    EXPECT_EQ(textOf(buffer.get()), "before" + kOneOfEach);
+    EXPECT_EQ(textOf(buffer), "before" + kOneOfEach);
     EXPECT_EQ(writer.atomOffset, static_cast<int64_t>(LuBlockBufferGetDataLength(buffer.get())));
 
     FakeByteStream stream("before");
@@ -125,7 +107,7 @@ TEST(AtomWriter, endsAlsoWhereTheSizeCannotBeWritten)
 
 TEST(AtomWriter, keepsTheOrderOfCalls)
 {
-    const auto buffer = emptyBuffer();
+    const auto buffer = bufferOf({});
     TavAtomWriter writer, child;
     TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
     int64_t number = 0;
@@ -159,7 +141,7 @@ TEST(AtomWriter, keepsTheOrderOfCalls)
 // A child that outlives an atom of its parent goes on with the parent's next one, behind what that has of its own.
 TEST(AtomWriter, letsAChildServeTwoAtoms)
 {
-    const auto buffer = emptyBuffer();
+    const auto buffer = bufferOf({});
     TavAtomWriter writer, child;
     TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
     TavAtomWriterBeginAtom(&writer, fourCC("aaaa"), false);
@@ -170,13 +152,13 @@ TEST(AtomWriter, letsAChildServeTwoAtoms)
     EXPECT_EQ(TavAtomWriterBeginAtom(&child, fourCC("cccc"), false), 0);
     EXPECT_EQ(TavAtomWriterEndAtom(&child), 0);
     EXPECT_EQ(TavAtomWriterEndAtom(&writer), 0);
-    EXPECT_EQ(textOf(buffer.get()), atom("aaaa") + atom("bbbb", "own" + atom("cccc")));
+    EXPECT_EQ(textOf(buffer), atom("aaaa") + atom("bbbb", "own" + atom("cccc")));
 }
 
 TEST(AtomWriter, refersToBlockBuffersInsteadOfCopying)
 {
-    const auto buffer = emptyBuffer();
-    const auto data = bufferOf("payload");
+    const auto buffer = bufferOf({});
+    const auto data = memory("payload");
     TavAtomWriter writer;
     TavAtomWriterInitWithBlockBuffer(buffer.get(), &writer);
     TavAtomWriterBeginAtom(&writer, fourCC("mdat"), false);
@@ -186,7 +168,7 @@ TEST(AtomWriter, refersToBlockBuffersInsteadOfCopying)
     LuBlockBufferGetDataPointer(data.get(), 1, nullptr, nullptr, &original);
     LuBlockBufferGetDataPointer(buffer.get(), 8, nullptr, nullptr, &written);
     EXPECT_EQ(written, original);
-    EXPECT_EQ(textOf(buffer.get()), atom("mdat", "ayloa"));
+    EXPECT_EQ(textOf(buffer), atom("mdat", "ayloa"));
 }
 
 }  // namespace

@@ -5,9 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "Foundation/Text/ZoString.h"
-#include "Foundation/Values/ZoData.h"
 #include "Tests/Core/TavBlockBuffer/Pieces.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
 using namespace luvia_test;
@@ -24,7 +23,6 @@ TEST(BlockBufferCompare, ordersByLengthThenBytes)
     }
     const Row rows[] = {
         {bufferOf({"abc", "def", "g"}), bufferOf({"a", "bcdef", "g"}), 0},
-        {bufferOf({"abc", "dxf"}), bufferOf({"abcd", "ef"}), 1},
         {bufferOf({"abc", "d\x7f"}), bufferOf({"abcd", "\x80"}), -1},
         {bufferOf({"b"}), bufferOf({"aa"}), -1},
         {bufferOf({}), Buffer(), 0},
@@ -48,14 +46,13 @@ TEST(BlockBufferSharing, dataStandsOnTheBuffersBytesAndKeepsThem)
     buffer.reset();
     EXPECT_EQ(ZoDataGetBytePtr(whole.get()), reinterpret_cast<uint8_t*>(bytes));
     EXPECT_EQ(ZoDataGetLength(whole.get()), 4);
-    EXPECT_EQ(ZoDataGetLength(part.get()), 2);
     whole.reset();
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ZoDataGetBytePtr(part.get())), 2), "or");
+    EXPECT_EQ(bytesOf(part.get()), "or");
 }
 
 TEST(BlockBufferSharing, buffersStandOnTheBytesOfDataAndStrings)
 {
-    ZoRef<ZoDataRef> data = zoAdopt(ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>("0123456789"), 10));
+    auto data = dataOf("0123456789");
     const uint8_t* dataBytes = ZoDataGetBytePtr(data.get());
     Buffer tail, part, text, copied, converted;
     ASSERT_EQ(TavCreateBlockBufferWithZoDataNoCopy(nullptr, data.get(), 7, 0, tail.outParam()), 0);
@@ -70,11 +67,9 @@ TEST(BlockBufferSharing, buffersStandOnTheBytesOfDataAndStrings)
     ASSERT_EQ(TavCreateBlockBufferWithZoString(nullptr, ZOSTR("constant"), text.outParam()), 0);
     EXPECT_EQ(textOf(text), "constant");
 
-    ZoRef<ZoMutableStringRef> changing = zoAdopt(ZoStringCreateMutable(nullptr, 0));
-    ZoStringAppend(changing.get(), ZOSTR("before"));
+    const auto changing = zoAdopt(ZoStringCreateMutableCopy(nullptr, 0, ZOSTR("before")));
     ASSERT_EQ(TavCreateBlockBufferWithZoString(nullptr, changing.get(), copied.outParam()), 0);
-    ZoStringFindAndReplace(changing.get(), ZOSTR("before"), ZOSTR("after and much longer than that"), ZoRangeMake(0, 6),
-                           0);
+    ZoStringFindAndReplace(changing.get(), ZOSTR("before"), ZOSTR("after and much longer than that"), {0, 6}, 0);
     EXPECT_EQ(textOf(copied), "before");
 
     const UniChar units[] = {'a', 0x20AC, 0xD800, 'b'};  // a euro sign, and half a character
@@ -85,8 +80,7 @@ TEST(BlockBufferSharing, buffersStandOnTheBytesOfDataAndStrings)
 
 TEST(BlockBufferSharing, refusesWhatIsNotThere)
 {
-    const ZoRef<ZoDataRef> none = zoAdopt(ZoDataCreate(nullptr, nullptr, 0));
-    const ZoRef<ZoDataRef> ten = zoAdopt(ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>("0123456789"), 10));
+    const auto none = dataOf(""), ten = dataOf("0123456789");
     const Buffer pieces = bufferOf({"abc", "def"});
     LuBlockBufferRef buffer = nullptr;
     ZoDataRef data = nullptr;
@@ -138,9 +132,7 @@ TEST(BlockBufferIOVec, hasOneVectorForEachPiece)
     ASSERT_EQ(TavMakeIOVecArrayWithBlockBuffer(buffer.get(), vectors, 3, &count), 0);
     ASSERT_EQ(count, 3u);
     std::string all;
-    for (const struct iovec& vector : vectors) {
-        all += std::string(static_cast<char*>(vector.iov_base), vector.iov_len) + "|";
-    }
+    for (const iovec& vector : vectors) all.append(static_cast<char*>(vector.iov_base), vector.iov_len).append("|");
     EXPECT_EQ(all, "ab|cde|f|");
     EXPECT_EQ(TavMakeIOVecArrayWithBlockBuffer(buffer.get(), vectors, 2, &count), -12708);
     EXPECT_EQ(count, 0u);

@@ -1,8 +1,11 @@
 #include "Utilities/TavDigestSHA1.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -30,32 +33,54 @@ std::string digestOf(const std::string& text, size_t piece)
     return hex;
 }
 
-// Every length around one, two and four blocks, told by sha1sum of coreutils over the same bytes.
+// What sha1sum of coreutils says of the bytes that `write` gives it.
+template <typename Write>
+std::string sha1sumOf(Write write)
+{
+    char path[] = "/tmp/luvia-sha1sum-XXXXXX", expected[41] = {};
+    close(mkstemp(path));
+    FILE* judge = popen((std::string("sha1sum > ") + path).c_str(), "w");
+    write(judge);
+    pclose(judge);
+    FILE* said = fopen(path, "r");
+    EXPECT_EQ(fread(expected, 1, 40, said), 40u);
+    fclose(said);
+    unlink(path);
+    return expected;
+}
+
+// Every length around one, two and four blocks.
 TEST(DigestSHA1, equalsSha1sumAtEveryLengthTo300)
 {
-    std::string all;
-    for (int length = 0; length <= 300; ++length) {
-        const std::string text = [&] {
-            std::string bytes;
-            for (int i = 0; i < length; ++i) bytes.push_back(static_cast<char>('A' + i % 57));
-            return bytes;
-        }();
-        FILE* judge = popen(("printf '%s' '" +
-                             [&] {
-                                 std::string quoted;
-                                 for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-                                 return quoted;
-                             }() +
-                             "' | sha1sum")
-                                .c_str(),
-                            "r");
-        char expected[41] = {};
-        ASSERT_EQ(fread(expected, 1, 40, judge), 40u);
-        pclose(judge);
-        ASSERT_EQ(digestOf(text, 1000), expected) << length;
-        ASSERT_EQ(digestOf(text, 1), expected) << length << " in single bytes";
-        ASSERT_EQ(digestOf(text, 63), expected) << length << " in pieces of 63";
+    std::string text;
+    for (int length = 0; length <= 300; ++length, text.push_back(static_cast<char>(length * 7))) {
+        const std::string expected =
+            sha1sumOf([&](FILE* judge) { EXPECT_EQ(fwrite(text.data(), 1, text.size(), judge), text.size()); });
+        for (const size_t piece : {1000, 1, 63})
+            ASSERT_EQ(digestOf(text, piece), expected) << length << " in " << piece;
     }
+}
+
+// More bits than 32 count, in pieces that grow by one each turn, so that they fall everywhere in a block.
+TEST(DigestSHA1, equalsSha1sumOfALongRun)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr size_t kLength = 16777259;
+#else
+    constexpr size_t kLength = (size_t{1} << 29) + 77;
+#endif
+    std::string pattern(1 << 20, '\0');
+    for (size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<char>(i % 251);
+    TavDigestSHA1* context = TavDigestSHA1Create();
+    const std::string expected = sha1sumOf([&](FILE* judge) {
+        for (size_t done = 0, piece = 1; done < kLength; done += piece++) {
+            if (piece > pattern.size() || piece > kLength - done) piece = std::min(pattern.size(), kLength - done);
+            TavDigestSHA1AppendData(context, pattern.data(), piece);
+            fwrite(pattern.data(), 1, piece, judge);
+        }
+    });
+    EXPECT_EQ(hexDigest(context), expected);
+    TavDigestSHA1Destroy(context);
 }
 
 TEST(DigestSHA1, isWipedByItsDigestAndUsableAfterReset)

@@ -44,7 +44,6 @@ void checkSignals(const Operations<Value>& o, Value value)
     EXPECT_EQ(signalsOf(o.get(pairs.get(), nullptr, &value), 0), "-12990 NULL key");
     EXPECT_EQ(signalsOf(o.get(pairs.get(), kKey, nullptr), 0), "-12990 " + o.missingOut + "");
     EXPECT_EQ(signalsOf(o.get(pairs.get(), kKey, &value), 0), "");
-    EXPECT_EQ(signalsOf(o.get(pairs.get(), ZOSTR("another"), &value), 0), "");
     if (!o.set) return;
     EXPECT_EQ(signalsOf(o.set(nullptr, kKey, value), -12990), "-12990 NULL dict");
     EXPECT_EQ(signalsOf(o.set(kNoDictionary, kKey, value), -12990), "-12990 not a dict");
@@ -183,7 +182,7 @@ TEST(ValuesInCollections, rectanglesAndSizes)
 
 TEST(ValuesInCollections, base64TextChecksItsArguments)
 {
-    const auto data = zoAdopt(ZoDataCreate(nullptr, nullptr, 0));
+    const auto data = luvia_test::dataOf("foo\xFF");
     EXPECT_EQ(TavZoDictionarySetBase64Data(nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(takeSignals(), "");
     EXPECT_EQ(TavZoDictionarySetBase64Data(kNoDictionary, kKey, data.get()), -12990);
@@ -192,9 +191,8 @@ TEST(ValuesInCollections, base64TextChecksItsArguments)
     EXPECT_EQ(takeSignals(), "-12990 NULL key");
     EXPECT_EQ(TavZoDictionarySetBase64Data(dictionary({}).get(), kKey, nullptr), -12990);
     EXPECT_EQ(takeSignals(), "-12990 NULL data");
-    const auto four = zoAdopt(ZoDataCreate(nullptr, reinterpret_cast<const uint8_t*>("foo\xFF"), 4));
     const auto encoded = dictionary({});
-    EXPECT_EQ(TavZoDictionarySetBase64Data(encoded.get(), kKey, four.get()), 0);
+    EXPECT_EQ(TavZoDictionarySetBase64Data(encoded.get(), kKey, data.get()), 0);
     EXPECT_TRUE(ZoEqual(ZoDictionaryGetValue(encoded.get(), kKey), ZOSTR("Zm9v/w==")));
 }
 

@@ -20,8 +20,8 @@ TEST(CollectionHelpers, holdDispatchQueues)
         auto* held = static_cast<dispatch_queue_t>(const_cast<void*>(ZoDictionaryGetValue(queues.get(), ZOSTR("q"))));
         dispatch_sync_f(held, &ran, [](void* context) { *static_cast<bool*>(context) = true; });
         EXPECT_TRUE(ran);
-        const auto label = zoAdopt(kTavDispatchQueueZoDictionaryValueCallbacks.copyDescription(held));
-        EXPECT_EQ(utf8(label.get()), "com.orvane.luvia.test");
+        EXPECT_EQ(luvia_test::textOf(kTavDispatchQueueZoDictionaryValueCallbacks.copyDescription(held)),
+                  "com.orvane.luvia.test");
     }
 }
 

@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
-#include <utility>
 
-#include "Foundation/Objects/ZoRef.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 #include "Utilities/TavZoUtilities.h"
 
@@ -26,38 +24,9 @@ inline std::string takeSignals()
     return signalled;
 }
 
-inline ZoRef<ZoNumberRef> number(int32_t value)
-{
-    return zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt32Type, &value));
-}
-
-inline ZoRef<ZoMutableArrayRef> array(std::initializer_list<ZoTypeRef> values)
-{
-    auto result = zoAdopt(ZoArrayCreateMutable(nullptr, 0, &kZoTypeArrayCallBacks));
-    for (const ZoTypeRef value : values) ZoArrayAppendValue(result.get(), value);
-    return result;
-}
-
-inline ZoRef<ZoMutableDictionaryRef> dictionary(std::initializer_list<std::pair<ZoTypeRef, ZoTypeRef>> pairs)
-{
-    auto result = zoAdopt(
-        ZoDictionaryCreateMutable(nullptr, 0, &kZoTypeDictionaryKeyCallBacks, &kZoTypeDictionaryValueCallBacks));
-    for (const auto& [key, value] : pairs) ZoDictionarySetValue(result.get(), key, value);
-    return result;
-}
-
-inline std::string utf8(ZoStringRef string)
-{
-    char buffer[1024] = "(none)";
-    if (string) ZoStringGetCString(string, buffer, sizeof buffer, kZoStringEncodingUTF8);
-    return buffer;
-}
-
+using luvia_test::array, luvia_test::dictionary, luvia_test::number, luvia_test::str;
+inline std::string utf8(ZoStringRef string) { return luvia_test::text(string); }
 /// The compact description, which shows the order and the nesting of whatever it is given.
-inline std::string compact(ZoTypeRef object)
-{
-    const auto description = zoAdopt(TavZoCopyCompactDescription(object));
-    return utf8(description.get());
-}
+inline std::string compact(ZoTypeRef object) { return luvia_test::textOf(TavZoCopyCompactDescription(object)); }
 
 }  // namespace collection_test

@@ -26,7 +26,7 @@ TEST(TextBytes, comeFromTheStringOrABuffer)
     EXPECT_EQ(toFree, nullptr);
     EXPECT_EQ(TavZoStringGetCStringPtrAndBufferToFree(nullptr, kZoStringEncodingASCII, &toFree), nullptr);
 
-    const auto greek = zoAdopt(ZoStringCreateWithCString(nullptr, "\xCE\xB1\xCE\xB2\xCE\xB3", kZoStringEncodingUTF8));
+    const auto greek = str("\xCE\xB1\xCE\xB2\xCE\xB3");
     ASSERT_EQ(ZoStringGetCStringPtr(greek.get(), kZoStringEncodingUTF8), nullptr) << "not what this test is about";
     EXPECT_STREQ(TavZoStringGetCStringPtrAndBufferToFree(greek.get(), kZoStringEncodingUTF8, &toFree),
                  "\xCE\xB1\xCE\xB2\xCE\xB3");

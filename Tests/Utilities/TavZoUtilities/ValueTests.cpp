@@ -40,7 +40,7 @@ int boolean(ZoTypeRef object)
 TEST(LenientValues, readWords)
 {
     for (const Word& word : kWords) {
-        const auto string = zoAdopt(ZoStringCreateWithCString(nullptr, word.text, kZoStringEncodingASCII));
+        const auto string = str(word.text);
         EXPECT_EQ(TavGetNumberFromZoTypeWithDefault(string.get(), -1), word.number) << word.text;
         EXPECT_EQ(TavGetDoubleFromZoTypeWithDefault(string.get(), -1), word.real) << word.text;
         EXPECT_EQ(boolean(string.get()), word.boolean) << word.text;
@@ -49,11 +49,8 @@ TEST(LenientValues, readWords)
 
 TEST(LenientValues, readNumbersAndBooleansAndNothingElse)
 {
-    const double half = 0.5;
-    const int64_t wide = int64_t{1} << 40;
-    const auto three = number(3), zero = number(0),
-               halfNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberDoubleType, &half)),
-               wideNumber = zoAdopt(ZoNumberCreate(nullptr, kZoNumberSInt64Type, &wide));
+    const auto three = number(3), zero = number(0), halfNumber = luvia_test::real(0.5),
+               wideNumber = number(int64_t{1} << 40);
     EXPECT_EQ(TavGetNumberFromZoTypeWithDefault(three.get(), -1), 3);
     EXPECT_EQ(TavGetNumberFromZoTypeWithDefault(wideNumber.get(), -1), -1);
     EXPECT_EQ(TavGetNumberFromZoTypeWithDefault(kZoBooleanTrue, -1), 1);

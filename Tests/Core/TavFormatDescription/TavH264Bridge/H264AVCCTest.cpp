@@ -4,25 +4,20 @@
 
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264AVCCEntry.h"
 #include "Core/TavFormatDescription/TavH264Bridge/TavH264Bridge.h"
-#include "Foundation/Objects/ZoRef.h"
-#include "Foundation/Values/ZoData.h"
 #include "Tests/Support/Bytes.h"
 #include "Tests/Support/H264Builder.h"
+#include "Tests/Support/Objects.h"
 #include "Tests/Support/SignalProbe.h"
 
 namespace {
 
 using luvia_test::be16;
+using luvia_test::dataOf;
 using luvia_test::h264PPS;
 using luvia_test::H264SPS;
 using luvia_test::SignalProbe;
 
 const uint8_t* bytes(const std::string& text) { return reinterpret_cast<const uint8_t*>(text.data()); }
-
-ZoRef<ZoDataRef> dataOf(const std::string& text)
-{
-    return zoAdopt(ZoDataCreate(nullptr, bytes(text), static_cast<ZoIndex>(text.size())));
-}
 
 struct Written {
     OSStatus status;
@@ -42,9 +37,7 @@ Written write(const std::vector<std::string>& sets, int32_t lengthSize = 4)
     ZoRef<ZoDataRef> data;
     out.status = TavH264Bridge_CreateAVCCFromH264ParameterSets(nullptr, sets.size(), pointers.data(), sizes.data(),
                                                                lengthSize, &out.width, &out.height, data.outParam());
-    if (data)
-        out.record.assign(reinterpret_cast<const char*>(ZoDataGetBytePtr(data.get())),
-                          static_cast<size_t>(ZoDataGetLength(data.get())));
+    if (data) out.record = luvia_test::bytesOf(data.get());
     return out;
 }
 

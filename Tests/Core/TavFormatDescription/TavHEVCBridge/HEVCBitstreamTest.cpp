@@ -44,47 +44,29 @@ TEST(HEVCBitstream, agreesWithANaiveReader)
     }
 }
 
-TEST(HEVCBitstream, tellsEachFailureByItsMessage)
+// Where random bytes seldom come: the longest code and one bit more, a skip past every integer; and a failure's record.
+TEST(HEVCBitstream, readsCodesOf31ZerosAndSignalsLongerOnes)
 {
-    struct Row {
-        const char* message;
-        const char* operation;
-        std::string bytes;
-        OSStatus (*act)(HEVCBitstream*, uint32_t*);
-    };
-    const std::string zeros31 = BitWriter().ue(0xFFFFFFFE).align().bytes();
-    const std::string zeros32 = BitWriter().zeros(32).flag(true).zeros(39).bytes();
-    const Row rows[] = {
-        {"end of bit stream", "hevcbridgeUPull", "", [](auto* r, auto* v) { return hevcbridgeUPull(r, 1, v); }},
-        {"end of bitstream", "hevcbridgeAdvanceInBitstream", "a",
-         [](auto* r, auto* v) { return hevcbridgeUPull(r, 9, v); }},
-        {"end of bitstream", "hevcbridgeAdvanceInBitstream", "ab",
-         [](auto* r, auto*) { return hevcbridgeUSkip(r, UINT32_MAX); }},
-        {"U_PULLlong should: numBits<=32", "hevcbridgeUPullLong", "abcdefgh",
-         [](auto* r, auto* v) { return hevcbridgeUPullLong(r, 33, v); }},
-        {"UE_PULLlong: data too large for UINT", "hevcbridgeUEPullLong", zeros32,
-         [](auto* r, auto* v) { return hevcbridgeUEPullLong(r, v); }},
-        {"UE_SKIPlong: data too large for UINT", "hevcbridgeUESkip", zeros32,
-         [](auto* r, auto*) { return hevcbridgeUESkip(r); }},
-    };
+    constexpr OSStatus kInvalid = kTavBridgeInvalidSerializedSampleDescriptionErr;
+    const std::string longest = BitWriter().ue(0xFFFFFFFE).align().bytes();
+    const std::string tooLong = BitWriter().zeros(32).flag(true).zeros(39).bytes();
     for (const bool escaped : {true, false}) {
-        for (const Row& row : rows) {
-            SCOPED_TRACE(row.message);
-            HEVCBitstream reader = primed(row.bytes, escaped);
-            SignalProbe probe;
-            uint32_t value = 0;
-            EXPECT_EQ(row.act(&reader, &value), kTavBridgeInvalidSerializedSampleDescriptionErr);
-            EXPECT_EQ(value, 0u);
-            EXPECT_EQ(probe.count(), 1u);
-            EXPECT_EQ(probe.message(), row.message);
-            EXPECT_EQ(probe.function(), row.operation);
-            EXPECT_EQ(probe.subsystem(), "<<<< HEVCBridge >>>>");
-            EXPECT_TRUE(probe.file().ends_with("/Sources/Core/TavFormatDescription/TavHEVCBridge")) << probe.file();
-        }
-        HEVCBitstream reader = primed(zeros31, escaped);
+        HEVCBitstream reader = primed(longest, escaped), pulling = primed(tooLong, escaped), skipping = pulling;
         uint32_t value = 0;
         EXPECT_EQ(hevcbridgeUEPullLong(&reader, &value), 0);
         EXPECT_EQ(value, 0xFFFFFFFEu);
+        SignalProbe probe;
+        EXPECT_EQ(hevcbridgeUEPullLong(&pulling, &value), kInvalid);
+        EXPECT_EQ(value, 0u);
+        EXPECT_EQ(probe.message(), "UE_PULLlong: data too large for UINT");
+        EXPECT_EQ(probe.function(), "hevcbridgeUEPullLong");
+        EXPECT_EQ(probe.subsystem(), "<<<< HEVCBridge >>>>");
+        EXPECT_TRUE(probe.file().ends_with("/Sources/Core/TavFormatDescription/TavHEVCBridge")) << probe.file();
+        EXPECT_EQ(hevcbridgeUESkip(&skipping), kInvalid);
+        EXPECT_EQ(probe.message(), "UE_SKIPlong: data too large for UINT");
+        EXPECT_EQ(hevcbridgeUSkip(&skipping, UINT32_MAX), kInvalid);
+        EXPECT_EQ(probe.function(), "hevcbridgeAdvanceInBitstream");
+        EXPECT_EQ(probe.count(), 3u);
     }
 }
 
