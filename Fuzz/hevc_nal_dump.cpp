@@ -19,19 +19,14 @@ static OSStatus takeData(void*, uint32_t, ZoDataRef) { return 0; }
 static void keep(const uint8_t* data, size_t size, bool asks)
 {
     HEVCDigest* digest = nullptr;
-    HEVCBridgeParseContext context = {.flagCallback = takeFlag,
-                                      .unsignedCallback = takeUnsigned,
-                                      .signedCallback = takeSigned,
-                                      .dataCallback = takeData,
-                                      .digestOut = &digest};
+    HEVCBridgeParseContext context = {nullptr, takeFlag, takeUnsigned, takeSigned, takeData};
+    context.digestOut = &digest;
     for (uint32_t field = 0; asks && field < HEVCField::count; ++field)
         hevcbridgeRequest(&context, HEVCFieldPlace::of(field));
     HEVCBitstream reader = hevcbridgeBitstreamOver(data, size, true);
     if (hevcbridgeAdvanceInBitstream(&reader, 0) == 0 && hevcbridgeParseNALUnit(&reader, &context) != 0 && digest)
         abort();
     context = {.digestCount = 1, .digests = &digest};
-    if (const auto* vps = hevcbridgeFindDigest<HEVCVPSDigest>(&context, digest ? digest->parameterSetId : 0))
-        if (vps->repFormats().back().separateColourPlane > 1) abort();
     if (const auto* sps = hevcbridgeFindDigest<HEVCSPSDigest>(&context, digest ? digest->parameterSetId : 0))
         for (const HEVCShortTermRPS& set : sps->shortTermRefPicSets())
             if (set.numNegativePics + set.numPositivePics > 15) abort();

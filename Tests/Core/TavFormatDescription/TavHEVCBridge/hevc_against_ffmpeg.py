@@ -28,7 +28,7 @@ MADE_UP = [
      " e1 1 00 001 01 e3 e0 0"),
     # An SPS: separate planes, scaling lists, PCM, sets of pictures that predict each other, long-term pictures, a VUI
     # with an HRD of both kinds with sub-pictures, range extension.
-    ("4201", "4:2 3:1 0 " + PROFILE + " 01 14:0 8:60 e5 e3 1 e640 e480 1 e1 e2 e3 e4 e4 e5 e4 1 e4 e2 e0 e4 e2 e3"
+    ("4201", "4:2 3:1 0 " + PROFILE + " 11 14:0 3:0 5:1 32:0 48:0 8:60 e5 e3 1 e640 e480 1 e1 e2 e3 e4 e4 e5 e4 1 e4 e2 e0 e4 e2 e3"
      " e0 e3 e0 e1 e2 e1 1 1" + " 0 e0" * 6 + " 1" + " s-3" * 64 + " 0 e0" * 5 + " 1 s9" + " s2" * 64 + " 0 e0" * 5
      + " 0 e0 1 s-7" + " s1" * 64 + " 11 1 4:7 4:6 e0 e1 1 e4"
      " e2 e1 e0 1 e3 0 e1 1  1 1 e0 1 01 1 00  0 e3 e2 e0 1 e1 0 e2 1 e0 1 e4 0  1 0 e2 1 01 1 1 01 1"
