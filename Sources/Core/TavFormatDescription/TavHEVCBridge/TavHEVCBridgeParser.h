@@ -28,18 +28,22 @@ Boolean hevcbridgeShouldParseDolbyRPUNAL(void);
 OSStatus hevcbridgeParseProfileTierLevel(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
                                          bool profilePresentFlag, uint32_t maxNumSubLayersMinus1);
 
-// Walkers of NAL units, from behind the two bytes of the header. Marked ones are weak: one that the library does not
-// have yet is null, and its NAL units end with their header. The mark goes when the walker comes, since a weak
-// reference fetches nothing from an archive.
+// Walkers of NAL units, from behind the two bytes of the header. Those of parameter sets leave in the context's
+// digestOut, if there is one, what slices need of them, or null: always where the walk fails, and for a VPS without an
+// extension.
+
+OSStatus hevcbridgeParseVideoParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context);
+OSStatus hevcbridgeParseSequenceParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
+                                             uint32_t nuhLayerId);
+OSStatus hevcbridgeParsePictureParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context);
+
+// Marked ones are weak: one that the library does not have yet is null, and its NAL units end with their header. The
+// mark goes when the walker comes, since a weak reference fetches nothing from an archive.
 
 #define HEVC_WALKER __attribute__((weak))
 HEVC_WALKER OSStatus hevcbridgeParseSliceSegmentLayer(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
                                                       uint32_t nalUnitType, uint32_t nuhLayerId,
                                                       uint32_t nuhTemporalIdPlus1);
-HEVC_WALKER OSStatus hevcbridgeParseVideoParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context);
-HEVC_WALKER OSStatus hevcbridgeParseSequenceParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
-                                                         uint32_t nuhLayerId);
-HEVC_WALKER OSStatus hevcbridgeParsePictureParameterSet(HEVCBitstream* reader, const HEVCBridgeParseContext* context);
 /// One message of an SEI RBSP.
 HEVC_WALKER OSStatus hevcbridgeParseSEIMessage(HEVCBitstream* reader, const HEVCBridgeParseContext* context,
                                                uint32_t nalUnitType);

@@ -433,36 +433,3 @@ TEST(HEVCProfileTierLevel, reportsTheFlagsThatTheProfileHas)
         }
     }
 }
-
-TEST(HEVCProfileTierLevel, stepsOverSubLayers)
-{
-    BitWriter w = profile(1, 0, 0, 120);
-    w.flag(true).flag(true).flag(false).flag(true).flag(false).flag(false);  // of 3 sub-layers
-    for (int i = 3; i < 8; ++i) w.u(2, 0);
-    w.u(44, 0x12345678901).u(44, 0).u(8, 60).u(8, 90).u(8, 0x5A);  // one profile, two levels, and what follows
-    uint32_t next = 0;
-    HEVCRecorder recorder;
-    recorder.request(328, 328);
-    EXPECT_EQ(recorder.over(w.escaped(),
-                            [&](HEVCBitstream* reader, const HEVCBridgeParseContext* context) {
-                                const OSStatus status = hevcbridgeParseProfileTierLevel(reader, context, true, 3);
-                                return status != 0 ? status : hevcbridgeUPull(reader, 8, &next);
-                            }),
-              0);
-    EXPECT_EQ(next, 0x5Au);
-    EXPECT_EQ(recorder.reports, (Reports{{328, 120, -1}}));
-
-    HEVCRecorder absent;
-    absent.request(308, 328);
-    EXPECT_EQ(walkProfile(absent, "\x21"s, false, 0), 0);
-    EXPECT_EQ(absent.reports, (Reports{{328, 0x21, -1}}));
-
-    SignalProbe probe;
-    EXPECT_EQ(walkProfile(absent, "\x21"s, false, 7), kInvalid);
-    EXPECT_EQ(probe.message(), "{hevcbridgeParseProfileTierLevel} ERROR: maxNumSubLayersMinus1 out of range");
-    EXPECT_EQ(probe.function(), "hevcbridgeParseProfileTierLevel");
-
-    const std::string whole = w.escaped();
-    for (size_t size = 0; size + 1 < whole.size(); ++size)
-        EXPECT_EQ(walkProfile(absent, whole.substr(0, size), true, 3), kInvalid) << size;
-}
