@@ -28,6 +28,7 @@ Seconds now() { return std::chrono::duration<double>(std::chrono::steady_clock::
 struct Timer {
     ZoRunLoopTimerCallBack callout;
     ZoRunLoopTimerContext context;
+    ZoAbsoluteTime fireDate;  // which order goes by: two deadlines of one date differ by when they were worked out
     Seconds deadline, interval;
     ZoIndex order;
     // Below: guarded by sLock.
@@ -175,7 +176,7 @@ Look lookAtTimers(const Loop& loop, ZoStringRef mode, Seconds time)
     }
     std::stable_sort(look.due.begin(), look.due.end(), [](const auto& a, const auto& b) {
         const Timer &left = a.get()->timer, &right = b.get()->timer;
-        return left.deadline != right.deadline ? left.deadline < right.deadline : left.order < right.order;
+        return left.fireDate != right.fireDate ? left.fireDate < right.fireDate : left.order < right.order;
     });
     return look;
 }
@@ -198,7 +199,9 @@ bool fire(ZoRunLoopTimerRef ref, Seconds time)
         if (!isOver) {
             // The next of the dates that the timer was made with; those that have passed are left out.
             const Seconds missed = std::floor((now() - timer.deadline) / timer.interval);
-            timer.deadline += (std::max(missed, 0.0) + 1) * timer.interval;
+            const Seconds step = (std::max(missed, 0.0) + 1) * timer.interval;
+            timer.deadline += step;
+            timer.fireDate += step;
         }
         mayReleaseInfo = !timer.isValid;
     }
@@ -302,6 +305,7 @@ ZoRunLoopTimerRef ZoRunLoopTimerCreate(ZoAllocatorRef allocator, ZoAbsoluteTime 
     if (!object) return nullptr;
     Timer& timer = object->timer;
     timer.callout = callout;
+    timer.fireDate = fireDate;
     timer.deadline = now() + (fireDate - ZoAbsoluteTimeGetCurrent());
     timer.interval = interval > 0 ? interval : 0;
     timer.order = order;
