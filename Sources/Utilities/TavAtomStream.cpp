@@ -219,10 +219,28 @@ OSStatus TavAtomStreamInitWithParent(const TavAtomStream* parent, size_t offset,
 
 // MARK: moving
 
+// What nearly every atom is: one with a plain header in the window, which ends inside of its container. Any other is
+// left for the careful way.
+static bool moveInWindow(TavAtomStream& stream, int64_t end)
+{
+    const int64_t offset = stream.containerOffset + end;
+    if (offset < stream.windowStart || stream.windowEnd - offset < kTavAtomHeaderSize) return false;
+    const uint8_t* const header = stream.window + (offset - stream.windowStart);
+    const int64_t size = loadBE32(header);
+    const OSType type = loadBE32(header + 4);
+    if (size < kTavAtomHeaderSize || size > stream.containerLength - end || type == kUUIDType) return false;
+    stream.dataOffset = end + kTavAtomHeaderSize;
+    stream.type = type;
+    stream.atomSize = size;
+    stream.dataLength = size - kTavAtomHeaderSize;
+    return true;
+}
+
 static OSStatus advance(TavAtomStream& stream, const char* operation)
 {
     const int64_t end = endOf(stream);
     if (end == stream.containerLength) return kTavAtomStream_AtEnd;
+    if (ZO_LIKELY(moveInWindow(stream, end))) return 0;
     Header header;
     TAV_TRY(readSibling(stream, end, header, operation));
     moveTo(stream, end, header);
