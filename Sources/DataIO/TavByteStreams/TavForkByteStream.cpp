@@ -108,7 +108,8 @@ OSStatus forkStreamReadOn(ForkStream& storage, size_t size, int64_t offset, uint
 OSStatus forkStreamRead(LuByteStreamRef stream, size_t size, int64_t offset, void* destination, size_t* bytesReadOut)
 {
     if (bytesReadOut) *bytesReadOut = 0;
-    if (offset < 0) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "negative offset");
+    if (offset < 0)
+        return TAV_SIGNAL_FROM("TavByteStreamRead", kTavByteStreamError_InvalidParameter, "negative offset");
     if (size == 0) return 0;
     ForkStream& storage = *storageOf(stream);
     auto* const to = static_cast<uint8_t*>(destination);
@@ -121,7 +122,9 @@ OSStatus forkStreamRead(LuByteStreamRef stream, size_t size, int64_t offset, voi
 
 OSStatus forkStreamGetAvailableLengthAtOffset(LuByteStreamRef stream, int64_t offset, int64_t* availableLengthOut)
 {
-    if (!availableLengthOut) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "availableLengthOut is required");
+    if (!availableLengthOut)
+        return TAV_SIGNAL_FROM("TavByteStreamGetAvailableLengthAtOffset", kTavByteStreamError_InvalidParameter,
+                               "availableLengthOut is required");
     return TavFileForkGetLengthAtOffset(storageOf(stream)->fork, offset, availableLengthOut);
 }
 
@@ -131,7 +134,9 @@ OSStatus forkStreamReadAndCreateBlockBuffer(LuByteStreamRef stream, size_t size,
 {
     if (bytesReadOut) *bytesReadOut = 0;
     *blockBufferOut = nullptr;
-    if (offset < 0) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "negative offset");
+    if (offset < 0)
+        return TAV_SIGNAL_FROM("TavByteStreamReadAndCreateBlockBuffer", kTavByteStreamError_InvalidParameter,
+                               "negative offset");
     if (size == 0) return 0;
     int64_t available = 0;
     TAV_TRY(TavFileForkGetLengthAtOffset(storageOf(stream)->fork, offset, &available));
@@ -149,9 +154,11 @@ OSStatus forkStreamWrite(LuByteStreamRef stream, size_t size, int64_t offset, co
     ForkStream& storage = *storageOf(stream);
     if (bytesWrittenOut) *bytesWrittenOut = 0;
     if (accessModeOf(storage) == O_RDONLY)
-        return TAV_SIGNAL(kLuByteStreamError_ReadOnlyStream, "Cannot write to a read-only stream");
-    if (!source) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "NULL src pointer");
-    if (offset < 0) return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "Negative offset");
+        return TAV_SIGNAL_FROM("TavByteStreamWrite", kLuByteStreamError_ReadOnlyStream,
+                               "Cannot write to a read-only stream");
+    if (!source) return TAV_SIGNAL_FROM("TavByteStreamWrite", kTavByteStreamError_InvalidParameter, "NULL src pointer");
+    if (offset < 0)
+        return TAV_SIGNAL_FROM("TavByteStreamWrite", kTavByteStreamError_InvalidParameter, "Negative offset");
     storage.pieceLength = 0;
     OSStatus status = 0;
     size_t done = 0;
@@ -167,7 +174,8 @@ OSStatus forkStreamWrite(LuByteStreamRef stream, size_t size, int64_t offset, co
 OSStatus forkStreamCopyNumber(ZoAllocatorRef allocator, ZoNumberType type, const void* value, ZoTypeRef* valueOut)
 {
     *valueOut = ZoNumberCreate(allocator, type, value);
-    return *valueOut ? 0 : TAV_SIGNAL(kTavBaseObjectError_AllocationFailed, "no number");
+    return *valueOut ? 0
+                     : TAV_SIGNAL_FROM("TavByteStreamCopyProperty", kTavBaseObjectError_AllocationFailed, "no number");
 }
 
 OSStatus forkStreamCopyProperty(LuBaseObjectRef object, ZoStringRef key, ZoAllocatorRef allocator, void* valueOut)
@@ -193,7 +201,8 @@ OSStatus forkStreamCopyProperty(LuBaseObjectRef object, ZoStringRef key, ZoAlloc
         return say(true);
     if (is(kLuByteStreamProperty_ReadSupported)) return say(accessModeOf(storage) != O_WRONLY);
     if (is(kLuByteStreamProperty_WriteSupported)) return say(accessModeOf(storage) != O_RDONLY);
-    if (!is(kLuByteStreamProperty_URL)) return TAV_SIGNAL(kTavBaseObjectError_PropertyNotFound, "no such property");
+    if (!is(kLuByteStreamProperty_URL))
+        return TAV_SIGNAL_FROM("TavByteStreamCopyProperty", kTavBaseObjectError_PropertyNotFound, "no such property");
     if (!storage.url) return kTavBaseObjectError_PropertyNotFound;
     *out = ZoRetain(storage.url);
     return 0;
@@ -202,9 +211,9 @@ OSStatus forkStreamCopyProperty(LuBaseObjectRef object, ZoStringRef key, ZoAlloc
 OSStatus forkStreamSetProperty(LuBaseObjectRef object, ZoStringRef key, ZoTypeRef value)
 {
     if (!ZoEqual(key, kLuByteStreamProperty_URL))
-        return TAV_SIGNAL(kTavBaseObjectError_PropertyNotFound, "no such property");
+        return TAV_SIGNAL_FROM("setProperty", kTavBaseObjectError_PropertyNotFound, "no such property");
     if (value && ZoGetTypeID(value) != ZoURLGetTypeID())
-        return TAV_SIGNAL(kTavByteStreamError_InvalidParameter, "not a url");
+        return TAV_SIGNAL_FROM("setProperty", kTavByteStreamError_InvalidParameter, "not a url");
     ForkStream& storage = *storageOf(object);
     const auto old = zoAdopt(storage.url);
     storage.url = value ? static_cast<ZoURLRef>(ZoRetain(value)) : nullptr;
