@@ -191,40 +191,54 @@ TEST(NotificationCenter, deliversOnARunLoopAlsoWhatDeliveriesDefer)
     EXPECT_EQ(ZoGetRetainCount(payload.get()), 1);
 }
 
-struct Barrier {
-    const void* object;
-    HandOver steps;
-} * sBarrier;
+HandOver* sSteps;
 
-TEST(NotificationCenter, aBarrierWaitsForPostsUnderWayAndTheseOutliveRegistration)
+// Begins a post of the object whose listener waits for step 2, calls `meanwhile`, and ends with the post.
+template <typename Meanwhile>
+void duringAPost(const Object& object, Meanwhile meanwhile)
 {
-    const auto object = makeObject(), listener = makeObject();
-    Barrier barrier{object.get(), {}};
-    sBarrier = &barrier;
-    ASSERT_EQ(LuNotificationCenterRegisterForBarrierSupport(center(), object.get()), 0);
-    ASSERT_EQ(addWeak(listener, object.get(), 0, nullptr,
-                      [](ZoNotificationCenterRef, void*, ZoStringRef, const void*, ZoDictionaryRef) {
-                          sBarrier->steps.reach(1);
-                          sBarrier->steps.await(2);
-                          ++sCalls;
-                      }),
-              0);
+    const auto listener = makeObject();
+    HandOver steps;
+    sSteps = &steps;
+    const auto wait = [](ZoNotificationCenterRef, void*, ZoStringRef, const void*, ZoDictionaryRef) {
+        sSteps->reach(1);
+        sSteps->await(2);
+        ++sCalls;
+    };
+    ASSERT_EQ(addWeak(listener, object.get(), 0, nullptr, wait), 0);
     sCalls = 0;
     std::thread poster([&] { LuNotificationCenterPostNotification(center(), kName, object.get(), nullptr, 0); });
-    barrier.steps.await(1);
-    std::thread waiter([&] {
-        EXPECT_EQ(LuNotificationCenterBarrier(center(), object.get()), 0);
-        EXPECT_EQ(sCalls, 1) << "the post was over";
+    steps.await(1);
+    meanwhile(steps);
+    poster.join();
+}
+
+TEST(NotificationCenter, aBarrierWaitsForPostsUnderWay)
+{
+    const auto object = makeObject();
+    ASSERT_EQ(LuNotificationCenterRegisterForBarrierSupport(center(), object.get()), 0);
+    duringAPost(object, [&](HandOver& steps) {
+        std::thread waiter([&] {
+            EXPECT_EQ(LuNotificationCenterBarrier(center(), object.get()), 0);
+            EXPECT_EQ(sCalls, 1) << "the post was over";
+        });
+        steps.reach(2);
+        waiter.join();
     });
-    std::thread renewer([&] {
-        // In mid-post: the post gives back the lock that it took, not the new one.
+    EXPECT_EQ(LuNotificationCenterUnregisterForBarrierSupport(center(), object.get()), 0);
+}
+
+// In mid-post: the post gives back the lock that it took, not the new one.
+TEST(NotificationCenter, aPostOutlivesTheRegistrationThatItBeganUnder)
+{
+    const auto object = makeObject();
+    ASSERT_EQ(LuNotificationCenterRegisterForBarrierSupport(center(), object.get()), 0);
+    duringAPost(object, [&](HandOver& steps) {
         EXPECT_EQ(LuNotificationCenterUnregisterForBarrierSupport(center(), object.get()), 0);
         EXPECT_EQ(LuNotificationCenterRegisterForBarrierSupport(center(), object.get()), 0);
-        barrier.steps.reach(2);
+        EXPECT_EQ(LuNotificationCenterBarrier(center(), object.get()), 0) << "no post began under this one";
+        steps.reach(2);
     });
-    poster.join();
-    renewer.join();
-    waiter.join();
     EXPECT_EQ(LuNotificationCenterBarrier(center(), object.get()), 0);
     EXPECT_EQ(LuNotificationCenterUnregisterForBarrierSupport(center(), object.get()), 0);
 }
