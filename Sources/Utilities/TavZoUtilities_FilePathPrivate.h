@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Foundation/URLs/ZoURL.h"
+#include "Platform/Ostra/OstraFilePrivate.h"
 
 namespace tavzo {
 
@@ -27,7 +28,7 @@ public:
     }
 
 private:
-    char bytes_[4096];
+    char bytes_[kFilePathSize];
 };
 
 }  // namespace tavzo

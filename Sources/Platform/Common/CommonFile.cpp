@@ -12,24 +12,6 @@
 #include "Foundation/Objects/ZoRef.h"
 #include "Platform/Ostra/OstraFilePrivate.h"
 
-OSStatus fileRepresentation(const char* operation, ZoURLRef url, char (&path)[kFilePathSize])
-{
-    if (ZoURLGetFileSystemRepresentation(url, true, reinterpret_cast<uint8_t*>(path), sizeof(path))) return 0;
-    return TAV_SIGNAL_FROM(operation, kTavFilePlatformError_InvalidParameter,
-                           "Could not obtain filesystem representation");
-}
-
-bool fileCopyText(ZoStringRef string, char* buffer, size_t size)
-{
-    const ZoRange all = {0, ZoStringGetLength(string)};
-    ZoIndex used = 0;
-    if (ZoStringGetBytes(string, all, kZoStringEncodingUTF8, 0, false, reinterpret_cast<uint8_t*>(buffer),
-                         static_cast<ZoIndex>(size) - 1, &used) != all.length)
-        return false;
-    buffer[used] = '\0';
-    return strlen(buffer) == static_cast<size_t>(used);
-}
-
 Boolean TavFileDoesFileExist(ZoURLRef url)
 {
     char path[kFilePathSize];
