@@ -1,11 +1,13 @@
-// Property lists and errors as such, medians.
+// Property lists as such and out of bundles, errors, medians.
 
 #include <algorithm>
+#include <filesystem>
 #include <numeric>
 #include <random>
 #include <vector>
 
 #include "Foundation/URLs/ZoURL.h"
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Utilities/TavZoUtilities/Support.h"
 #include "Utilities/TavZoUtilities_Errors.h"
 #include "Utilities/TavZoUtilities_Median.h"
@@ -29,6 +31,41 @@ TEST(PropertyLists, tellWhatTheyCanCarry)
     EXPECT_FALSE(TavZoTypeIsPListSerializable(array({kZoNull, kZoNull}).get()));
     EXPECT_EQ(takeSignals(), "-12990 Value type is not serializable");
     ZoArrayRemoveAllValues(cycle.get());
+}
+
+TEST(PropertyLists, comeOutOfABundleOrSayWhatFailed)
+{
+    const luvia_test::TemporaryFolder folder;
+    setenv("LUVIA_RESOURCES_DIR", folder.path().c_str(), 1);
+    const auto resources = folder / "com.example.lists" / "Resources";
+    std::filesystem::create_directories(resources / "sub dir");
+    luvia_test::writeFile(resources / "good.plist", "<plist version=\"1.0\"><array><string>v</string></array></plist>");
+    luvia_test::writeFile(resources / "bad.plist", "<plist><array>");
+    const auto bundle = ZOSTR("com.example.lists"), noBundle = ZOSTR("com.example.nothing");
+
+    takeSignals();
+    for (const auto create : {TavCreatePropertyListFromBundleIdentifier, TavZoCreatePropertyListFromBundleIdentifier}) {
+        const auto list = [create](ZoStringRef bundleID, ZoStringRef name) {
+            const auto made = zoAdopt(create(nullptr, bundleID, name, ZOSTR("plist")));
+            return made ? compact(made.get()) : takeSignals();
+        };
+        EXPECT_EQ(list(bundle, ZOSTR("good")), "[v]");
+        EXPECT_EQ(list(bundle, ZOSTR("bad")), "-12992 ZoPropertyListCreateFromStream failed");
+        EXPECT_EQ(list(bundle, ZOSTR("missing")), "-12992 ZoReadStreamCreateWithFile failed");
+        EXPECT_EQ(list(bundle, nullptr), "-12992 ZoReadStreamCreateWithFile failed");
+        EXPECT_EQ(list(noBundle, ZOSTR("good")), "-12992 ZoBundleGetBundleWithIdentifier failed");
+        EXPECT_EQ(list(nullptr, ZOSTR("good")), "-12992 ZoBundleGetBundleWithIdentifier failed");
+    }
+
+    EXPECT_TRUE(TavZoBundleIDResourceSubdirExists(bundle, ZOSTR("sub dir")));
+    EXPECT_FALSE(TavZoBundleIDResourceSubdirExists(bundle, ZOSTR("good.plist")));
+    EXPECT_FALSE(TavZoBundleIDResourceSubdirExists(bundle, ZOSTR("missing")));
+    EXPECT_EQ(takeSignals(), "");
+    EXPECT_FALSE(TavZoBundleIDResourceSubdirExists(bundle, nullptr));
+    EXPECT_EQ(takeSignals(), "-12992 ZoURLCreateCopyAppendingPathComponent failed");
+    EXPECT_FALSE(TavZoBundleIDResourceSubdirExists(noBundle, ZOSTR("sub dir")));
+    EXPECT_EQ(takeSignals(), "-12992 ZoBundleGetBundleWithIdentifier failed");
+    unsetenv("LUVIA_RESOURCES_DIR");
 }
 
 TEST(ExtendedDictionaries, keepTheirOwnPairs)
